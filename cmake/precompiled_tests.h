@@ -1,0 +1,6 @@
+#pragma once
+
+#include "precompiled.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "document/tween_scene.h"
+#include "foundation/array.h"
+#include "platform/asset_writer.h"
+#include "rendering/frame_composition.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace larkspool {
+
+namespace Exporter {
+
+/// Why a film could not be written. Thrown by every operation of the exporter.
+class ExportError : public std::runtime_error {
+public:
+    enum class Kind { cannotCreateWriter, cannotCreatePixelBufferPool, userCancelled, writeFailed };
+
+    explicit ExportError(Kind kind, std::string detail = {});
+
+    Kind kind() const noexcept { return kind_; }
+    std::string errorDescription() const { return what(); } ///< A sentence for a person.
+    std::string textualForm() const; ///< The case with its payload: `writeFailed("No scenes to export")`.
+
+    bool operator==(const ExportError& other) const { return kind_ == other.kind_ && detail_ == other.detail_; }
+
+private:
+    Kind kind_;
+    std::string detail_;
+};
+
+/// Asks a running export to stop. May be set from any thread, and from a signal handler.
+class ExportCancelFlag {
+public:
+    void cancel() { flagged_.store(true, std::memory_order_release); }
+    bool isCancelled() const { return flagged_.load(std::memory_order_acquire); }
+
+private:
+    std::atomic<bool> flagged_{false};
+};
+
+/// The sound bed of a film.
+struct ExportAudio {
+    std::string url;
+    double volume = 1;
+    double startOffset = 0;
+    double fadeOut = 0;
+};
+
+/// The sound of a video layer at its place in a film.
+struct VideoAudioClip {
+    std::string url;
+    double outputStart = 0;
+    double sourceStart = 0;
+    double duration = 0;
+};
+
+/// Called with a picture of every sixth frame, on the export's thread. The picture holds during the call alone.
+using PreviewFrame = std::function<void(const PixelBuffer&)>;
+
+/// Called with the finished part, 0...1, after every frame, on the export's thread.
+using Progress = std::function<void(double)>;
+
+/// How an export runs, apart from what it shows.
+struct ExportOptions {
+    int motionBlurSamples = 1;
+    double outputScale = 1; ///< Below 1 shrinks the film, to a tenth at least.
+    PreviewFrame previewFrame;
+    Progress progress;
+    const ExportCancelFlag* cancel = nullptr;
+    /// Makes the writer of the film; the system's, where none is given.
+    std::function<std::unique_ptr<AssetWriter>(const std::string& path, const FilmSettings&)> makeWriter;
+};
+
+/// Writes `scene` from `startTime` (held within the scene) to its end as an MP4 file. Returns when the file is whole.
+///
+/// The film takes its name when it is finished; until then, an earlier file of that name stays. A cancel closes a playable
+/// file of the frames so far and throws userCancelled.
+void exportMP4(const TweenScene& scene, const std::string& path, double startTime, const std::optional<ExportAudio>& audio,
+               const std::vector<VideoAudioClip>& videoAudioClips, const ExportOptions& options);
+
+/// Writes all scenes, joined, as an MP4 file of the first one's size and rate.
+void exportMP4(const Array<TweenScene>& scenes, const std::string& path, const std::optional<ExportAudio>& audio,
+               const std::vector<VideoAudioClip>& videoAudioClips, const ExportOptions& options);
+
+} // namespace Exporter
+
+} // namespace larkspool

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "foundation/geometry.h"
+#include "platform/path.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace larkspool {
+
+class PixelBuffer;
+
+/// A straight sRGB colour. Channels outside 0...1 are held within when painted.
+struct RasterColor {
+    double r = 0, g = 0, b = 0, a = 1;
+
+    bool operator==(const RasterColor&) const = default;
+};
+
+/// The shadow that every paint casts. Offset and blur are device pixels and do not follow the transform; y is downward.
+struct RasterShadow {
+    CGSize offset;
+    double blur = 0; ///< Twice the standard deviation of the Gaussian.
+    RasterColor color;
+
+    bool operator==(const RasterShadow&) const = default;
+};
+
+/// What is known of a transparency layer before it is painted. All of it is a promise of the caller, in user space.
+struct TransparencyLayerHints {
+    /// An area that holds all that will be painted.
+    std::optional<CGRect> bounds;
+
+    /// Boxes whose weighted sum is the layer's alpha, apart from anti-aliasing. Given these, its shadow needs no blur of
+    /// what was painted.
+    struct WeightedBox {
+        RoundedRect box;
+        double weight = 1;
+
+        bool operator==(const WeightedBox&) const = default;
+    };
+    std::vector<WeightedBox> coverage;
+
+    bool operator==(const TransparencyLayerHints&) const = default;
+};
+
+/// Draws into a raster. Device space is the raster's pixels with the origin at the top left and y downward; user space is
+/// mapped to it by the current transform, at first the identity. Edges are anti-aliased, clips too.
+///
+/// State (transform, alpha, clip, shadow, colours, line settings) is saved and restored as a stack. What is painted is
+/// multiplied by the alpha; alpha is set, never accumulated. A shadow is cast by each paint under it on what lies below, with
+/// the alpha of the paint.
+///
+/// Between beginTransparencyLayer and endTransparencyLayer, paints composite into a group that is then drawn once, with the
+/// shadow and the alpha of the state at the beginning; within, alpha begins at 1 and there is no shadow.
+class RasterContext {
+public:
+    enum class LineCap { butt, round };
+    enum class LineJoin { miter, round };
+
+    virtual ~RasterContext() = default;
+
+    virtual void saveGState() = 0;
+    virtual void restoreGState() = 0;
+
+    /// @name Transform: what is drawn from now on goes through the given step first.
+    /// @{
+    virtual void concatCTM(const AffineTransform& transform) = 0;
+    virtual void translateCTM(double x, double y) = 0;
+    virtual void scaleCTM(double x, double y) = 0;
+    virtual AffineTransform ctm() const = 0;
+    /// @}
+
+    virtual void setAlpha(double alpha) = 0;
+    virtual void setFillColor(const RasterColor& color) = 0;
+    virtual void setStrokeColor(const RasterColor& color) = 0;
+    virtual void setLineWidth(double width) = 0; ///< User space.
+    virtual void setLineCap(LineCap cap) = 0;
+    virtual void setLineJoin(LineJoin join) = 0;
+    virtual void setShadow(const std::optional<RasterShadow>& shadow) = 0;
+
+    virtual void fillRect(const CGRect& rect) = 0;
+    virtual void fillPath(const Path& path, FillRule rule) = 0;
+    virtual void strokePath(const Path& path) = 0;
+    virtual void clipToPath(const Path& path, FillRule rule) = 0;
+
+    virtual void beginTransparencyLayer(const TransparencyLayerHints& hints = {}) = 0;
+    virtual void endTransparencyLayer() = 0;
+};
+
+/// Saves the state of a context now and restores it at the end of the scope.
+class SavedState {
+public:
+    explicit SavedState(RasterContext& context) : context_(context) { context_.saveGState(); }
+    ~SavedState() { context_.restoreGState(); }
+    SavedState(const SavedState&) = delete;
+    SavedState& operator=(const SavedState&) = delete;
+
+private:
+    RasterContext& context_;
+};
+
+/// A context that draws into the memory of `pixels`, which must outlive it. Used by one thread at a time.
+std::unique_ptr<RasterContext> makeRasterContext(PixelBuffer& pixels);
+
+} // namespace larkspool
