@@ -1,0 +1,12 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+namespace larkspool {
+
+/// Runs the program with its arguments (the program's own name left out) and returns the exit status: 0 for success, 1 for a
+/// failure, 2 for a wrong call.
+int runCommandLine(std::span<const std::string> arguments);
+
+} // namespace larkspool
