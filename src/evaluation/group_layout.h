@@ -13,7 +13,7 @@ Array<Layer> layoutChildren(const Array<Layer>& children, GroupLayout layout, do
 Array<Layer> layoutChildren(const Layer& resolvedGroup, double time);
 
 /// The box that the visible layers and what is in their groups cover at `time`, without the groups' scale and rotation. Null if
-/// nothing shows.
+/// nothing shows. Whether a group itself is hidden or outside its spans is for the caller to ask.
 CGRect laidOutDescendantsAABBFree(const Array<Layer>& layers, double time);
 
 /// The union of the resolved boxes, hidden ones too, without scale and rotation. Null for no layers.

@@ -5,28 +5,45 @@
 
 namespace larkspool {
 
-CGRect unionOf(const CGRect& a, const CGRect& b)
+namespace {
+
+/// The same area with its origin at the top left: a negative width or height reaches back from the origin.
+CGRect standardized(const CGRect& rect)
 {
-    if (a.isNull()) return b;
-    if (b.isNull()) return a;
-    const double minX = std::min(a.minX(), b.minX());
-    const double minY = std::min(a.minY(), b.minY());
-    return {{minX, minY}, {std::max(a.maxX(), b.maxX()) - minX, std::max(a.maxY(), b.maxY()) - minY}};
+    return {{std::min(rect.minX(), rect.maxX()), std::min(rect.minY(), rect.maxY())},
+            {std::abs(rect.size.width), std::abs(rect.size.height)}};
 }
 
-CGRect intersectionOf(const CGRect& a, const CGRect& b)
+/// What both cover. Its size is negative or 0 where they share nothing.
+CGRect overlap(const CGRect& a, const CGRect& b)
 {
-    if (!intersects(a, b)) return CGRect::null();
     const double minX = std::max(a.minX(), b.minX());
     const double minY = std::max(a.minY(), b.minY());
     return {{minX, minY}, {std::min(a.maxX(), b.maxX()) - minX, std::min(a.maxY(), b.maxY()) - minY}};
 }
 
+} // namespace
+
+CGRect unionOf(const CGRect& a, const CGRect& b)
+{
+    if (a.isNull()) return b;
+    if (b.isNull()) return a;
+    const CGRect first = standardized(a), second = standardized(b);
+    const double minX = std::min(first.minX(), second.minX());
+    const double minY = std::min(first.minY(), second.minY());
+    return {{minX, minY}, {std::max(first.maxX(), second.maxX()) - minX, std::max(first.maxY(), second.maxY()) - minY}};
+}
+
+CGRect intersectionOf(const CGRect& a, const CGRect& b)
+{
+    if (a.isNull() || b.isNull()) return CGRect::null();
+    const CGRect shared = overlap(standardized(a), standardized(b));
+    return shared.size.width > 0 && shared.size.height > 0 ? shared : CGRect::null();
+}
+
 bool intersects(const CGRect& a, const CGRect& b)
 {
-    if (a.isNull() || b.isNull()) return false;
-    return std::max(a.minX(), b.minX()) < std::min(a.maxX(), b.maxX()) &&
-           std::max(a.minY(), b.minY()) < std::min(a.maxY(), b.maxY());
+    return !intersectionOf(a, b).isNull();
 }
 
 CGRect insetBy(const CGRect& rect, double dx, double dy)

@@ -20,7 +20,9 @@ struct CGSize {
     bool operator==(const CGSize&) const = default;
 };
 
-/// An axis-aligned rectangle. The null rectangle covers nothing, and its union with a rectangle is that rectangle.
+/// An axis-aligned rectangle. The null rectangle covers nothing, and its union with a rectangle is that rectangle. A negative
+/// width or height, as a mirrored group has, reaches back from the origin: `minX` then names the right edge, while the
+/// functions below go by the area.
 struct CGRect {
     CGPoint origin;
     CGSize size;

@@ -1,8 +1,13 @@
 #include "foundation/text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <limits>
 #include <memory>
+#include <stdexcept>
 
+#include <fmt/format.h>
 #include <unicode/ubrk.h>
 #include <unicode/utext.h>
 
@@ -26,7 +31,9 @@ UBreakIterator* characterBreaks()
 {
     thread_local const std::unique_ptr<UBreakIterator, CloseBreaks> breaks = [] {
         UErrorCode status = U_ZERO_ERROR;
-        return std::unique_ptr<UBreakIterator, CloseBreaks>(ubrk_open(UBRK_CHARACTER, "en", nullptr, 0, &status));
+        std::unique_ptr<UBreakIterator, CloseBreaks> opened(ubrk_open(UBRK_CHARACTER, "en", nullptr, 0, &status));
+        if (U_FAILURE(status)) throw std::runtime_error("The rules that tell characters apart cannot be read.");
+        return opened;
     }();
     return breaks.get();
 }
@@ -40,14 +47,18 @@ struct Walk {
 Walk walkCharacters(std::string_view text, std::size_t limit)
 {
     if (isPlainAscii(text)) {
-        const std::size_t count = text.size() < limit ? text.size() : limit;
+        const std::size_t count = std::min(text.size(), limit);
         return {count, count};
     }
+
+    // The positions of ICU have 32 bits. What lies behind, in a text of gigabytes, counts byte by byte.
+    constexpr std::size_t farthest = std::numeric_limits<std::int32_t>::max();
+    const std::string_view reached = text.substr(0, farthest);
 
     UBreakIterator* breaks = characterBreaks();
     UErrorCode status = U_ZERO_ERROR;
     UText utf8 = UTEXT_INITIALIZER;
-    utext_openUTF8(&utf8, text.data(), static_cast<std::int64_t>(text.size()), &status);
+    utext_openUTF8(&utf8, reached.data(), static_cast<std::int64_t>(reached.size()), &status);
     ubrk_setUText(breaks, &utf8, &status);
 
     Walk walk;
@@ -58,7 +69,8 @@ Walk walkCharacters(std::string_view text, std::size_t limit)
         walk.bytes = static_cast<std::size_t>(next);
     }
     utext_close(&utf8);
-    return walk;
+    const std::size_t single = std::min(limit - walk.characters, text.size() - reached.size());
+    return {walk.characters + single, walk.bytes + single};
 }
 
 } // namespace
@@ -78,6 +90,26 @@ std::string shortestNumber(double value)
     char buffer[32];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     return std::string(buffer, result.ptr);
+}
+
+std::string inDoubleQuotes(std::string_view text)
+{
+    std::string quoted = "\"";
+    for (const char character : text) {
+        switch (character) {
+        case '"': quoted += "\\\""; break;
+        case '\\': quoted += "\\\\"; break;
+        case '\n': quoted += "\\n"; break;
+        case '\r': quoted += "\\r"; break;
+        case '\t': quoted += "\\t"; break;
+        default:
+            if (const auto code = static_cast<unsigned char>(character); code < 0x20 || code == 0x7F)
+                quoted += fmt::format("\\u{{{:x}}}", code);
+            else
+                quoted += character;
+        }
+    }
+    return quoted + "\"";
 }
 
 } // namespace larkspool
