@@ -11,8 +11,8 @@ namespace larkspool {
 /// `bytesPerRow` bytes apart, which is a multiple of 64, and the first begins on a multiple of 64.
 class PixelBuffer {
 public:
-    /// The largest side that is allocated.
-    static constexpr std::int64_t maximumSide = 32768;
+    /// The largest side that is allocated and can be drawn into.
+    static constexpr std::int64_t maximumSide = 32767;
 
     /// Clear pixels. Throws std::invalid_argument, naming the size, unless both sides lie in 1...maximumSide; throws
     /// std::bad_alloc where memory does not suffice.

@@ -18,10 +18,11 @@ struct RasterColor {
     bool operator==(const RasterColor&) const = default;
 };
 
-/// The shadow that every paint casts. Offset and blur are device pixels and do not follow the transform; y is downward.
+/// The shadow that every paint casts. Offset and blur are device pixels and do not follow the transform; y is downward. A shadow
+/// with a number that is not finite is none.
 struct RasterShadow {
     CGSize offset;
-    double blur = 0; ///< Twice the standard deviation of the Gaussian.
+    double blur = 0; ///< Twice the standard deviation of the Gaussian; held to 0...1000.
     RasterColor color;
 
     bool operator==(const RasterShadow&) const = default;
@@ -32,8 +33,9 @@ struct TransparencyLayerHints {
     /// An area that holds all that will be painted.
     std::optional<CGRect> bounds;
 
-    /// Boxes whose weighted sum is the layer's alpha, apart from anti-aliasing. Given these, its shadow needs no blur of
-    /// what was painted.
+    /// Boxes whose weighted sum is the layer's alpha, apart from anti-aliasing; weights are 0...1. Given these, its shadow needs
+    /// no blur of what was painted. It is left out where the weights add up to 1, so that nothing of it shows through the
+    /// anti-aliased edges of paints that meet within.
     struct WeightedBox {
         RoundedRect box;
         double weight = 1;
@@ -51,6 +53,9 @@ struct TransparencyLayerHints {
 /// State (transform, alpha, clip, shadow, colours, line settings) is saved and restored as a stack. What is painted is
 /// multiplied by the alpha; alpha is set, never accumulated. A shadow is cast by each paint under it on what lies below, with
 /// the alpha of the paint.
+///
+/// What cannot be told, such as a path or a transform with numbers that are not finite, paints nothing, and a clip to it hides
+/// all. Restoring and ending more often than was saved and begun has no effect.
 ///
 /// Between beginTransparencyLayer and endTransparencyLayer, paints composite into a group that is then drawn once, with the
 /// shadow and the alpha of the state at the beginning; within, alpha begins at 1 and there is no shadow.

@@ -1,0 +1,178 @@
+#include "platform/file_io.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <random>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace larkspool {
+
+namespace {
+
+PlatformError posixError(const std::string& path, int code)
+{
+    const std::string words = std::generic_category().message(code);
+    return {.localizedDescription = fmt::format("{}: {}", path, words),
+            .localizedFailureReason = words,
+            .domain = "POSIX",
+            .code = code,
+            .underlying = nullptr};
+}
+
+class OpenFile {
+public:
+    explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile()
+    {
+        if (descriptor_ >= 0) ::close(descriptor_);
+    }
+
+    bool isOpen() const { return descriptor_ >= 0; }
+    int descriptor() const { return descriptor_; }
+
+    /// Closes, and says whether that went well: some file systems only now tell of a failed write.
+    bool close() { return ::close(std::exchange(descriptor_, -1)) == 0; }
+
+private:
+    int descriptor_;
+};
+
+/// Removes a file that never took its final name.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile()
+    {
+        if (!path_.empty()) ::unlink(path_.c_str());
+    }
+
+    const std::string& path() const { return path_; }
+    void keep() { path_.clear(); }
+
+private:
+    std::string path_;
+};
+
+[[noreturn]] void failWithErrno(const std::string& path)
+{
+    throw FileError(path, errno);
+}
+
+std::string folderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    if (slash == path.npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+/// The file itself behind symbolic links; `path` as it is where there is no file yet.
+std::string resolved(const std::string& path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+    return real ? std::string(real.get()) : path;
+}
+
+/// The permissions of the file that is about to be replaced, if there is one.
+std::optional<mode_t> permissionsOf(const std::string& path)
+{
+    struct stat status{};
+    if (::stat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return std::nullopt;
+        failWithErrno(path);
+    }
+    if (S_ISDIR(status.st_mode)) throw FileError(path, EISDIR);
+    if (!S_ISREG(status.st_mode)) throw FileError(path, EINVAL);
+    return status.st_mode & 07777;
+}
+
+/// A new file beside `path`, with the permissions that a new file gets.
+std::pair<int, std::string> createBeside(const std::string& path)
+{
+    constexpr int attempts = 100;
+    std::random_device random;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const std::string candidate = fmt::format("{}/.larkspool-{:08x}", folderOf(path), random());
+        const int descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (descriptor >= 0) return {descriptor, candidate};
+        if (errno != EEXIST) failWithErrno(path);
+    }
+    throw FileError(path, EEXIST);
+}
+
+void writeAll(int descriptor, std::span<const std::uint8_t> contents, const std::string& path)
+{
+    while (!contents.empty()) {
+        const ssize_t written = ::write(descriptor, contents.data(), contents.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) failWithErrno(path);
+        contents = contents.subspan(static_cast<std::size_t>(written));
+    }
+}
+
+/// Makes the new name itself last. A file system that cannot do that has nothing better to offer, so its answer is not asked.
+void syncFolder(const std::string& folder)
+{
+    const OpenFile opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.isOpen()) ::fsync(opened.descriptor());
+}
+
+} // namespace
+
+FileError::FileError(std::string path, int code) : PlatformFailure(posixError(path, code)), path_(std::move(path)) {}
+
+std::vector<std::uint8_t> readWholeFile(const std::string& path)
+{
+    // Not to block: opening a pipe would otherwise wait for someone at its other end.
+    const OpenFile file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file.isOpen()) failWithErrno(path);
+    struct stat status{};
+    if (::fstat(file.descriptor(), &status) != 0) failWithErrno(path);
+    if (S_ISDIR(status.st_mode)) throw FileError(path, EISDIR);
+    if (!S_ISREG(status.st_mode)) throw FileError(path, EINVAL);
+
+    // One byte more than the file should have, so that the last read meets its end even if it has grown.
+    std::vector<std::uint8_t> contents(static_cast<std::size_t>(status.st_size) + 1);
+    std::size_t size = 0;
+    for (;;) {
+        if (size == contents.size()) contents.resize(contents.size() * 2);
+        const ssize_t count = ::read(file.descriptor(), contents.data() + size, contents.size() - size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) failWithErrno(path);
+        if (count == 0) break;
+        size += static_cast<std::size_t>(count);
+    }
+    contents.resize(size);
+    return contents;
+}
+
+void replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> contents)
+{
+    const std::string target = resolved(path);
+    const std::optional<mode_t> permissions = permissionsOf(target);
+
+    const auto [descriptor, temporaryPath] = createBeside(target);
+    OpenFile file(descriptor);
+    TemporaryFile temporary(temporaryPath);
+    if (permissions && ::fchmod(file.descriptor(), *permissions) != 0) failWithErrno(path);
+    writeAll(file.descriptor(), contents, path);
+    if (::fsync(file.descriptor()) != 0) failWithErrno(path);
+    if (!file.close()) failWithErrno(path);
+    if (::rename(temporary.path().c_str(), target.c_str()) != 0) failWithErrno(path);
+    temporary.keep();
+    syncFolder(folderOf(target));
+}
+
+} // namespace larkspool

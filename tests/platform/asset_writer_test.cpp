@@ -1,0 +1,586 @@
+#include "platform/asset_writer.h"
+
+#include "support/film_probe.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace larkspool {
+namespace {
+
+using testing::HasSubstr;
+
+/// A folder that goes away with the test.
+class TemporaryFolder {
+public:
+    TemporaryFolder()
+    {
+        std::string pattern = testing::TempDir() + "/larkspool-writer-XXXXXX";
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
+        path_ = pattern;
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// No file of this process grows beyond so many bytes: the system refuses the write, as it does on a full disk.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(std::uint64_t bytes)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limited{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, SIG_DFL);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+FilmSettings settingsFor(std::int64_t width, std::int64_t height, std::int64_t fps = 60)
+{
+    FilmSettings settings;
+    settings.width = width;
+    settings.height = height;
+    settings.fps = fps;
+    return settings;
+}
+
+/// Settings that pass all checks but the encoder's own.
+FilmSettings settingsTheEncoderRefuses()
+{
+    FilmSettings settings = settingsFor(64, 48);
+    settings.format.codecOptions.emplace_back("crf", "stately");
+    return settings;
+}
+
+/// A picture that moves with the frame: a gradient, and a bar at a place of its own.
+void paintFrame(PixelBuffer& picture, std::int64_t frame)
+{
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            std::uint8_t* pixel = picture.row(y) + x * 4;
+            const bool inBar = x / 8 == frame % std::max(1, picture.width() / 8);
+            pixel[0] = static_cast<std::uint8_t>(inBar ? 40 : 255 * x / picture.width());
+            pixel[1] = static_cast<std::uint8_t>(inBar ? 40 : 255 * y / picture.height());
+            pixel[2] = static_cast<std::uint8_t>(inBar ? 220 : 90);
+            pixel[3] = 255;
+        }
+}
+
+PixelBuffer paintedFrame(int width, int height, std::int64_t frame)
+{
+    PixelBuffer picture(width, height);
+    paintFrame(picture, frame);
+    return picture;
+}
+
+bool appendPainted(AssetWriter& writer, std::int64_t frame)
+{
+    std::shared_ptr<PixelBuffer> picture = writer.nextPixelBuffer();
+    if (!picture) return false;
+    paintFrame(*picture, frame);
+    return writer.append(std::move(picture), frame);
+}
+
+/// Writes a film of moving frames from beginning to end. False if any step failed.
+bool writeFilm(AssetWriter& writer, std::int64_t frames)
+{
+    if (!writer.startWriting()) return false;
+    for (std::int64_t i = 0; i < frames; ++i)
+        if (!appendPainted(writer, i)) return false;
+    return writer.finishWriting();
+}
+
+std::string wordsOf(const AssetWriter& writer)
+{
+    const std::optional<PlatformError> error = writer.error();
+    if (!error) return "no error";
+    return error->localizedDescription + " | " + error->localizedFailureReason.value_or("");
+}
+
+/// Writes a film that must come out whole.
+void mustWrite(const std::string& path, const FilmSettings& settings, std::int64_t frames)
+{
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settings);
+    ASSERT_TRUE(writer);
+    ASSERT_TRUE(writeFilm(*writer, frames)) << wordsOf(*writer);
+    ASSERT_FALSE(writer->error());
+}
+
+std::string contentsOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::ptrdiff_t entriesOf(const char* folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+TEST(AssetWriter, WritesAnMP4OfTheSizeRateAndTagsAskedFor)
+{
+    const TemporaryFolder folder;
+    mustWrite(folder / "film.mp4", settingsFor(96, 64, 60), 7);
+
+    const FilmReport film = probeFilm(folder / "film.mp4");
+    EXPECT_THAT(film.container, HasSubstr("mp4"));
+    EXPECT_EQ(film.codec, "h264");
+    EXPECT_EQ(film.pixelFormat, "yuv420p");
+    EXPECT_EQ(film.width, 96);
+    EXPECT_EQ(film.height, 64);
+    EXPECT_EQ(film.rateNumerator, 60);
+    EXPECT_EQ(film.rateDenominator, 1);
+    EXPECT_EQ(film.declaredFrames, 7);
+    EXPECT_EQ(film.colorRange, "tv");
+    EXPECT_EQ(film.colorSpace, "bt709");
+    EXPECT_EQ(film.colorPrimaries, "bt709");
+    EXPECT_EQ(film.colorTransfer, "bt709");
+    EXPECT_EQ(film.chromaLocation, "center");
+    EXPECT_FALSE(film.hasAudio);
+    EXPECT_TRUE(film.indexAtFront);
+}
+
+TEST(AssetWriter, FramesStandAtWholeFrameTimesAndTheFilmLastsFramesOverFps)
+{
+    const TemporaryFolder folder;
+    struct Case {
+        std::int64_t fps, frames;
+    };
+    for (const Case& c : {Case{60, 1}, Case{60, 2}, Case{60, 7}, Case{30, 31}, Case{24, 25}, Case{25, 3}, Case{1, 3}, Case{7, 5},
+                          Case{120, 13}, Case{999, 10}, Case{24000, 10}, Case{1'000'000, 3}}) {
+        SCOPED_TRACE(testing::Message() << c.frames << " frames at " << c.fps);
+        mustWrite(folder / "film.mp4", settingsFor(32, 32, c.fps), c.frames);
+        const FilmReport film = probeFilm(folder / "film.mp4");
+        const double fps = static_cast<double>(c.fps);
+        EXPECT_EQ(film.declaredFrames, c.frames);
+        EXPECT_NEAR(film.seconds, static_cast<double>(c.frames) / fps, 1e-9);
+        EXPECT_NEAR(film.fileSeconds, static_cast<double>(c.frames) / fps, 1e-6); // Told in microseconds.
+        ASSERT_EQ(film.frames(), c.frames);
+        for (std::size_t i = 0; i < film.presentationTimes.size(); ++i)
+            EXPECT_NEAR(film.presentationTimes[i], static_cast<double>(i) / fps, 1e-9);
+    }
+}
+
+TEST(AssetWriter, DecodedFramesLookAsPainted)
+{
+    const TemporaryFolder folder;
+    mustWrite(folder / "film.mp4", settingsFor(128, 96, 30), 12);
+    std::int64_t frames = 0;
+    forEachFrame(folder / "film.mp4", [&](std::int64_t index, const PixelBuffer& picture) {
+        EXPECT_LT(meanChannelError(picture, paintedFrame(128, 96, index)), 3) << "frame " << index;
+        ++frames;
+    });
+    EXPECT_EQ(frames, 12);
+}
+
+TEST(AssetWriter, EncodesByTheEncodersOwnDefaults)
+{
+    const TemporaryFolder folder;
+    mustWrite(folder / "film.mp4", settingsFor(64, 64), 3);
+    // x264 writes what it worked with into the film. These are what it does when nothing is asked of it.
+    const std::string film = contentsOf(folder / "film.mp4");
+    for (const char* setting : {" rc=crf ", " crf=23.0 ", " keyint=250 ", " keyint_min=25 ", " bframes=3 ", " ref=3 ", " me=hex ",
+                                " subme=7 ", " rc_lookahead=40 ", " scenecut=40 ", " qcomp=0.60 ", " cabac=1 ", " open_gop=0 "})
+        EXPECT_THAT(film, HasSubstr(setting));
+}
+
+TEST(AssetWriter, ARepeatShowsTheLastPictureThoughItsMemoryIsPaintedAnew)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 48, 30));
+    ASSERT_TRUE(writer->startWriting());
+    ASSERT_TRUE(appendPainted(*writer, 0));
+    for (std::int64_t i = 1; i < 40; ++i) {
+        for (int k = 0; k < AssetWriter::pictureCount; ++k) {
+            const std::shared_ptr<PixelBuffer> scribbled = writer->nextPixelBuffer();
+            ASSERT_TRUE(scribbled);
+            std::fill_n(scribbled->data(), scribbled->bytesPerRow() * 48, std::uint8_t{255});
+        }
+        ASSERT_TRUE(writer->appendRepeat(i));
+    }
+    ASSERT_TRUE(appendPainted(*writer, 40));
+    ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
+
+    std::int64_t frames = 0;
+    forEachFrame(folder / "film.mp4", [&](std::int64_t index, const PixelBuffer& picture) {
+        EXPECT_LT(meanChannelError(picture, paintedFrame(64, 48, index < 40 ? 0 : 40)), 3) << "frame " << index;
+        ++frames;
+    });
+    EXPECT_EQ(frames, 41);
+}
+
+TEST(AssetWriter, TheSamePicturesMakeTheSameFile)
+{
+    const TemporaryFolder folder;
+    mustWrite(folder / "one.mp4", settingsFor(160, 90), 70);
+    mustWrite(folder / "two.mp4", settingsFor(160, 90), 70);
+    EXPECT_EQ(contentsOf(folder / "one.mp4"), contentsOf(folder / "two.mp4"));
+}
+
+TEST(AssetWriter, PicturesAreRecycled)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    ASSERT_TRUE(writer->startWriting());
+    std::set<const void*> seen;
+    for (std::int64_t i = 0; i < 60; ++i) {
+        std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
+        ASSERT_TRUE(picture);
+        seen.insert(picture->data());
+        ASSERT_TRUE(writer->append(std::move(picture), i));
+    }
+    EXPECT_TRUE(writer->finishWriting());
+    EXPECT_LE(seen.size(), std::size_t{AssetWriter::pictureCount});
+}
+
+TEST(AssetWriter, ACallerThatHoldsAllPicturesIsToldInsteadOfWaitingForEver)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    ASSERT_TRUE(writer->startWriting());
+    std::vector<std::shared_ptr<PixelBuffer>> held;
+    for (int i = 0; i < AssetWriter::pictureCount; ++i) held.push_back(writer->nextPixelBuffer());
+    EXPECT_THAT(held, testing::Each(testing::NotNull()));
+    // Appended, but still held by the caller, it does not come back either.
+    ASSERT_TRUE(writer->append(held[0], 0));
+    EXPECT_EQ(writer->nextPixelBuffer(), nullptr);
+    EXPECT_THAT(wordsOf(*writer), HasSubstr("All pictures of the film are in use"));
+}
+
+TEST(AssetWriter, APictureMayOutliveItsWriter)
+{
+    const TemporaryFolder folder;
+    std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    ASSERT_TRUE(writer->startWriting());
+    const std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
+    writer.reset();
+    ASSERT_TRUE(picture);
+    paintFrame(*picture, 0);
+}
+
+TEST(AssetWriter, SettingsThatNoFilmCanHaveAreRefusedInWordsAndLeaveTheFileAlone)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "film.mp4";
+    std::ofstream(path) << "an earlier film";
+    constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+    struct Case {
+        std::int64_t width, height, fps;
+        const char* words;
+    };
+    for (const Case& c :
+         {Case{64, 64, 0, "A film of 0 frames a second cannot be made"},
+          Case{64, 64, -30, "A film of -30 frames a second cannot be made"},
+          Case{64, 64, 1'000'000'000'000, "A film of 1000000000000 frames a second cannot be made"},
+          Case{0, 64, 60, "A film of 0 x 64 pixels cannot be made: both sides must be at least 2"},
+          Case{64, -2, 60, "A film of 64 x -2 pixels cannot be made: both sides must be at least 2"},
+          Case{1, 1, 60, "A film of 1 x 1 pixels cannot be made"},
+          Case{101, 64, 60, "A film of 101 x 64 pixels cannot be made: the width must be a multiple of 2 and the height of 2"},
+          Case{64, 101, 60, "A film of 64 x 101 pixels cannot be made"},
+          Case{20'000, 20'000, 60, "A film of 20000 x 20000 pixels cannot be made: a picture may have at most 35651584 pixels"},
+          Case{16'386, 2, 60,
+               "A film of 16386 x 2 pixels cannot be made: a picture may have at most 35651584 pixels, and 16384 on a side"},
+          Case{1'000'000'000, 1'000'000'000, 60, "A film of 1000000000 x 1000000000 pixels cannot be made"},
+          Case{largest - 1, largest - 1, 60, "A film of 9223372036854775806 x 9223372036854775806 pixels cannot be made"}}) {
+        SCOPED_TRACE(c.words);
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settingsFor(c.width, c.height, c.fps));
+        ASSERT_TRUE(writer);
+        EXPECT_FALSE(writer->startWriting());
+        ASSERT_TRUE(writer->error());
+        EXPECT_THAT(writer->error()->localizedDescription, HasSubstr(c.words));
+        EXPECT_EQ(writer->error()->domain, "POSIX");
+        EXPECT_EQ(writer->error()->code, EINVAL);
+        EXPECT_EQ(writer->nextPixelBuffer(), nullptr);
+        EXPECT_FALSE(writer->finishWriting());
+    }
+    EXPECT_EQ(contentsOf(path), "an earlier film");
+}
+
+TEST(AssetWriter, WhatTheEncoderRefusesIsToldInItsWords)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "film.mp4";
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settingsTheEncoderRefuses());
+    EXPECT_FALSE(writer->startWriting());
+    const std::optional<PlatformError> error = writer->error();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->localizedDescription, "libx264 cannot make a film of 64 x 48 pixels at 60 frames a second");
+    EXPECT_THAT(error->localizedFailureReason.value_or(""), HasSubstr("stately"));
+    EXPECT_EQ(error->domain, "FFmpeg");
+    EXPECT_LT(error->code, 0);
+    ASSERT_TRUE(error->underlying);
+    EXPECT_EQ(error->underlying->localizedDescription, "Invalid argument");
+    EXPECT_EQ(error->underlying->domain, "POSIX");
+    EXPECT_EQ(error->underlying->code, EINVAL);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(AssetWriter, TheSmallestAndOddlyShapedPicturesAreWritten)
+{
+    const TemporaryFolder folder;
+    struct Case {
+        std::int64_t width, height;
+    };
+    for (const Case& c : {Case{2, 2}, Case{2, 200}, Case{200, 2}, Case{34, 18}, Case{16'384, 2}}) {
+        SCOPED_TRACE(testing::Message() << c.width << " x " << c.height);
+        mustWrite(folder / "film.mp4", settingsFor(c.width, c.height), 3);
+        const FilmReport film = probeFilm(folder / "film.mp4");
+        EXPECT_EQ(film.width, c.width);
+        EXPECT_EQ(film.height, c.height);
+        EXPECT_EQ(film.frames(), 3);
+    }
+}
+
+TEST(AssetWriter, APlaceThatCannotBeWrittenIsToldInTheSystemsWords)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "no folder";
+    std::filesystem::create_directory(folder / "folder");
+    struct Case {
+        const char* name;
+        int code;
+        const char* words;
+    };
+    for (const Case& c : {Case{"nowhere/film.mp4", ENOENT, "No such file or directory"},
+                          Case{"file/film.mp4", ENOTDIR, "Not a directory"}, Case{"folder", EISDIR, "Is a directory"}}) {
+        SCOPED_TRACE(c.name);
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / c.name, settingsFor(64, 64));
+        ASSERT_TRUE(writer);
+        EXPECT_FALSE(writer->startWriting());
+        ASSERT_TRUE(writer->error());
+        EXPECT_EQ(writer->error()->localizedDescription, c.words);
+        EXPECT_THAT(writer->error()->localizedFailureReason.value_or(""), HasSubstr(folder / c.name));
+        EXPECT_EQ(writer->error()->domain, "POSIX");
+        EXPECT_EQ(writer->error()->code, c.code);
+    }
+}
+
+TEST(AssetWriter, ANameWithAColonIsANameAndNoProtocol)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    mustWrite("pipe:1", settingsFor(32, 32), 2);
+    std::filesystem::current_path(before);
+    EXPECT_EQ(probeFilm(folder / "pipe:1").frames(), 2);
+}
+
+TEST(AssetWriter, AFullDiskIsToldAtSomeStepWhereverTheSpaceRunsOut)
+{
+    const TemporaryFolder folder;
+    constexpr std::int64_t frames = 60;
+    const FilmSettings settings = settingsFor(160, 90);
+    mustWrite(folder / "whole.mp4", settings, frames);
+    const std::uintmax_t whole = std::filesystem::file_size(folder / "whole.mp4");
+
+    // The index grows in memory and comes last, then all is moved to make room for it at the front: the last limits strike there.
+    for (const std::uintmax_t limit : {std::uintmax_t{0}, std::uintmax_t{1}, std::uintmax_t{40}, whole / 4, whole / 2,
+                                       whole - 1500, whole - 600, whole - 100, whole - 1}) {
+        SCOPED_TRACE(testing::Message() << limit << " of " << whole << " bytes");
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settings);
+        const FileSizeLimit full(limit);
+        EXPECT_FALSE(writeFilm(*writer, frames));
+        ASSERT_TRUE(writer->error());
+        EXPECT_EQ(writer->error()->localizedDescription, "File too large");
+        EXPECT_EQ(writer->error()->domain, "POSIX");
+        EXPECT_EQ(writer->error()->code, EFBIG);
+    }
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settings);
+    const FileSizeLimit full(whole);
+    EXPECT_TRUE(writeFilm(*writer, frames)) << wordsOf(*writer);
+}
+
+TEST(AssetWriter, ADeviceWithoutSpaceIsToldInTheSystemsWords)
+{
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter("/dev/full", settingsFor(64, 64));
+    EXPECT_FALSE(writeFilm(*writer, 5));
+    ASSERT_TRUE(writer->error());
+    EXPECT_EQ(writer->error()->localizedDescription, "No space left on device");
+    EXPECT_EQ(writer->error()->domain, "POSIX");
+    EXPECT_EQ(writer->error()->code, ENOSPC);
+}
+
+TEST(AssetWriter, AFilmWithoutFramesFailsToFinish)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    ASSERT_TRUE(writer->startWriting());
+    EXPECT_FALSE(writer->finishWriting());
+    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film has no frames"));
+}
+
+TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
+{
+    const TemporaryFolder folder;
+    mustWrite(folder / "first.mp4", settingsFor(64, 64), 2); // What the libraries set up once is set up now.
+    const auto threads = entriesOf("/proc/self/task");
+    const auto files = entriesOf("/proc/self/fd");
+    for (const std::int64_t frames : {-1, 0, 1, 30}) {
+        SCOPED_TRACE(testing::Message() << frames << " frames");
+        std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(320, 180));
+        if (frames >= 0) {
+            ASSERT_TRUE(writer->startWriting());
+        }
+        for (std::int64_t i = 0; i < frames; ++i) ASSERT_TRUE(i % 3 == 1 ? writer->appendRepeat(i) : appendPainted(*writer, i));
+        writer.reset();
+        EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+        EXPECT_EQ(entriesOf("/proc/self/fd"), files);
+    }
+    EXPECT_THROW(probeFilm(folder / "film.mp4"), std::runtime_error); // It does not pass for a whole film.
+}
+
+TEST(AssetWriter, FramesOutOfTurnAreRefusedAndTheFirstErrorStays)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    EXPECT_FALSE(writer->appendRepeat(0));
+    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film is not being written"));
+    EXPECT_FALSE(writer->startWriting());
+    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film is not being written"));
+
+    struct Case {
+        const char* when;
+        bool (*act)(AssetWriter&);
+        const char* words;
+    };
+    for (const Case& c : {Case{"a repeat of nothing", [](AssetWriter& w) { return w.appendRepeat(0); },
+                               "The first frame of a film has none to repeat"},
+                          Case{"a frame left out", [](AssetWriter& w) { return appendPainted(w, 0) && appendPainted(w, 2); },
+                               "Frame 2 came where frame 1 was due"},
+                          Case{"a frame twice", [](AssetWriter& w) { return appendPainted(w, 0) && w.appendRepeat(0); },
+                               "Frame 0 came where frame 1 was due"},
+                          Case{"no picture", [](AssetWriter& w) { return w.append(nullptr, 0); }, "Frame 0 has no picture"},
+                          Case{"another size", [](AssetWriter& w) { return w.append(std::make_shared<PixelBuffer>(62, 64), 0); },
+                               "A picture of 62 x 64 pixels does not fit a film of 64 x 64"},
+                          Case{"begun twice", [](AssetWriter& w) { return w.startWriting(); }, "The film was begun before"}}) {
+        SCOPED_TRACE(c.when);
+        const std::unique_ptr<AssetWriter> other = makeAssetWriter(folder / "other.mp4", settingsFor(64, 64));
+        ASSERT_TRUE(other->startWriting());
+        EXPECT_FALSE(c.act(*other));
+        EXPECT_THAT(wordsOf(*other), HasSubstr(c.words));
+        EXPECT_FALSE(appendPainted(*other, 7));
+        EXPECT_FALSE(other->finishWriting());
+        EXPECT_THAT(wordsOf(*other), HasSubstr(c.words));
+    }
+}
+
+TEST(AssetWriter, AFormatThatTheLibrariesDoNotKnowGivesNoWriter)
+{
+    struct Case {
+        const char *container, *codec, *pixelFormat;
+    };
+    for (const Case& c : {Case{"scroll", "libx264", "yuv420p"}, Case{"mp4", "quill", "yuv420p"}, Case{"mp4", "libx264", "marble"},
+                          Case{"mp4", "libx264", "argb"}}) {
+        SCOPED_TRACE(testing::Message() << c.container << " " << c.codec << " " << c.pixelFormat);
+        FilmSettings settings = settingsFor(64, 64);
+        settings.format.container = c.container;
+        settings.format.codec = c.codec;
+        settings.format.pixelFormat = c.pixelFormat;
+        EXPECT_EQ(makeAssetWriter("/nowhere/film", settings), nullptr);
+    }
+}
+
+TEST(AssetWriter, AnOptionThatTheLibrariesDoNotKnowIsNamed)
+{
+    const TemporaryFolder folder;
+    FilmSettings strangeCodec = settingsFor(64, 64);
+    strangeCodec.format.codecOptions.emplace_back("mood", "bright");
+    FilmSettings strangeContainer = settingsFor(64, 64);
+    strangeContainer.format.containerOptions.emplace_back("lid", "tight");
+
+    const std::unique_ptr<AssetWriter> first = makeAssetWriter(folder / "film.mp4", strangeCodec);
+    EXPECT_FALSE(first->startWriting());
+    EXPECT_THAT(wordsOf(*first), HasSubstr("libx264 has no option \"mood\""));
+    const std::unique_ptr<AssetWriter> second = makeAssetWriter(folder / "film.mp4", strangeContainer);
+    EXPECT_FALSE(second->startWriting());
+    EXPECT_THAT(wordsOf(*second), HasSubstr("mp4 has no option \"lid\""));
+}
+
+TEST(AssetWriter, AnotherFormatIsAMatterOfDataAlone)
+{
+    const TemporaryFolder folder;
+    FilmSettings settings = settingsFor(64, 48, 25);
+    settings.format = {
+        .container = "matroska", .codec = "ffv1", .pixelFormat = "yuv444p", .maximumSide = 1000, .maximumPixels = 1'000'000};
+    mustWrite(folder / "film.mkv", settings, 3);
+    EXPECT_EQ(probeFilm(folder / "film.mkv").codec, "ffv1");
+    forEachFrame(folder / "film.mkv", [&](std::int64_t index, const PixelBuffer& picture) {
+        EXPECT_LT(meanChannelError(picture, paintedFrame(64, 48, index)), 1) << "frame " << index; // Lossless but for rounding.
+    });
+}
+
+TEST(AssetWriter, AFormatThatKeepsAlphaGetsItsColoursUnpremultiplied)
+{
+    const TemporaryFolder folder;
+    FilmSettings settings = settingsFor(32, 32, 25);
+    settings.format = {.container = "mov",
+                       .codec = "qtrle",
+                       .pixelFormat = "argb",
+                       .keepsAlpha = true,
+                       .maximumSide = 1000,
+                       .maximumPixels = 1'000'000};
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mov", settings);
+    ASSERT_TRUE(writer && writer->startWriting());
+    std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 32; ++x) {
+            const std::uint8_t halfRed[4] = {0, 32, 64, 128};
+            std::copy_n(x < 16 ? halfRed : std::array<std::uint8_t, 4>{}.data(), 4, picture->row(y) + x * 4);
+        }
+    ASSERT_TRUE(writer->append(std::move(picture), 0));
+    ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
+
+    const std::vector<PixelBuffer> frames = decodedFrames(folder / "film.mov");
+    ASSERT_EQ(frames.size(), 1u);
+    const auto pixel = [&](int x) { return std::vector<int>(frames[0].row(5) + x * 4, frames[0].row(5) + x * 4 + 4); };
+    EXPECT_THAT(pixel(3), testing::ElementsAre(0, 64, 128, 128)); // 32 * 255 / 128 = 63.75, 64 * 255 / 128 = 127.5
+    EXPECT_THAT(pixel(20), testing::ElementsAre(0, 0, 0, 0));
+}
+
+TEST(AssetWriter, NothingIsEverPrinted)
+{
+    const TemporaryFolder folder;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const bool written = writeFilm(*makeAssetWriter(folder / "film.mp4", settingsFor(64, 64)), 5);
+    const bool refused = !makeAssetWriter(folder / "film.mp4", settingsTheEncoderRefuses())->startWriting();
+    const bool failed = !makeAssetWriter(folder / "nowhere/film.mp4", settingsFor(64, 64))->startWriting();
+    const std::string output = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(written && refused && failed);
+    EXPECT_EQ(output, "");
+}
+
+} // namespace
+} // namespace larkspool
