@@ -20,6 +20,10 @@ bool castsShadow(Layer::Kind kind);
 /// `cornerRadius` capped at half the smaller side of `size`, then raised to 0.
 double clampedCornerRadius(double cornerRadius, CGSize size);
 
+/// Strokes the outline at a doubled width with one half of the line clipped away, by the layer's `strokeOutside`. Without a width
+/// nothing happens.
+void strokeClipped(const Path& path, const Layer& layer, RasterContext& context);
+
 /// The outline that the commands describe. A command before the first `moveTo` starts at its own first point.
 Path buildCGPath(const Array<PathCommand>& commands);
 

@@ -1,0 +1,13 @@
+#include "app/verbs.h"
+
+#include <array>
+
+namespace larkspool {
+
+std::span<const Verb> verbs()
+{
+    static const std::array all = {exportVerb(), frameVerb(), checkVerb(), convertVerb(), evaluateVerb()};
+    return all;
+}
+
+} // namespace larkspool

@@ -1,0 +1,327 @@
+#include "export/exporter.h"
+
+#include "export/fake_asset_writer.h"
+#include "export/film.h"
+
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace larkspool {
+namespace {
+
+using Exporter::ExportError;
+using Exporter::ExportOptions;
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+/// A folder of its own for each test, gone with it.
+class TemporaryFolder {
+public:
+    TemporaryFolder() : path_(std::filesystem::temp_directory_path() / ("larkspool-test-" + UUID::random().string()))
+    {
+        std::filesystem::create_directories(path_);
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string file(const std::string& name) const { return (path_ / name).string(); }
+
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(path_)) found.push_back(entry.path().filename().string());
+        return found;
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+std::string contents(const std::string& path)
+{
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+/// A scene of 8 x 4 pixels whose one rectangle moves one pixel to the right in each frame, so that no two frames are alike.
+TweenScene movingScene(double duration, std::int64_t fps)
+{
+    Layer box{.fill = {1, 0, 0, 1}, .size = {1, 4}};
+    const double distance = duration * static_cast<double>(fps);
+    box.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 0, .value = 0.0, .easing = Easing::linear()},
+                     Keyframe{.property = Keyframe::AnimatableProperty::x, .time = duration, .value = distance}};
+    TweenScene scene{.width = 8, .height = 4, .fps = fps, .duration = duration};
+    scene.layers = {box};
+    return scene;
+}
+
+ExportOptions optionsWritingTo(WriterLog& log)
+{
+    return {.makeWriter = [&log](const std::string& path, const FilmSettings& settings) {
+        return std::make_unique<FakeAssetWriter>(path, settings, log);
+    }};
+}
+
+std::string failureOf(const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const ExportError& error) {
+        return error.errorDescription();
+    }
+    return "no failure";
+}
+
+void exportScene(const TweenScene& scene, const std::string& path, const ExportOptions& options, double startTime = 0)
+{
+    Exporter::exportMP4(scene, path, startTime, std::nullopt, {}, options);
+}
+
+TEST(FilmPlan, SizeIsScaledRoundedAndMadeEven)
+{
+    struct Case { const char* what; CGSize scene; double scale; std::int64_t width, height; };
+    for (const Case& c : {Case{"as it is", {1920, 1080}, 1, 1920, 1080},
+                          Case{"an odd side loses a pixel", {101, 50}, 1, 100, 50},
+                          Case{"half", {1920, 1080}, 0.5, 960, 540},
+                          Case{"halves round away from zero, then even", {13, 9}, 0.5, 6, 4},
+                          Case{"a scale below the least", {1000, 500}, 0.05, 100, 50},
+                          Case{"a scale above 1", {1000, 500}, 1.5, 1000, 500},
+                          Case{"a scale that is not a number", {1000, 500}, notANumber, 1000, 500},
+                          Case{"a tiny scene", {0.2, 1}, 1, 2, 2},
+                          Case{"no size", {0, 0}, 1, 2, 2},
+                          Case{"a negative size", {-50, 100}, 1, 2, 100},
+                          Case{"not a number", {notANumber, 100}, 1, 2, 100}}) {
+        SCOPED_TRACE(c.what);
+        const Exporter::FilmPlan plan = Exporter::planFilm(c.scene, c.scale, 60, 1);
+        EXPECT_EQ(plan.width, c.width);
+        EXPECT_EQ(plan.height, c.height);
+    }
+}
+
+TEST(FilmPlan, AHugeSizeIsRefusedWithItsName)
+{
+    EXPECT_EQ(failureOf([] { Exporter::planFilm({1e9, 1e9}, 1, 60, 1); }),
+              "Export failed: A film of 1000000000 x 1000000000 pixels is too large; 16384 is the longest side");
+}
+
+TEST(FilmPlan, FramesAreTheNearestWholeNumberAndAtLeastOne)
+{
+    struct Case { const char* what; double seconds; std::int64_t fps, frames; };
+    for (const Case& c : {Case{"a second", 1, 30, 30}, Case{"nothing left", 0, 30, 1}, Case{"half a frame rounds up", 0.05, 30, 2},
+                          Case{"less than half a frame", 0.01, 30, 1}, Case{"five seconds", 5, 60, 300}}) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(Exporter::frameCount({.width = 2, .height = 2, .fps = c.fps, .seconds = c.seconds}), c.frames);
+    }
+}
+
+TEST(FilmPlan, ARateOrLengthThatNoFilmCanHaveIsRefused)
+{
+    struct Case { double seconds; std::int64_t fps; const char* words; };
+    for (const Case& c : {Case{1, 0, "A film cannot have 0 frames a second; 1 to 1000 it can"},
+                          Case{1, -30, "A film cannot have -30 frames a second; 1 to 1000 it can"},
+                          Case{1e12, 60, "A film of 1e+12 seconds is too long"},
+                          Case{notANumber, 60, "A film of nan seconds is too long"}}) {
+        EXPECT_EQ(failureOf([&] { Exporter::frameCount({.width = 2, .height = 2, .fps = c.fps, .seconds = c.seconds}); }),
+                  std::string("Export failed: ") + c.words);
+    }
+}
+
+TEST(Export, EveryFrameIsAppendedOnceAndInOrder)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    exportScene(movingScene(1, 7), folder.file("film.mp4"), optionsWritingTo(log));
+
+    EXPECT_THAT(log.appended, testing::ElementsAre(0, 1, 2, 3, 4, 5, 6));
+    EXPECT_TRUE(log.finished);
+    EXPECT_EQ(log.settings.width, 8);
+    EXPECT_EQ(log.settings.height, 4);
+    EXPECT_EQ(log.settings.fps, 7);
+    EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
+}
+
+TEST(Export, FramesStandAtWholeStepsOfTheRateFromTheStartTime)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    std::vector<int> places;
+    log.onPicture = [&](const PixelBuffer& picture, std::int64_t) {
+        for (int x = 0; x < picture.width(); ++x)
+            if (picture.row(0)[4 * x] == 0) places.push_back(x); // Blue is 0 in the red box alone.
+    };
+    exportScene(movingScene(1, 8), folder.file("film.mp4"), optionsWritingTo(log), /*startTime=*/0.5);
+
+    EXPECT_THAT(places, testing::ElementsAre(4, 5, 6, 7)); // The scene's last moment itself, at 8, is not drawn.
+}
+
+TEST(Export, AStartPastTheEndGivesOneFrameOfTheLastMoment)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    exportScene(movingScene(1, 8), folder.file("film.mp4"), optionsWritingTo(log), /*startTime=*/9);
+    EXPECT_THAT(log.appended, testing::ElementsAre(0));
+}
+
+TEST(Export, ASingleSceneHasNoEndPause)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    TweenScene scene = movingScene(1, 5);
+    scene.endPause = 3;
+    exportScene(scene, folder.file("film.mp4"), optionsWritingTo(log));
+    EXPECT_EQ(log.appended.size(), 5u);
+}
+
+TEST(Export, AFrameThatShowsWhatTheOneBeforeDidIsRepeated)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    TweenScene scene = movingScene(1, 4);
+    scene.duration = 2; // The box stands still in the second half: frames 4 to 7 all show it at its end.
+    exportScene(scene, folder.file("film.mp4"), optionsWritingTo(log));
+    EXPECT_THAT(log.appended, testing::ElementsAre(0, 1, 2, 3, 4));
+    EXPECT_THAT(log.repeated, testing::ElementsAre(5, 6, 7));
+}
+
+TEST(Export, ProgressIsToldAfterEveryFrameAndEndsAtOne)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    std::vector<double> told;
+    ExportOptions options = optionsWritingTo(log);
+    options.progress = [&](double part) { told.push_back(part); };
+    exportScene(movingScene(1, 4), folder.file("film.mp4"), options);
+    EXPECT_THAT(told, testing::ElementsAre(0.25, 0.5, 0.75, 1.0));
+}
+
+TEST(Export, EverySixthFrameIsPreviewed)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    std::vector<std::int64_t> previewed;
+    ExportOptions options = optionsWritingTo(log);
+    options.previewFrame = [&](const PixelBuffer&) { previewed.push_back(static_cast<std::int64_t>(log.appended.size())); };
+    exportScene(movingScene(1, 14), folder.file("film.mp4"), options);
+    EXPECT_THAT(previewed, testing::ElementsAre(0, 6, 12));
+}
+
+TEST(Export, ACancelKeepsTheFramesSoFarUnderTheFilmsName)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    Exporter::ExportCancelFlag cancel;
+    ExportOptions options = optionsWritingTo(log);
+    options.cancel = &cancel;
+    options.progress = [&](double part) {
+        if (part >= 0.5) cancel.cancel();
+    };
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_THAT(log.appended, testing::ElementsAre(0, 1));
+    EXPECT_TRUE(log.finished);
+    EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
+}
+
+TEST(Export, ACancelAfterTheLastFrameStillCounts)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    Exporter::ExportCancelFlag cancel;
+    ExportOptions options = optionsWritingTo(log);
+    options.cancel = &cancel;
+    options.progress = [&](double part) {
+        if (part == 1) cancel.cancel();
+    };
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(log.appended.size(), 4u);
+    EXPECT_EQ(contents(folder.file("film.mp4")), "film");
+}
+
+TEST(Export, ACancelBeforeTheFirstFrameLeavesAnEarlierFilm)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("film.mp4")) << "earlier";
+    WriterLog log;
+    Exporter::ExportCancelFlag cancel;
+    cancel.cancel();
+    ExportOptions options = optionsWritingTo(log);
+    options.cancel = &cancel;
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+}
+
+TEST(Export, EveryFailureHasItsWordsAndLeavesAnEarlierFilm)
+{
+    struct Case { const char* what; std::function<void(WriterLog&)> arrange; const char* words; };
+    for (const Case& c : {
+             Case{"start", [](WriterLog& log) { log.startFails = true; }, "Export failed: startWriting failed: It broke — (Fake #-5)"},
+             Case{"buffer", [](WriterLog& log) { log.bufferFailsAt = 1; }, "Export failed: Pixel buffer alloc failed: -5"},
+             Case{"append", [](WriterLog& log) { log.appendFailsAt = 2; },
+                  "Export failed: append failed at frame 2: It broke — (Fake #-5)"},
+             Case{"finish", [](WriterLog& log) { log.finishFails = true; },
+                  "Export failed: finishWriting failed: It broke — (Fake #-5)"},
+         }) {
+        SCOPED_TRACE(c.what);
+        const TemporaryFolder folder;
+        std::ofstream(folder.file("film.mp4")) << "earlier";
+        WriterLog log;
+        c.arrange(log);
+        EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), optionsWritingTo(log)); }), c.words);
+        EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+        EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
+    }
+}
+
+TEST(Export, WithoutAWriterThereIsNoFilm)
+{
+    const TemporaryFolder folder;
+    const ExportOptions options{.makeWriter = [](const std::string&, const FilmSettings&) { return nullptr; }};
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }),
+              "Couldn't create the video writer.");
+}
+
+TEST(Export, AnEmptyListOfScenesIsRefusedBeforeTheDestinationIsTouched)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("film.mp4")) << "earlier";
+    WriterLog log;
+    EXPECT_EQ(failureOf([&] { Exporter::exportMP4(Array<TweenScene>(), folder.file("film.mp4"), std::nullopt, {}, optionsWritingTo(log)); }),
+              "Export failed: No scenes to export");
+    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+}
+
+TEST(ExportError, TellsPeopleAndScripts)
+{
+    using enum ExportError::Kind;
+    struct Case { ExportError error; const char* words; const char* form; };
+    for (const Case& c : {Case{ExportError(cannotCreateWriter), "Couldn't create the video writer.", "cannotCreateWriter"},
+                          Case{ExportError(cannotCreatePixelBufferPool), "Couldn't allocate a pixel buffer pool.", "cannotCreatePixelBufferPool"},
+                          Case{ExportError(userCancelled), "Export cancelled.", "userCancelled"},
+                          Case{ExportError(writeFailed, "No scenes to export"), "Export failed: No scenes to export",
+                               "writeFailed(\"No scenes to export\")"}}) {
+        EXPECT_EQ(c.error.errorDescription(), c.words);
+        EXPECT_EQ(c.error.textualForm(), c.form);
+    }
+}
+
+TEST(WriterErrors, AreDescribedFromTheOutsideIn)
+{
+    const auto underlying = std::make_shared<const PlatformError>(
+        PlatformError{.localizedDescription = "No space", .localizedFailureReason = {}, .domain = "POSIX", .code = 28, .underlying = nullptr});
+    EXPECT_EQ(describe(std::nullopt), "unknown error");
+    EXPECT_EQ(describe(PlatformError{.localizedDescription = "It broke", .localizedFailureReason = {}, .domain = "FFmpeg", .code = -1, .underlying = nullptr}),
+              "It broke — (FFmpeg #-1)");
+    EXPECT_EQ(describe(PlatformError{.localizedDescription = "It broke",
+                                     .localizedFailureReason = "The disk is full",
+                                     .domain = "FFmpeg",
+                                     .code = -1,
+                                     .underlying = underlying}),
+              "It broke — The disk is full — underlying: No space [POSIX #28] — (FFmpeg #-1)");
+}
+
+} // namespace
+} // namespace larkspool

@@ -1,0 +1,301 @@
+#include "rendering/shapes.h"
+
+#include "rendering/rendering_fixture.h"
+#include "support/golden.h"
+
+namespace larkspool {
+namespace {
+
+using Kind = Layer::Kind;
+
+/// A layer of 20 x 20 at (10, 10), green with a red stroke.
+Layer box(Kind kind = Kind::rectangle)
+{
+    return {.kind = kind, .transform = {.x = 10, .y = 10}, .fill = green, .stroke = red, .size = {20, 20}};
+}
+
+PixelBuffer drawn(const Layer& layer)
+{
+    return drawnFrame(sceneWith({40, 40}, {layer}));
+}
+
+/// A closed path layer of 20 x 20 that stands where `box` does.
+Layer squarePath()
+{
+    Layer layer = box(Kind::path);
+    layer.path = {MoveTo{{0, 0}}, LineTo{{20, 0}}, LineTo{{20, 20}}, LineTo{{0, 20}}, ClosePath{}};
+    return layer;
+}
+
+void expectNear(Pixel actual, Pixel expected, int tolerance)
+{
+    EXPECT_NEAR(actual.r, expected.r, tolerance);
+    EXPECT_NEAR(actual.g, expected.g, tolerance);
+    EXPECT_NEAR(actual.b, expected.b, tolerance);
+    EXPECT_NEAR(actual.a, expected.a, tolerance);
+}
+
+TEST(CornerRadius, IsCappedAtHalfTheSmallerSideThenRaisedToZero)
+{
+    struct Case { const char* what; double radius; CGSize size; double clamped; };
+    for (const Case& c : {Case{"fits", 5, {20, 30}, 5}, Case{"capped", 50, {20, 30}, 10}, Case{"negative", -3, {20, 30}, 0},
+                          Case{"of nothing", 5, {0, 30}, 0}, Case{"of a negative size", 5, {-4, 30}, 0}}) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(clampedCornerRadius(c.radius, c.size), c.clamped);
+    }
+}
+
+TEST(ShadowPresets, HaveTheirNumbers)
+{
+    struct Case { ShadowPreset preset; double alpha, offset, blur; };
+    for (const Case& c : {Case{ShadowPreset::none, 0, 0, 0}, Case{ShadowPreset::low, 0.3, -4, 8}, Case{ShadowPreset::medium, 0.4, -12, 18},
+                          Case{ShadowPreset::high, 0.55, -30, 40}}) {
+        const ShadowPresetValues values = shadowPresetValues(c.preset);
+        EXPECT_EQ(values.alpha, c.alpha);
+        EXPECT_EQ(values.verticalOffset, c.offset);
+        EXPECT_EQ(values.blur, c.blur);
+    }
+}
+
+TEST(Shapes, AStrokeOfNoWidthOutsidePaintsTheFillAlone)
+{
+    Layer layer = box();
+    layer.strokeOutside = true;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 9, 20), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 10, 20), greenPixel);
+}
+
+TEST(Shapes, AStrokeInsideIsARingWithASeamOfTheFillAlongItsInnerEdge)
+{
+    Layer layer = box();
+    layer.strokeWidth = 4;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 9, 20), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 10, 20), redPixel);
+    EXPECT_EQ(pixelAt(picture, 12, 20), redPixel);
+    expectNear(pixelAt(picture, 13, 20), {128, 128, 0, 255}, 2); // The seam covers half of this pixel.
+    EXPECT_EQ(pixelAt(picture, 14, 20), greenPixel);
+}
+
+TEST(Shapes, AClearFillLeavesTheInsideOfARingOpen)
+{
+    Layer layer = box();
+    layer.strokeWidth = 4;
+    layer.fill = ColorRGBA::clear;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 13, 20), redPixel);
+    EXPECT_EQ(pixelAt(picture, 14, 20), whitePixel);
+}
+
+TEST(Shapes, ASemiTransparentRingDoesNotOverlapTheFill)
+{
+    Layer layer = box();
+    layer.strokeWidth = 4;
+    layer.stroke.a = 0.5;
+    const PixelBuffer picture = drawn(layer);
+    expectNear(pixelAt(picture, 11, 20), {255, 128, 128, 255}, 1);
+    EXPECT_EQ(pixelAt(picture, 20, 20), greenPixel);
+}
+
+TEST(Shapes, AStrokeTooWideForARingIsALineClippedToTheShape)
+{
+    Layer layer = box();
+    layer.size = {10, 30};
+    layer.strokeWidth = 6;
+    layer.stroke.a = 0.5; // Shows that the fill lies below, and that the line covers it once.
+    const PixelBuffer picture = drawn(layer);
+    expectNear(pixelAt(picture, 15, 25), {128, 128, 0, 255}, 2);
+    EXPECT_EQ(pixelAt(picture, 9, 25), whitePixel);
+}
+
+TEST(Shapes, AClippedStrokeIsAQuarterOfAPointWiderThanItsWidth)
+{
+    Layer layer = squarePath();
+    layer.strokeWidth = 4;
+    const PixelBuffer inside = drawn(layer);
+    EXPECT_EQ(pixelAt(inside, 9, 20), whitePixel);
+    EXPECT_EQ(pixelAt(inside, 13, 20), redPixel);
+    expectNear(pixelAt(inside, 14, 20), {64, 191, 0, 255}, 2);
+    EXPECT_EQ(pixelAt(inside, 15, 20), greenPixel);
+
+    layer.strokeOutside = true;
+    layer.strokeWidth = 3;
+    const PixelBuffer outside = drawn(layer);
+    EXPECT_EQ(pixelAt(outside, 10, 20), greenPixel);
+    EXPECT_EQ(pixelAt(outside, 9, 20), redPixel);
+    EXPECT_EQ(pixelAt(outside, 7, 20), redPixel);
+    expectNear(pixelAt(outside, 6, 20), {255, 191, 191, 255}, 2);
+    EXPECT_EQ(pixelAt(outside, 5, 20), whitePixel);
+}
+
+TEST(Shapes, AStrokeForEachSideInsideHasFourWidths)
+{
+    Layer layer = box();
+    layer.perSideStroke = true;
+    layer.strokeWidthTop = 4;
+    layer.strokeWidthRight = 6;
+    layer.strokeWidthLeft = 2;
+    layer.strokeWidth = 9; // Plays no part.
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 20, 13), redPixel);
+    EXPECT_EQ(pixelAt(picture, 20, 14), greenPixel);
+    EXPECT_EQ(pixelAt(picture, 11, 20), redPixel);
+    EXPECT_EQ(pixelAt(picture, 12, 20), greenPixel);
+    EXPECT_EQ(pixelAt(picture, 23, 20), greenPixel);
+    EXPECT_EQ(pixelAt(picture, 24, 20), redPixel);
+    EXPECT_EQ(pixelAt(picture, 20, 29), greenPixel);
+}
+
+TEST(Shapes, AStrokeForEachSideOutsideGrowsTheBox)
+{
+    Layer layer = box();
+    layer.perSideStroke = true;
+    layer.strokeOutside = true;
+    layer.strokeWidthTop = 4;
+    layer.strokeWidthBottom = 2;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 20, 6), redPixel);
+    EXPECT_EQ(pixelAt(picture, 20, 5), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 20, 31), redPixel);
+    EXPECT_EQ(pixelAt(picture, 20, 32), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 9, 20), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 10, 20), greenPixel);
+}
+
+TEST(Shapes, WidthsForEachSideThatLeaveNothingFillTheBoxWithTheStroke)
+{
+    Layer layer = box();
+    layer.perSideStroke = true;
+    layer.strokeWidthLeft = 12;
+    layer.strokeWidthRight = 12;
+    EXPECT_EQ(pixelAt(drawn(layer), 20, 20), redPixel);
+}
+
+TEST(Shapes, AnEllipseHasNoStrokeForEachSide)
+{
+    Layer layer = box(Kind::ellipse);
+    layer.perSideStroke = true;
+    layer.strokeWidthTop = 9;
+    layer.strokeWidth = 2;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 20, 11), redPixel);
+    EXPECT_EQ(pixelAt(picture, 20, 15), greenPixel);
+    EXPECT_EQ(pixelAt(picture, 10, 10), whitePixel);
+}
+
+TEST(Shapes, ANegativeCornerRadiusIsNone)
+{
+    Layer layer = box();
+    layer.cornerRadius = -8;
+    EXPECT_EQ(pixelAt(drawn(layer), 10, 10), greenPixel);
+}
+
+TEST(Shapes, ALargeCornerRadiusMakesACircle)
+{
+    Layer layer = box();
+    layer.cornerRadius = 100;
+    const PixelBuffer picture = drawn(layer);
+    EXPECT_EQ(pixelAt(picture, 11, 11), whitePixel); // 12.0 from the middle; the radius is 10.
+    EXPECT_EQ(pixelAt(picture, 14, 14), greenPixel); // 7.8 from the middle.
+}
+
+TEST(Shapes, SizesThatHoldNothingPaintNothing)
+{
+    for (const CGSize size : {CGSize{0, 20}, CGSize{-10, -10}, CGSize{20, 0}}) {
+        Layer layer = box();
+        layer.size = size;
+        layer.strokeWidth = 2;
+        EXPECT_EQ(pixelAt(drawn(layer), 5, 35), whitePixel);
+    }
+}
+
+TEST(BodyHints, TellTheAlphaOfABoxAsASumOfBoxes)
+{
+    Layer layer = box();
+    layer.fill.a = 0.25;
+    ASSERT_EQ(bodyHints(layer).coverage.size(), 1u);
+    EXPECT_EQ(bodyHints(layer).coverage[0].weight, 0.25);
+
+    layer.fill.a = 1;
+    layer.strokeWidth = 4;
+    ASSERT_EQ(bodyHints(layer).coverage.size(), 1u);
+    EXPECT_EQ(bodyHints(layer).coverage[0].box, (RoundedRect{{{0, 0}, {20, 20}}, 0}));
+
+    layer.stroke.a = 0.25;
+    ASSERT_EQ(bodyHints(layer).coverage.size(), 2u);
+    EXPECT_EQ(bodyHints(layer).coverage[0].weight, 0.25);
+    EXPECT_EQ(bodyHints(layer).coverage[1].box.rect, (CGRect{{3.5, 3.5}, {13, 13}}));
+    EXPECT_EQ(bodyHints(layer).coverage[1].weight, 0.75);
+
+    layer.fill.a = 0.5; // The seam's alpha adds up otherwise than a sum of boxes.
+    EXPECT_TRUE(bodyHints(layer).coverage.empty());
+}
+
+TEST(ShapeGoldens, StrokesOfEveryKind)
+{
+    Array<Layer> layers;
+    auto add = [&layers, n = 0](const std::function<void(Layer&)>& change) mutable {
+        Layer layer{.fill = {0.35, 0.55, 0.95, 1}, .stroke = {0.95, 0.45, 0.25, 1}, .size = {44, 32}, .cornerRadius = 8};
+        layer.transform.x = 13.3 + 70 * (n % 6);
+        layer.transform.y = 12.6 + 56 * (n / 6);
+        ++n;
+        change(layer);
+        layers.append(layer);
+    };
+    const auto bezier = [](Layer& layer) {
+        layer.kind = Kind::path;
+        layer.path = {MoveTo{{0, 32}}, CurveTo{{4, -16}, {40, -16}, {44, 32}}, LineTo{{22, 20}}, ClosePath{}};
+    };
+    add([](Layer&) {});
+    add([](Layer& l) { l.strokeWidth = 5; });
+    add([](Layer& l) { l.strokeWidth = 5, l.strokeOutside = true; });
+    add([](Layer& l) { l.strokeWidth = 20; });
+    add([](Layer& l) { l.strokeWidth = 5, l.fill.a = 0; });
+    add([](Layer& l) { l.strokeWidth = 5, l.stroke.a = 0.4; });
+    add([](Layer& l) { l.kind = Kind::ellipse; });
+    add([](Layer& l) { l.kind = Kind::ellipse, l.strokeWidth = 5; });
+    add([](Layer& l) { l.kind = Kind::ellipse, l.strokeWidth = 5, l.strokeOutside = true; });
+    add([](Layer& l) { l.kind = Kind::ellipse, l.strokeWidth = 18; });
+    add([](Layer& l) { l.kind = Kind::ellipse, l.strokeWidth = 5, l.fill.a = 0; });
+    add([](Layer& l) { l.kind = Kind::ellipse, l.strokeWidth = 5, l.opacity = 0.5; });
+    add([](Layer& l) { l.perSideStroke = true, l.strokeWidthTop = 8; });
+    add([](Layer& l) { l.perSideStroke = true, l.strokeWidthLeft = 10, l.strokeWidthTop = 2; });
+    add([](Layer& l) { l.perSideStroke = true, l.strokeWidthLeft = 4, l.strokeWidthTop = 4, l.strokeWidthRight = 4, l.strokeWidthBottom = 4; });
+    add([](Layer& l) { l.perSideStroke = l.strokeOutside = true, l.strokeWidthTop = 4; });
+    add([](Layer& l) { l.perSideStroke = l.strokeOutside = true, l.strokeWidthLeft = 2, l.strokeWidthTop = 4, l.strokeWidthRight = 6, l.strokeWidthBottom = 8; });
+    add([](Layer& l) { l.perSideStroke = true, l.strokeWidthLeft = 30, l.strokeWidthRight = 30; });
+    add([&](Layer& l) { bezier(l); });
+    add([&](Layer& l) { bezier(l), l.strokeWidth = 4; });
+    add([&](Layer& l) { bezier(l), l.strokeWidth = 4, l.strokeOutside = true; });
+    add([&](Layer& l) { bezier(l), l.strokeWidth = 4, l.transform.rotation = 30; });
+    add([](Layer& l) { l.strokeWidth = 5, l.transform.rotation = 20; });
+    add([](Layer& l) { l.strokeWidth = 0.5, l.fill = ColorRGBA::white, l.stroke = ColorRGBA::black; });
+
+    const TweenScene scene = sceneWith({430, 232}, layers, {0.97, 0.97, 0.98, 1});
+    EXPECT_GOLDEN(drawnFrame(scene), "shapes-strokes");
+    EXPECT_GOLDEN(drawnFrame(scene, 0, CGSize{860, 464}), "shapes-strokes-2x");
+}
+
+TEST(ShapeGoldens, ShadowsOfEveryPreset)
+{
+    Array<Layer> layers;
+    int n = 0;
+    for (const ShadowPreset preset : {ShadowPreset::low, ShadowPreset::medium, ShadowPreset::high}) {
+        for (const int look : {0, 1, 2, 3, 4}) {
+            Layer layer{.kind = look == 1 ? Kind::ellipse : Kind::rectangle, .fill = ColorRGBA::white, .size = {60, 44}, .cornerRadius = 10,
+                        .shadow = preset};
+            layer.transform.x = 30.4 + 110 * look;
+            layer.transform.y = 24.7 + 110 * n;
+            if (look == 2) layer.opacity = 0.5;
+            if (look == 3) layer.transform.rotation = 25;
+            if (look == 4) layer.fill = ColorRGBA::clear, layer.strokeWidth = 6, layer.stroke = {0.2, 0.4, 0.9, 1};
+            layers.append(layer);
+        }
+        ++n;
+    }
+    EXPECT_GOLDEN(drawnFrame(sceneWith({570, 350}, layers, {0.93, 0.94, 0.96, 1})), "shapes-shadows");
+}
+
+} // namespace
+} // namespace larkspool
