@@ -24,6 +24,7 @@ endfunction()
 # larkspool_tests(MODULE [LINKS target...] [OUTSIDE target...])
 #
 # The tests of one folder: every *_test.cpp below tests/MODULE in one program, which links that folder and nothing above it.
+# CTest knows them as MODULE.Suite.Test, with the folder as their label.
 function(larkspool_tests module)
   cmake_parse_arguments(TESTS "" "" "LINKS;OUTSIDE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${module}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/${module}/*.h")
@@ -35,5 +36,6 @@ function(larkspool_tests module)
   target_compile_definitions(${module}_tests PRIVATE LARKSPOOL_SOURCE_FOLDER="${CMAKE_SOURCE_DIR}")
   target_include_directories(${module}_tests PRIVATE "${CMAKE_SOURCE_DIR}/tests")
   target_precompile_headers(${module}_tests PRIVATE "${CMAKE_SOURCE_DIR}/cmake/precompiled_tests.h")
-  gtest_discover_tests(${module}_tests DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${module}_tests
+    TEST_PREFIX ${module}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS ${module})
 endfunction()
