@@ -102,8 +102,7 @@ void finishTextCursorBlinks(RecordReader& reader, const Slots<Layer>& slots, Lay
 
 DecodingError::DecodingError(Kind kind, std::string path, std::string reason)
     : std::runtime_error(failureText(path, reason)), kind_(kind), path_(std::move(path)), reason_(std::move(reason))
-{
-}
+{}
 
 // ---------------------------------------------------------------- what a table does not say
 
@@ -126,7 +125,8 @@ struct RecordRules<TimeSpan> {
         const std::optional<JsonValue>& legacy = slots.values[slotOf<TimeSpan>("cursorBlinkDuration")];
         if (!legacy) return;
         const RecordReader::Step step(reader, "cursorBlinkDuration");
-        if (isRead(slots, slotOf<TimeSpan>("cursorBlinkRanges"))) return reader.tell(Action::dropped, "cursorBlinkRanges holds instead");
+        if (isRead(slots, slotOf<TimeSpan>("cursorBlinkRanges")))
+            return reader.tell(Action::dropped, "cursorBlinkRanges holds instead");
 
         const std::optional<double> duration = legacy->number();
         if (!duration || *duration <= 0) return reader.tell(Action::dropped, "it is not a number above 0");
@@ -154,9 +154,12 @@ struct RecordRules<TweenDocument> {
             document.scenes = {TweenScene{}};
             return tellAbout(reader, "scenes", Action::defaulted, "it is empty; one blank scene stands in its place");
         }
+        if (document.activeSceneIndex != 0)
+            tellAbout(reader, "activeSceneIndex", Action::dropped, "it is 0, since the list that it speaks of is lost");
         document.activeSceneIndex = 0;
         document.scenes = {TweenScene{}};
-        if (!legacy) return tellAbout(reader, "scenes", Action::defaulted, "there is none to read; one blank scene stands in its place");
+        if (!legacy)
+            return tellAbout(reader, "scenes", Action::defaulted, "there is none to read; one blank scene stands in its place");
         readLegacyScene(reader, *legacy, document);
     }
 
@@ -223,8 +226,10 @@ bool Codec<Layer>::read(RecordReader& reader, JsonValue json, Layer& layer)
 {
     const CountedLayer counted(reader.layers);
     if (counted.isTooDeep())
-        throw DecodingError(DecodingError::Kind::syntax, {}, fmt::format("Layers are nested deeper than {} levels", deepestLayerNesting));
-    if (counted.isTooMany()) throw DecodingError(DecodingError::Kind::syntax, {}, fmt::format("There are more than {} layers", mostLayers));
+        throw DecodingError(DecodingError::Kind::syntax, {},
+                            fmt::format("Layers are nested deeper than {} levels", deepestLayerNesting));
+    if (counted.isTooMany())
+        throw DecodingError(DecodingError::Kind::syntax, {}, fmt::format("There are more than {} layers", mostLayers));
     return readRecord(reader, json, layer);
 }
 
@@ -286,8 +291,8 @@ Record decodeJson(std::string_view json, Diagnostics* diagnostics)
     }
 }
 
-#define LARKSPOOL_RECORD(Record)                                                 \
-    template std::string encodedJson<Record>(const Record&, JsonWriter::Layout); \
+#define LARKSPOOL_RECORD(Record)                                                                                                 \
+    template std::string encodedJson<Record>(const Record&, JsonWriter::Layout);                                                 \
     template Record decodeJson<Record>(std::string_view, Diagnostics*);
 
 LARKSPOOL_RECORD(TweenScene)

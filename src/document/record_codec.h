@@ -108,8 +108,10 @@ public:
 
     void tell(Diagnostic::Action action, std::string text)
     {
-        if (isFull()) ++diagnostics_.untold;
-        else diagnostics_.told.push_back({path_, action, std::move(text)});
+        if (isFull())
+            ++diagnostics_.untold;
+        else
+            diagnostics_.told.push_back({path_, action, std::move(text)});
     }
     void tellUnknownKey(std::string_view key)
     {
@@ -117,7 +119,8 @@ public:
     }
     void tellRepeatedKey(std::string_view key)
     {
-        tell(Diagnostic::Action::dropped, isFull() ? std::string() : fmt::format("the key {} comes again; the last one holds", quoted(key)));
+        tell(Diagnostic::Action::dropped,
+             isFull() ? std::string() : fmt::format("the key {} comes again; the last one holds", quoted(key)));
     }
 
     Mark mark() const { return {diagnostics_.told.size(), diagnostics_.untold}; }
@@ -215,12 +218,16 @@ constexpr auto field(std::string_view key, Rule rule = Rule::fallsBack)
     result.rule = rule;
     result.fallback = isOptional || isArray<Value> ? Diagnostic::Action::dropped : Diagnostic::Action::defaulted;
     result.isPresent = [](const Record& record) {
-        if constexpr (isOptional) return (record.*member).has_value();
-        else return static_cast<void>(record), true;
+        if constexpr (isOptional)
+            return (record.*member).has_value();
+        else
+            return static_cast<void>(record), true;
     };
     result.write = [](RecordWriter& writer, const Record& record) {
-        if constexpr (isOptional) Codec<Value>::write(writer, *(record.*member));
-        else Codec<Value>::write(writer, record.*member);
+        if constexpr (isOptional)
+            Codec<Value>::write(writer, *(record.*member));
+        else
+            Codec<Value>::write(writer, record.*member);
     };
     result.read = [](RecordReader& reader, JsonValue json, Record& record) {
         Value value{};
@@ -312,7 +319,8 @@ void matchKeys(RecordReader& reader, JsonValue json, Slots<Record>& slots)
 
 /// Reads one field, and tells if it falls back. False if the record fails with it.
 template <typename Record>
-bool readField(RecordReader& reader, const Field<Record>& each, const std::optional<JsonValue>& json, Record& record, Outcome& outcome)
+bool readField(RecordReader& reader, const Field<Record>& each, const std::optional<JsonValue>& json, Record& record,
+               Outcome& outcome)
 {
     if (!json && each.rule != Rule::required) return true;
 
@@ -343,7 +351,8 @@ bool readRecord(RecordReader& reader, JsonValue json, Record& record)
     matchKeys(reader, json, slots);
     constexpr auto& fields = RecordTable<Record>::fields;
     for (std::size_t i = 0; i < fields.size(); ++i)
-        if (fields[i].rule != Rule::legacy && !readField(reader, fields[i], slots.values[i], record, slots.outcomes[i])) return false;
+        if (fields[i].rule != Rule::legacy && !readField(reader, fields[i], slots.values[i], record, slots.outcomes[i]))
+            return false;
     RecordRules<Record>::finish(reader, slots, record);
     return true;
 }
@@ -467,7 +476,10 @@ struct Codec<CGPoint> {
 template <>
 struct Codec<CGSize> {
     static void write(RecordWriter& writer, const CGSize& value) { writePair(writer, value.width, value.height); }
-    static bool read(RecordReader& reader, JsonValue json, CGSize& value) { return readPair(reader, json, value.width, value.height); }
+    static bool read(RecordReader& reader, JsonValue json, CGSize& value)
+    {
+        return readPair(reader, json, value.width, value.height);
+    }
 };
 
 template <>
@@ -587,7 +599,8 @@ bool readUnion(RecordReader& reader, JsonValue json, Union& value)
             continue;
         }
         const UnionCase<Union>* each = &*known;
-        if (found && found != each) return reader.fail(DecodingError::Kind::typeMismatch, "Invalid number of keys found, expected one.");
+        if (found && found != each)
+            return reader.fail(DecodingError::Kind::typeMismatch, "Invalid number of keys found, expected one.");
         if (found) reader.tellRepeatedKey(member.key);
         found = each;
         payload = member.value;

@@ -86,15 +86,19 @@ constexpr UnionCase<Union> variantCase(std::string_view name)
         .holds = [](const Union& value) { return std::holds_alternative<Alternative>(value); },
         .write =
             [](RecordWriter& writer, const Union& value) {
-                if constexpr (isLabelled) writeRecord(writer, std::get<Alternative>(value));
-                else writeRecord(writer, Unlabelled<Alternative>{std::get<Alternative>(value)});
+                if constexpr (isLabelled)
+                    writeRecord(writer, std::get<Alternative>(value));
+                else
+                    writeRecord(writer, Unlabelled<Alternative>{std::get<Alternative>(value)});
             },
         .read =
             [](RecordReader& reader, JsonValue json, Union& value) {
                 std::conditional_t<isLabelled, Alternative, Unlabelled<Alternative>> payload{};
                 if (!readRecord(reader, json, payload)) return false;
-                if constexpr (isLabelled) value = std::move(payload);
-                else value = std::move(payload.value);
+                if constexpr (isLabelled)
+                    value = std::move(payload);
+                else
+                    value = std::move(payload.value);
                 return true;
             },
     };
@@ -113,12 +117,9 @@ struct UnionTable<PathCommand> {
 template <>
 struct UnionTable<KeyValue> {
     static constexpr std::array cases{
-        variantCase<KeyValue, double, false>("number"),
-        variantCase<KeyValue, ColorRGBA, false>("color"),
-        variantCase<KeyValue, CGPoint, false>("point"),
-        variantCase<KeyValue, CGSize, false>("size"),
-        variantCase<KeyValue, ShadowPreset, false>("shadow"),
-        variantCase<KeyValue, CursorVariant, false>("cursor"),
+        variantCase<KeyValue, double, false>("number"),         variantCase<KeyValue, ColorRGBA, false>("color"),
+        variantCase<KeyValue, CGPoint, false>("point"),         variantCase<KeyValue, CGSize, false>("size"),
+        variantCase<KeyValue, ShadowPreset, false>("shadow"),   variantCase<KeyValue, CursorVariant, false>("cursor"),
         variantCase<KeyValue, SharedString, false>("fontName"),
     };
 };
@@ -145,7 +146,11 @@ constexpr UnionCase<Easing> plainCase(std::string_view name)
 {
     return {
         .name = name,
-        .holds = [](const Easing& easing) { return easing.curve == Easing::Curve(curve); },
+        .holds =
+            [](const Easing& easing) {
+                const Easing::Plain* plain = std::get_if<Easing::Plain>(&easing.curve);
+                return plain && *plain == curve;
+            },
         .write = [](RecordWriter& writer, const Easing&) { writeRecord(writer, NoPayload{}); },
         .read =
             [](RecordReader& reader, JsonValue json, Easing& easing) {
@@ -160,12 +165,9 @@ constexpr UnionCase<Easing> plainCase(std::string_view name)
 template <>
 struct UnionTable<Easing> {
     static constexpr std::array cases{
-        curveCase<Easing::Spring>("spring"),
-        curveCase<Easing::Cubic>("cubic"),
-        plainCase<Easing::Plain::linear>("linear"),
-        plainCase<Easing::Plain::easeIn>("easeIn"),
-        plainCase<Easing::Plain::easeOut>("easeOut"),
-        plainCase<Easing::Plain::easeInOut>("easeInOut"),
+        curveCase<Easing::Spring>("spring"),          curveCase<Easing::Cubic>("cubic"),
+        plainCase<Easing::Plain::linear>("linear"),   plainCase<Easing::Plain::easeIn>("easeIn"),
+        plainCase<Easing::Plain::easeOut>("easeOut"), plainCase<Easing::Plain::easeInOut>("easeInOut"),
     };
 };
 

@@ -1,7 +1,6 @@
 #include "evaluation/evaluated_frame.h"
 
 #include "evaluation/group_layout.h"
-#include "evaluation/hover.h"
 #include "evaluation/interpolation.h"
 #include "evaluation/span_effects.h"
 
@@ -21,12 +20,13 @@ bool isZoom(const Layer& layer, ZoomType type)
     return layer.kind == Layer::Kind::zoom && layer.zoomType == type;
 }
 
-/// The layer's glow and rings, told by the pulses of the layer as stored.
-void addAccents(EvaluatedLayer& evaluated, const Layer& stored, const PulseEnvelope& pulse, const TweenScene* scene, double time)
+/// The layer's glow and rings, told by the pulses of the layer as stored. Without a scene to hover in there are no rings either.
+void addAccents(EvaluatedLayer& evaluated, const Layer& stored, const PulseEnvelope& pulse, const HoverTargets* hover,
+                double time)
 {
     if (stored.pulses.empty()) return;
     evaluated.glow = pulse.glow;
-    if (scene) evaluated.radiateProgress = activeRadiateProgress(stored.pulses, time);
+    if (hover) evaluated.radiateProgress = activeRadiateProgress(stored.pulses, time);
     if (evaluated.radiateProgress)
         evaluated.radiateCenter = radiateCenter(stored, Interpolation::resolve(stored, time), CGPoint{}, time);
     if (evaluated.glow > 0 || evaluated.radiateProgress) evaluated.glowColor = pulseGlowColorRGBA(stored, ColorRGBA::white);
@@ -44,10 +44,10 @@ AffineTransform transformOf(const Layer& prepared, const Array<Layer>& placed, d
 
 /// Takes a resolved layer through the steps after that, in place. Most layers have none of what these act on; each step is
 /// passed only where it has something to do, since even handing the record through has a cost.
-PulseEnvelope applySteps(Layer& layer, const Layer& stored, CGPoint origin, const TweenScene* scene, double time)
+PulseEnvelope applySteps(Layer& layer, const Layer& stored, CGPoint origin, HoverTargets* hover, double time)
 {
     if (!stored.spans.empty()) layer = applySpanEffects(std::move(layer), stored, time);
-    if (scene && layer.kind == Layer::Kind::cursor) layer = applyHoverOverride(std::move(layer), origin, *scene, time);
+    if (hover && layer.kind == Layer::Kind::cursor) layer = applyHoverOverride(std::move(layer), origin, *hover);
     if (stored.pulses.empty()) return {};
     const PulseEnvelope pulse = pulseEnvelope(time, stored.pulses);
     layer = applyPulseScale(std::move(layer), pulse.scale);
@@ -55,17 +55,17 @@ PulseEnvelope applySteps(Layer& layer, const Layer& stored, CGPoint origin, cons
 }
 
 /// The layer with its accents, without transform and children.
-EvaluatedLayer evaluateAlone(const Layer& stored, CGPoint origin, const TweenScene* scene, double time)
+EvaluatedLayer evaluateAlone(const Layer& stored, CGPoint origin, HoverTargets* hover, double time)
 {
     EvaluatedLayer evaluated{.layer = Interpolation::resolve(stored, time)};
-    const PulseEnvelope pulse = applySteps(evaluated.layer, stored, origin, scene, time);
-    addAccents(evaluated, stored, pulse, scene, time);
+    const PulseEnvelope pulse = applySteps(evaluated.layer, stored, origin, hover, time);
+    addAccents(evaluated, stored, pulse, hover, time);
     return evaluated;
 }
 
-EvaluatedLayer evaluate(const Layer& stored, CGPoint origin, const TweenScene* scene, double time);
+EvaluatedLayer evaluate(const Layer& stored, CGPoint origin, HoverTargets* hover, double time);
 
-void addTransformAndChildren(EvaluatedLayer& evaluated, CGPoint origin, const TweenScene* scene, double time)
+void addTransformAndChildren(EvaluatedLayer& evaluated, CGPoint origin, HoverTargets* hover, double time)
 {
     const Layer& layer = evaluated.layer;
     const Array<Layer> placed = placedChildren(layer, time);
@@ -74,23 +74,23 @@ void addTransformAndChildren(EvaluatedLayer& evaluated, CGPoint origin, const Tw
     const CGPoint childOrigin{origin.x + layer.transform.x, origin.y + layer.transform.y};
     evaluated.children.reserve(placed.size());
     for (const Layer& child : placed)
-        if (!child.pipRendition && shows(child, time)) evaluated.children.push_back(evaluate(child, childOrigin, scene, time));
+        if (!child.pipRendition && shows(child, time)) evaluated.children.push_back(evaluate(child, childOrigin, hover, time));
 }
 
-EvaluatedLayer evaluate(const Layer& stored, CGPoint origin, const TweenScene* scene, double time)
+EvaluatedLayer evaluate(const Layer& stored, CGPoint origin, HoverTargets* hover, double time)
 {
-    EvaluatedLayer evaluated = evaluateAlone(stored, origin, scene, time);
-    addTransformAndChildren(evaluated, origin, scene, time);
+    EvaluatedLayer evaluated = evaluateAlone(stored, origin, hover, time);
+    addTransformAndChildren(evaluated, origin, hover, time);
     return evaluated;
 }
 
 /// Appends a view for each child of a picture-in-picture zoom that is one.
-void addViewports(std::vector<EvaluatedViewport>& viewports, const Layer& zoom, const TweenScene& scene, double time)
+void addViewports(std::vector<EvaluatedViewport>& viewports, const Layer& zoom, HoverTargets& hover, double time)
 {
     const Layer parent = Interpolation::resolve(zoom, time);
     for (const Layer& child : zoom.children) {
         if (!child.pipRendition || !shows(child, time)) continue;
-        EvaluatedLayer view = evaluateAlone(child, CGPoint{}, &scene, time);
+        EvaluatedLayer view = evaluateAlone(child, CGPoint{}, &hover, time);
         view.transform = view.layer.transform.cgAffine(view.layer.size);
         viewports.push_back({std::move(view), parent});
     }
@@ -127,10 +127,10 @@ double quotient(double sceneSide, double zoomedSide)
 
 } // namespace
 
-PreparedLayer prepareLayer(const Layer& stored, CGPoint origin, const TweenScene* scene, double time)
+PreparedLayer prepareLayer(const Layer& stored, CGPoint origin, HoverTargets* hover, double time)
 {
     PreparedLayer prepared{.layer = Interpolation::resolve(stored, time)};
-    prepared.pulse = applySteps(prepared.layer, stored, origin, scene, time);
+    prepared.pulse = applySteps(prepared.layer, stored, origin, hover, time);
     return prepared;
 }
 
@@ -151,11 +151,12 @@ EvaluatedFrame evaluateFrame(const TweenScene& scene, double time)
     if (const std::optional<ActiveZoom> active = activeZoomSpan(scene, time))
         frame.zoom = frameZoom(*active, scene.size(), time);
 
+    HoverTargets hover(scene, time);
     frame.layers.reserve(scene.layers.size());
     for (const Layer& layer : scene.layers) {
         if (!shows(layer, time)) continue;
-        frame.layers.push_back(evaluate(layer, CGPoint{}, &scene, time));
-        if (isZoom(layer, ZoomType::pictureInPicture)) addViewports(frame.viewports, layer, scene, time);
+        frame.layers.push_back(evaluate(layer, CGPoint{}, &hover, time));
+        if (isZoom(layer, ZoomType::pictureInPicture)) addViewports(frame.viewports, layer, hover, time);
     }
     frame.movesByItself = anyPictureMoves(frame.layers);
     return frame;
@@ -163,9 +164,13 @@ EvaluatedFrame evaluateFrame(const TweenScene& scene, double time)
 
 EvaluatedLayer evaluateSubtree(Layer prepared, const Layer& stored, CGPoint origin, const TweenScene* scene, double time)
 {
+    std::optional<HoverTargets> targets;
+    if (scene) targets.emplace(*scene, time);
+    HoverTargets* hover = targets ? &*targets : nullptr;
+
     EvaluatedLayer evaluated{.layer = std::move(prepared)};
-    addAccents(evaluated, stored, pulseEnvelope(time, stored.pulses), scene, time);
-    addTransformAndChildren(evaluated, origin, scene, time);
+    addAccents(evaluated, stored, pulseEnvelope(time, stored.pulses), hover, time);
+    addTransformAndChildren(evaluated, origin, hover, time);
     return evaluated;
 }
 

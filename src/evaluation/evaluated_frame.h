@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/tween_scene.h"
+#include "evaluation/hover.h"
 #include "evaluation/pulses.h"
 
 #include <optional>
@@ -15,8 +16,9 @@ struct PreparedLayer {
 };
 
 /// Takes a layer through all steps of evaluation at `time`, whether it shows or not. `stored` is as in the document, or as laid
-/// out by its group; `origin` is the absolute origin of its parent. Without a scene no hover override applies.
-PreparedLayer prepareLayer(const Layer& stored, CGPoint origin, const TweenScene* scene, double time);
+/// out by its group; `origin` is the absolute origin of its parent. Without `hover`, the targets at that time, no hover override
+/// applies.
+PreparedLayer prepareLayer(const Layer& stored, CGPoint origin, HoverTargets* hover, double time);
 
 /// The children of a prepared layer, in drawing order and in their places: laid out for a group, as stored for all else. Their
 /// absolute origin is that of `prepared` plus its x and y.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <ranges>
+#include <utility>
 
 namespace larkspool {
 
@@ -25,56 +26,58 @@ CGRect offsetBy(CGRect rect, CGPoint offset)
     return rect;
 }
 
-/// Looks for the frontmost layer with a hover override that a cursor lies over.
-class HoverSearch {
-public:
-    HoverSearch(const CGRect& cursor, double time) : cursor_(cursor), time_(time) {}
-
-    /// The override found among `layers`, whose parent stands at `origin`, and in their groups. A group's children stand in
-    /// front of the group itself, in their stored places.
-    std::optional<CursorVariant> search(const Array<Layer>& layers, CGPoint origin) const
-    {
-        for (const Layer& layer : std::views::reverse(layers)) {
-            if (layer.isHidden || !isVisible(layer, time_)) continue;
-            if (const std::optional<CursorVariant> found = searchLayer(layer, origin)) return found;
-        }
-        return std::nullopt;
-    }
-
-private:
-    std::optional<CursorVariant> searchLayer(const Layer& layer, CGPoint origin) const
-    {
-        if (layer.kind == Layer::Kind::group) {
-            const Transform placed = Interpolation::placement(layer, time_).transform;
-            if (const auto found = search(layer.children, {origin.x + placed.x, origin.y + placed.y})) return found;
-        }
-        if (!layer.cursorHoverOverride || !canBeHovered(layer.kind)) return std::nullopt;
-        if (!intersects(offsetBy(target(layer), origin), cursor_)) return std::nullopt;
-        return layer.cursorHoverOverride;
-    }
-
-    static bool canBeHovered(Layer::Kind kind) { return kind != Layer::Kind::cursor && kind != Layer::Kind::zoom; }
-
-    CGRect target(const Layer& layer) const
-    {
-        if (layer.kind == Layer::Kind::group) return groupVisualAABB(layer, time_);
-        return Interpolation::placement(layer, time_).box();
-    }
-
-    CGRect cursor_;
-    double time_;
-};
+bool canBeHovered(Layer::Kind kind)
+{
+    return kind != Layer::Kind::cursor && kind != Layer::Kind::zoom;
+}
 
 } // namespace
 
-Layer applyHoverOverride(Layer layer, CGPoint absoluteOrigin, const TweenScene& scene, double time)
+std::optional<CursorVariant> HoverTargets::variantUnder(const CGRect& box)
 {
-    if (layer.kind != Layer::Kind::cursor || hasSetVariant(layer, time)) return layer;
+    if (!isCollected_) collect(scene_.layers, CGPoint{});
+    isCollected_ = true;
+
+    const auto frontFirst = std::views::reverse(targets_);
+    const auto found = std::ranges::find_if(frontFirst, [&](const Target& target) { return intersects(target.box, box); });
+    if (found == frontFirst.end()) return std::nullopt;
+    return found->variant;
+}
+
+/// Of the layers, whose parent stands at `origin`, and in their groups. A group's children stand in front of the group itself,
+/// in their stored places.
+void HoverTargets::collect(const Array<Layer>& layers, CGPoint origin)
+{
+    for (const Layer& layer : layers) {
+        if (layer.isHidden || !isVisible(layer, time_)) continue;
+        if (layer.cursorHoverOverride && canBeHovered(layer.kind))
+            targets_.push_back({offsetBy(boxOf(layer), origin), *layer.cursorHoverOverride});
+        if (layer.kind != Layer::Kind::group) continue;
+        const Transform placed = Interpolation::placement(layer, time_).transform;
+        collect(layer.children, {origin.x + placed.x, origin.y + placed.y});
+    }
+}
+
+CGRect HoverTargets::boxOf(const Layer& layer) const
+{
+    if (layer.kind == Layer::Kind::group) return groupVisualAABB(layer, time_);
+    return Interpolation::placement(layer, time_).box();
+}
+
+Layer applyHoverOverride(Layer layer, CGPoint absoluteOrigin, HoverTargets& targets)
+{
+    if (layer.kind != Layer::Kind::cursor || hasSetVariant(layer, targets.time())) return layer;
 
     // The whole box counts, not the tip of the arrow.
     const CGRect box = offsetBy({{layer.transform.x, layer.transform.y}, layer.size}, absoluteOrigin);
-    if (const auto variant = HoverSearch(box, time).search(scene.layers, CGPoint{})) layer.cursorVariant = *variant;
+    if (const auto variant = targets.variantUnder(box)) layer.cursorVariant = *variant;
     return layer;
+}
+
+Layer applyHoverOverride(Layer layer, CGPoint absoluteOrigin, const TweenScene& scene, double time)
+{
+    HoverTargets targets(scene, time);
+    return applyHoverOverride(std::move(layer), absoluteOrigin, targets);
 }
 
 } // namespace larkspool

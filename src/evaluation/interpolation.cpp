@@ -6,7 +6,7 @@
 #include <array>
 #include <cassert>
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 #include <variant>
 
 namespace larkspool::Interpolation {
@@ -216,9 +216,10 @@ struct CacheEntry {
 // Both are touched on the main thread only, so they need no lock.
 std::uint64_t generation = 0;
 
-std::unordered_map<UUID, CacheEntry>& cache()
+/// Ordered: the ids come from files, and some could be made to share one bucket of a hash table.
+std::map<UUID, CacheEntry>& cache()
 {
-    static std::unordered_map<UUID, CacheEntry> entries;
+    static std::map<UUID, CacheEntry> entries;
     return entries;
 }
 

@@ -65,13 +65,21 @@ void slide(Layer& layer, double& coordinate, double distance, double eased)
     fade(layer, eased);
 }
 
-void type(Layer& layer, double progress)
+/// Of several effects that type, the one that is behind rules. They are taken together, so that the characters of a long text
+/// are counted once.
+void type(Layer& text, const TimeSpan& span, double time)
 {
-    if (layer.kind != Layer::Kind::text) return;
-    const std::size_t count = characterCount(layer.text);
-    const double typed = std::round(progress * static_cast<double>(count));
-    const std::size_t visible = typed > 0 ? std::min(static_cast<std::size_t>(typed), count) : 0;
-    layer.textTypeOnVisible = std::min(layer.textTypeOnVisible.value_or(visible), visible);
+    std::optional<double> least;
+    for (const SpanEffect& effect : span.effects) {
+        if (effect.kind != SpanEffect::Kind::typeOn && effect.kind != SpanEffect::Kind::deleteOff) continue;
+        const double progress = effectProgress(effect, span, time);
+        least = std::min(least.value_or(progress), progress);
+    }
+    if (!least) return;
+
+    const std::size_t count = characterCount(text.text);
+    const double typed = std::round(*least * static_cast<double>(count));
+    text.textTypeOnVisible = typed > 0 ? std::min(static_cast<std::size_t>(typed), count) : 0;
 }
 
 void draw(Layer& layer, const SpanEffect& effect, double eased)
@@ -102,10 +110,10 @@ void apply(Layer& layer, const SpanEffect& effect, const TimeSpan& span, double 
     case slideOutTop: return slide(layer, layer.transform.y, -(layer.size.height + slideMargin), eased);
     case slideInBottom:
     case slideOutBottom: return slide(layer, layer.transform.y, layer.size.height + slideMargin, eased);
-    case typeOn:
-    case deleteOff: return type(layer, p);
     case drawOn:
     case eraseOff: return draw(layer, effect, eased);
+    case typeOn:
+    case deleteOff: return; // Typed together, see above.
     case blinkingCursorStart:
     case blinkingCursorEnd: return;
     }
@@ -143,11 +151,6 @@ const TimeSpan* spanAt(const Layer& layer, double time)
     return found == layer.spans.end() ? nullptr : found;
 }
 
-double easeInOut(double p)
-{
-    return p < 0.5 ? 2 * p * p : 1 - 0.5 * (2 - 2 * p) * (2 - 2 * p);
-}
-
 } // namespace
 
 bool isVisible(const Layer& layer, double time)
@@ -181,18 +184,21 @@ Layer applySpanEffects(Layer resolved, const Layer& original, double time)
     const TimeSpan* span = spanAt(original, time);
     if (!span) return resolved;
     for (const SpanEffect& effect : span->effects) apply(resolved, effect, *span, time);
-    if (resolved.kind == Layer::Kind::text) addCaret(resolved, original, *span, time);
+    if (resolved.kind == Layer::Kind::text) {
+        type(resolved, *span, time);
+        addCaret(resolved, original, *span, time);
+    }
     return resolved;
 }
 
 double transformProgress(ZoomTransition transition, double progress)
 {
-    return transition == ZoomTransition::zoom ? easeInOut(progress) : 1;
+    return transition == ZoomTransition::zoom ? Easing::easeInOut().apply(progress) : 1;
 }
 
 double alphaFactor(ZoomTransition transition, double progress)
 {
-    return transition == ZoomTransition::fade ? easeInOut(progress) : 1;
+    return transition == ZoomTransition::fade ? Easing::easeInOut().apply(progress) : 1;
 }
 
 } // namespace larkspool

@@ -90,7 +90,8 @@ void appendBase64(std::vector<std::uint8_t>& text, std::span<const std::uint8_t>
     while (bytes.size() >= 3) {
         const std::size_t count = std::min(blockGroups, bytes.size() / 3);
         for (std::size_t i = 0; i < count; ++i) {
-            const std::uint32_t value = std::uint32_t{bytes[3 * i]} << 16 | std::uint32_t{bytes[3 * i + 1]} << 8 | bytes[3 * i + 2];
+            const std::uint32_t value =
+                std::uint32_t{bytes[3 * i]} << 16 | std::uint32_t{bytes[3 * i + 1]} << 8 | bytes[3 * i + 2];
             const auto& first = characterPairs[value >> 12];
             const auto& second = characterPairs[value & 0xFFF];
             block[4 * i] = first[0];

@@ -17,6 +17,9 @@ std::optional<std::vector<std::uint8_t>> base64Decoded(std::string_view text);
 void appendBase64(std::vector<std::uint8_t>& text, std::span<const std::uint8_t> bytes);
 
 /// How many characters the padded Base64 text of that many bytes has.
-constexpr std::size_t base64Length(std::size_t byteCount) { return (byteCount + 2) / 3 * 4; }
+constexpr std::size_t base64Length(std::size_t byteCount)
+{
+    return (byteCount + 2) / 3 * 4;
+}
 
 } // namespace larkspool

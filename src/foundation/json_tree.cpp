@@ -1,5 +1,6 @@
 #include "foundation/json_tree.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -13,12 +14,21 @@ namespace larkspool {
 
 namespace {
 
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 
-constexpr std::uint64_t eachByte(std::uint8_t value) { return 0x0101010101010101u * value; }
+constexpr std::uint64_t eachByte(std::uint8_t value)
+{
+    return 0x0101010101010101u * value;
+}
 
 /// Sets the top bit of zero bytes. Bytes above the lowest zero byte can be marked wrongly, the lowest never.
-constexpr std::uint64_t zeroBytes(std::uint64_t word) { return (word - eachByte(1)) & ~word & eachByte(0x80); }
+constexpr std::uint64_t zeroBytes(std::uint64_t word)
+{
+    return (word - eachByte(1)) & ~word & eachByte(0x80);
+}
 
 /// The first quote, backslash or control character, or `end`. Eight characters at a time.
 const char* endOfPlainCharacters(const char* next, const char* end)
@@ -85,6 +95,14 @@ void appendUtf8(std::string& text, std::uint32_t codePoint)
     }
 }
 
+std::optional<std::int64_t> parsedInteger(std::string_view digits)
+{
+    std::int64_t value = 0;
+    const auto [rest, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error != std::errc{} || rest != digits.data() + digits.size()) return std::nullopt;
+    return value;
+}
+
 /// A decimal number of the JSON grammar in its parts.
 struct Decimal {
     bool isNegative = false;
@@ -105,37 +123,46 @@ struct Decimal {
         if (point != digits.npos) fraction = digits.substr(point + 1);
     }
 
+    /// How many places the exponent moves the decimal point to the right, held within what any text can make up for.
+    std::int64_t shift() const
+    {
+        constexpr std::int64_t beyondAnyText = 1'000'000'000'000;
+        if (exponent.empty()) return 0;
+        std::int64_t places = 0;
+        const auto [rest, error] = std::from_chars(exponent.data(), exponent.data() + exponent.size(), places);
+        if (error != std::errc{}) return exponent.starts_with('-') ? -beyondAnyText : beyondAnyText;
+        return std::clamp(places, -beyondAnyText, beyondAnyText);
+    }
+
     /// The place of the first digit that is not 0, counted from the decimal point: 0 for tenths, 1 for ones, 2 for tens.
     std::int64_t leadingPlace() const
     {
-        constexpr std::int64_t beyondAnyDouble = 1'000'000'000'000;
-        std::int64_t shift = 0;
-        if (!exponent.empty()) {
-            const auto [rest, error] = std::from_chars(exponent.data(), exponent.data() + exponent.size(), shift);
-            if (error != std::errc{} || std::abs(shift) > beyondAnyDouble)
-                shift = exponent.starts_with('-') ? -beyondAnyDouble : beyondAnyDouble;
-        }
         const std::size_t firstWhole = whole.find_first_not_of('0');
-        if (firstWhole != whole.npos) return static_cast<std::int64_t>(whole.size() - firstWhole) + shift;
+        if (firstWhole != whole.npos) return static_cast<std::int64_t>(whole.size() - firstWhole) + shift();
         const std::size_t firstFraction = fraction.find_first_not_of('0');
-        return shift - static_cast<std::int64_t>(firstFraction == fraction.npos ? 0 : firstFraction);
+        return shift() - static_cast<std::int64_t>(firstFraction == fraction.npos ? 0 : firstFraction);
+    }
+
+    /// The number if it is whole and fits 64 bits, without going through a double.
+    std::optional<std::int64_t> integer() const
+    {
+        constexpr std::int64_t mostDigits = 19;
+        std::string digits(whole);
+        digits += fraction;
+        const std::size_t last = digits.find_last_not_of('0');
+        if (last == digits.npos) return 0;
+        const std::int64_t wholeDigits = static_cast<std::int64_t>(whole.size()) + shift();
+        if (static_cast<std::int64_t>(last) >= wholeDigits || leadingPlace() > mostDigits) return std::nullopt;
+        digits.resize(static_cast<std::size_t>(wholeDigits), '0');
+        return parsedInteger(isNegative ? "-" + digits : digits);
     }
 };
-
-std::optional<std::int64_t> parsedInteger(std::string_view digits)
-{
-    std::int64_t value = 0;
-    const auto [rest, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error != std::errc{} || rest != digits.data() + digits.size()) return std::nullopt;
-    return value;
-}
 
 } // namespace
 
 JsonSyntaxError::JsonSyntaxError(std::string reason, std::size_t byteOffset)
     : std::runtime_error(fmt::format("{} at byte {}", reason, byteOffset)), reason_(std::move(reason)), byteOffset_(byteOffset)
-{
-}
+{}
 
 /// Fills a tree from its text. The containers that are still open lie on a stack of its own.
 class JsonTree::Parser {
@@ -243,7 +270,8 @@ private:
                 continue;
             }
             if (!isFirst) {
-                if (peek() != ',') failUnexpected(isObject ? "a comma or the end of the object" : "a comma or the end of the array");
+                if (peek() != ',')
+                    failUnexpected(isObject ? "a comma or the end of the object" : "a comma or the end of the array");
                 ++next_;
                 skipSpace();
             }
@@ -277,8 +305,10 @@ private:
             if (next_ == start) failUnexpected("a value");
             failUnexpected("a digit");
         }
-        if (*next_ == '0') ++next_;
-        else skipDigits();
+        if (*next_ == '0')
+            ++next_;
+        else
+            skipDigits();
         if (peek() == '.') {
             ++next_;
             skipDigits();
@@ -372,9 +402,12 @@ private:
         for (int i = 0; i < 4; ++i, ++next_) {
             const char c = peek();
             const char lower = static_cast<char>(c | 0x20);
-            if (isDigit(c)) unit = unit * 16 + static_cast<std::uint32_t>(c - '0');
-            else if (lower >= 'a' && lower <= 'f') unit = unit * 16 + static_cast<std::uint32_t>(lower - 'a' + 10);
-            else failUnexpected("four hexadecimal digits");
+            if (isDigit(c))
+                unit = unit * 16 + static_cast<std::uint32_t>(c - '0');
+            else if (lower >= 'a' && lower <= 'f')
+                unit = unit * 16 + static_cast<std::uint32_t>(lower - 'a' + 10);
+            else
+                failUnexpected("four hexadecimal digits");
         }
         return unit;
     }
@@ -434,14 +467,7 @@ std::optional<std::int64_t> JsonValue::integer() const
     const std::string_view text = numberText();
     if (const std::optional<std::int64_t> plain = parsedInteger(text)) return plain;
 
-    const Decimal decimal(text);
-    if (decimal.exponent.empty() && decimal.fraction.find_first_not_of('0') == decimal.fraction.npos)
-        return parsedInteger(text.substr(0, text.find('.')));
-
-    constexpr double limit = 9223372036854775808.0; // 2^63
-    const std::optional<double> value = number();
-    if (!value || *value != std::floor(*value) || *value < -limit || *value >= limit) return std::nullopt;
-    return static_cast<std::int64_t>(*value);
+    return Decimal(text).integer();
 }
 
 std::optional<std::string_view> JsonValue::string() const

@@ -136,8 +136,10 @@ public:
 
     Item operator*() const
     {
-        if constexpr (isMember) return {tree_->characters(tree_->nodes_[node_]), JsonValue(tree_, node_ + 1)};
-        else return JsonValue(tree_, node_);
+        if constexpr (isMember)
+            return {tree_->characters(tree_->nodes_[node_]), JsonValue(tree_, node_ + 1)};
+        else
+            return JsonValue(tree_, node_);
     }
     JsonRangeIterator& operator++()
     {

@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
+/// Levels beyond are not indented further: deep in a tree, small values would otherwise become a hundred times their size.
+constexpr std::size_t deepestIndentation = 64;
+
 std::string described(JsonWriteError::Kind kind, std::string_view path)
 {
     const std::string_view place = path.empty() ? "The value" : path;
@@ -28,7 +31,10 @@ std::string described(JsonWriteError::Kind kind, std::string_view path)
     return "The text would be longer than a reader accepts";
 }
 
-bool isPlain(char c) { return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20; }
+bool isPlain(char c)
+{
+    return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20;
+}
 
 /// The length of the well-formed UTF-8 character at the front of `text`, or 0.
 std::size_t wellFormedLength(std::string_view text)
@@ -53,8 +59,7 @@ std::string repaired(std::string_view text)
 
 JsonWriteError::JsonWriteError(Kind kind, std::string path)
     : std::runtime_error(described(kind, path)), kind_(kind), path_(std::move(path))
-{
-}
+{}
 
 JsonWriter::JsonWriter(Layout layout, std::vector<std::uint8_t> prefix) : layout_(layout), text_(std::move(prefix)) {}
 
@@ -127,8 +132,13 @@ std::string JsonWriter::path() const
 
 std::vector<std::uint8_t> JsonWriter::take()
 {
-    if (text_.size() > JsonTree::longestText) throw JsonWriteError(JsonWriteError::Kind::tooLong, {});
+    requireReadableLength();
     return std::move(text_);
+}
+
+void JsonWriter::requireReadableLength() const
+{
+    if (text_.size() > JsonTree::longestText) throw JsonWriteError(JsonWriteError::Kind::tooLong, {});
 }
 
 void JsonWriter::beginContainer(char opening)
@@ -155,6 +165,7 @@ void JsonWriter::beginValue()
 
 void JsonWriter::separate()
 {
+    requireReadableLength(); // Before memory runs out.
     if (levels_.back().count++ > 0) append(",");
     startLine(levels_.size());
 }
@@ -163,7 +174,7 @@ void JsonWriter::startLine(std::size_t level)
 {
     if (layout_ == Layout::compact) return;
     text_.push_back('\n');
-    text_.insert(text_.end(), 2 * level, ' ');
+    text_.insert(text_.end(), 2 * std::min(level, deepestIndentation), ' ');
 }
 
 template <typename Number>

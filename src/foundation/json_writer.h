@@ -33,11 +33,11 @@ private:
 ///
 /// The caller brings the keys of an object in ascending order of their bytes. Numbers take the shortest form that reads back
 /// as the same double: a whole one below 2^53 has no fraction, and negative zero is "-0.0". Text that is not UTF-8 has each
-/// malformed byte replaced by U+FFFD.
+/// malformed byte replaced by U+FFFD. Each call can throw JsonWriteError, once the text is longer than a reader accepts.
 class JsonWriter {
 public:
     enum class Layout {
-        pretty, ///< One value to a line, two spaces for each level.
+        pretty, ///< One value to a line, two spaces for each level up to the 64th.
         compact ///< No white space.
     };
 
@@ -77,6 +77,7 @@ private:
     void beginValue();
     void separate();
     void startLine(std::size_t level);
+    void requireReadableLength() const;
     void append(std::string_view text) { text_.insert(text_.end(), text.begin(), text.end()); }
     template <typename Number>
     void appendDigits(Number value);

@@ -152,7 +152,11 @@ TEST(FileFormat, AFileIsFourMagicBytesAndPrettyJsonWithSortedKeys)
 
 TEST(FileFormat, FilesThatAreNoDocumentAreRefusedWithOneClearError)
 {
-    struct Case { const char* what; std::string_view file; const char* verdict; };
+    struct Case {
+        const char* what;
+        std::string_view file;
+        const char* verdict;
+    };
     for (const Case& c :
          {Case{"empty", "", "unexpected end of the text at byte 0"}, Case{"three bytes", "LKS", "expected a value at byte 0"},
           Case{"the magic only", std::string_view("LKS\0", 4), "unexpected end of the text at byte 4"},
@@ -193,9 +197,10 @@ TEST(FileFormat, NestingWithoutEndIsRefused)
 TEST(FileFormat, LayersNestAsDeepAsCanBeReadBackAndNoDeeper)
 {
     const auto nested = [](std::size_t levels) {
-        return documentJson(sceneJson(repeated(R"({"kind":"group","children":[)", levels - 1) +
-                                      R"({"keyframes":[{"property":"fill","time":0,"value":{"color":{"_0":{"r":0,"g":0,"b":0,"a":0}}}}]})" +
-                                      repeated("]}", levels - 1)));
+        return documentJson(
+            sceneJson(repeated(R"({"kind":"group","children":[)", levels - 1) +
+                      R"({"keyframes":[{"property":"fill","time":0,"value":{"color":{"_0":{"r":0,"g":0,"b":0,"a":0}}}}]})" +
+                      repeated("]}", levels - 1)));
     };
     const TweenDocument document = opened(nested(deepestLayerNesting)).document;
     EXPECT_EQ(decode(encodedData(document)).document, document);
@@ -225,9 +230,11 @@ TEST(FileFormat, LayersNestedTooDeepToBeReadBackAreNotWritten)
 
 TEST(FileFormat, ATextThatNamesMoreLayersThanADocumentMayHaveIsRefused)
 {
-    // A few megabytes of text, and more than a gigabyte of layers.
-    EXPECT_EQ(verdict(documentJson(sceneJson(repeated("{},", 10'000) + "{}"))), "opened");
-    EXPECT_EQ(verdict(documentJson(sceneJson(repeated("{},", mostLayers) + "{}"))), "There are more than 1000000 layers");
+    // Groups whose children are all lost count as well: nothing is left of them, but reading them took its time.
+    const std::string group = R"({"children":[)" + repeated("{},", 999) + "{},5]}";
+    EXPECT_EQ(verdict(documentJson(sceneJson(repeated(group + ",", 98) + group))), "opened");
+    EXPECT_EQ(verdict(documentJson(sceneJson(repeated(group + ",", mostLayers / 1000) + group))),
+              "There are more than 1000000 layers");
 }
 
 TEST(FileFormat, ANumberThatIsNotFiniteFailsTheSaveAndIsNamed)
@@ -284,7 +291,8 @@ std::string damaged(std::string text)
     const std::size_t end = text.find_first_of(",\n", colon);
     const std::string_view value = std::string_view(text).substr(colon + 2, end - colon - 2);
     if (value.ends_with('[') || value.ends_with('{')) return text;
-    return text.replace(colon + 2, value.size(), *rc::gen::element<std::string>("null", "\"?\"", "1e999", "[]", "{}", "-7", "true"));
+    return text.replace(colon + 2, value.size(),
+                        *rc::gen::element<std::string>("null", "\"?\"", "1e999", "[]", "{}", "-7", "true"));
 }
 
 TEST(FileFormat, ReadingWhatWasReadAndWrittenChangesNothingMore)
@@ -309,7 +317,8 @@ TEST(FileFormat, TheEvaluatedOnlyFieldsNeverReachAFileAndAreNotReadFromOne)
         EXPECT_EQ(file.find(key), std::string::npos) << key;
     }
 
-    const Layer read = layerWith(R"("lineDrawProgress":0.5,"lineDrawReversed":true,"textCursorVisible":false,"textTypeOnVisible":3)");
+    const Layer read =
+        layerWith(R"("lineDrawProgress":0.5,"lineDrawReversed":true,"textCursorVisible":false,"textTypeOnVisible":3)");
     EXPECT_EQ(read.lineDrawProgress, 1);
     EXPECT_FALSE(read.lineDrawReversed);
     EXPECT_TRUE(read.textCursorVisible);
@@ -368,7 +377,12 @@ TEST(FileFormat, ScenesFallBackInTheToldOrder)
 {
     const std::string good = sceneJson("", R"(,"name":"Good")");
     const std::string bad = R"({"width":1})";
-    struct Case { const char* what; std::string file; const char* name; std::int64_t active; };
+    struct Case {
+        const char* what;
+        std::string file;
+        const char* name;
+        std::int64_t active;
+    };
     for (const Case& c :
          {Case{"scenes", R"({"activeSceneIndex":3,"scenes":[)" + good + "]}", "Good", 3},
           Case{"an empty list", R"({"activeSceneIndex":3,"scenes":[]})", nullptr, 3},
@@ -383,8 +397,10 @@ TEST(FileFormat, ScenesFallBackInTheToldOrder)
         const TweenDocument document = opened(c.file).document;
         EXPECT_EQ(document.activeSceneIndex, c.active);
         ASSERT_THAT(document.scenes, SizeIs(1));
-        if (c.name) EXPECT_EQ(document.scenes[0].name, SharedString(c.name));
-        else EXPECT_TRUE(isBlank(document));
+        if (c.name)
+            EXPECT_EQ(document.scenes[0].name, SharedString(c.name));
+        else
+            EXPECT_TRUE(isBlank(document));
     }
 }
 
@@ -433,8 +449,9 @@ TEST(FileFormat, OddButWholeSceneNumbersStandAsTheyAre)
 TEST(FileFormat, ASceneWithoutItsOptionalKeysFallsBack)
 {
     const TweenScene scene =
-        opened(documentJson(
-                   R"({"width":1,"height":2,"fps":3,"duration":4,"background":{"r":0,"g":0,"b":0,"a":0},"layers":[],"name":5,"transition":{"kind":"spin","duration":1}})"))
+        opened(
+            documentJson(
+                R"({"width":1,"height":2,"fps":3,"duration":4,"background":{"r":0,"g":0,"b":0,"a":0},"layers":[],"name":5,"transition":{"kind":"spin","duration":1}})"))
             .document.scenes[0];
     EXPECT_NE(scene.id, UUID{});
     EXPECT_FALSE(scene.name);
@@ -445,16 +462,20 @@ TEST(FileFormat, ASceneWithoutItsOptionalKeysFallsBack)
 
 TEST(FileFormat, AnyFailureInsideAudioGivesNoAudio)
 {
-    const auto audio = [](std::string_view json) { return opened(R"({"scenes":[],"audio":)" + std::string(json) + "}").document.audio; };
-    EXPECT_EQ(audio(R"({"urlString":"u","volume":0.5,"displayName":"d"})"), (DocumentAudio{.urlString = "u", .volume = 0.5, .displayName = "d"}));
+    const auto audio = [](std::string_view json) {
+        return opened(R"({"scenes":[],"audio":)" + std::string(json) + "}").document.audio;
+    };
+    EXPECT_EQ(audio(R"({"urlString":"u","volume":0.5,"displayName":"d"})"),
+              (DocumentAudio{.urlString = "u", .volume = 0.5, .displayName = "d"}));
     EXPECT_EQ(audio(R"({"urlString":"u","bookmark":"AQ==","volume":0.5,"displayName":"d"})"),
               (DocumentAudio{.urlString = "u", .bookmark = Bytes({1}), .volume = 0.5, .displayName = "d"}));
     EXPECT_EQ(audio(R"({"urlString":"u","bookmark":null,"volume":0.5,"displayName":"d"})"),
               (DocumentAudio{.urlString = "u", .volume = 0.5, .displayName = "d"}));
-    for (const char* json : {R"({"volume":0.5,"displayName":"d"})", R"({"urlString":"u","displayName":"d"})", R"({"urlString":"u","volume":0.5})",
-                             R"({"urlString":"u","bookmark":7,"volume":0.5,"displayName":"d"})",
-                             R"({"urlString":"u","bookmark":"A","volume":0.5,"displayName":"d"})",
-                             R"({"urlString":"u","volume":"loud","displayName":"d"})", "[]", "null"}) {
+    for (const char* json :
+         {R"({"volume":0.5,"displayName":"d"})", R"({"urlString":"u","displayName":"d"})", R"({"urlString":"u","volume":0.5})",
+          R"({"urlString":"u","bookmark":7,"volume":0.5,"displayName":"d"})",
+          R"({"urlString":"u","bookmark":"A","volume":0.5,"displayName":"d"})",
+          R"({"urlString":"u","volume":"loud","displayName":"d"})", "[]", "null"}) {
         SCOPED_TRACE(json);
         EXPECT_FALSE(audio(json));
     }
@@ -482,16 +503,75 @@ TEST(Layers, AnEmptyObjectIsAFreshLayerWhoseBoxKeepsItsSize)
 TEST(Layers, EveryMalformedKeyFallsBackAloneAndIsTold)
 {
     // An object is right for none of these keys.
-    const char* keys[] = {"id", "name", "kind", "strokeWidth", "strokeOutside", "perSideStroke", "strokeWidthTop", "strokeWidthRight",
-                          "strokeWidthBottom", "strokeWidthLeft", "opacity", "size", "cornerRadius", "path", "imageData", "blackKey",
-                          "blackKeyInsetX", "blackKeyInsetY", "cropMode", "cropRect", "gradientWarpSpeed", "gradientPulseAmount",
-                          "videoURL", "videoDuration", "videoBookmark", "cursorVariant", "nameFollowsCursorVariant", "nameFollowsText",
-                          "nameFollowsLineShape", "nameFollowsShape", "text", "fontSize", "fontName", "textColor", "textAutoFit",
-                          "textColorHarmonize", "textUserResized", "textPadX", "textPadY", "textAlignment", "textVerticalAlignment",
-                          "shadow", "isHidden", "isLocked", "zoomType", "pipRendition", "children", "keyframes", "groupLayout", "groupGap",
-                          "groupSizeMode", "groupFixedLocked", "groupAlignment", "cursorHoverOverride", "spans", "pulses", "lineShape",
-                          "lineArcBend", "lineArcReversed", "lineWaveFrequency", "lineWaveAmplitude", "linePoints", "lineArrowStart",
-                          "lineArrowEnd", "lineCurved", "textCursorBlinks", "transform", "fill", "stroke"};
+    const char* keys[] = {"id",
+                          "name",
+                          "kind",
+                          "strokeWidth",
+                          "strokeOutside",
+                          "perSideStroke",
+                          "strokeWidthTop",
+                          "strokeWidthRight",
+                          "strokeWidthBottom",
+                          "strokeWidthLeft",
+                          "opacity",
+                          "size",
+                          "cornerRadius",
+                          "path",
+                          "imageData",
+                          "blackKey",
+                          "blackKeyInsetX",
+                          "blackKeyInsetY",
+                          "cropMode",
+                          "cropRect",
+                          "gradientWarpSpeed",
+                          "gradientPulseAmount",
+                          "videoURL",
+                          "videoDuration",
+                          "videoBookmark",
+                          "cursorVariant",
+                          "nameFollowsCursorVariant",
+                          "nameFollowsText",
+                          "nameFollowsLineShape",
+                          "nameFollowsShape",
+                          "text",
+                          "fontSize",
+                          "fontName",
+                          "textColor",
+                          "textAutoFit",
+                          "textColorHarmonize",
+                          "textUserResized",
+                          "textPadX",
+                          "textPadY",
+                          "textAlignment",
+                          "textVerticalAlignment",
+                          "shadow",
+                          "isHidden",
+                          "isLocked",
+                          "zoomType",
+                          "pipRendition",
+                          "children",
+                          "keyframes",
+                          "groupLayout",
+                          "groupGap",
+                          "groupSizeMode",
+                          "groupFixedLocked",
+                          "groupAlignment",
+                          "cursorHoverOverride",
+                          "spans",
+                          "pulses",
+                          "lineShape",
+                          "lineArcBend",
+                          "lineArcReversed",
+                          "lineWaveFrequency",
+                          "lineWaveAmplitude",
+                          "linePoints",
+                          "lineArrowStart",
+                          "lineArrowEnd",
+                          "lineCurved",
+                          "textCursorBlinks",
+                          "transform",
+                          "fill",
+                          "stroke"};
     for (const char* key : keys) {
         SCOPED_TRACE(key);
         for (const char* value : {R"({"?":1})", "null"}) {
@@ -532,7 +612,8 @@ TEST(Layers, IdentifiersAreReadInAnyCaseAndWrittenInUpperCase)
     const Layer layer = layerWith(R"("id":"abcdef01-2345-6789-ABCD-ef0123456789")");
     EXPECT_EQ(layer.id.string(), "ABCDEF01-2345-6789-ABCD-EF0123456789");
     EXPECT_THAT(encodedJson(layer), HasSubstr("\"ABCDEF01-2345-6789-ABCD-EF0123456789\""));
-    for (const char* id : {"", "abcdef0123456789abcdef0123456789", "{abcdef01-2345-6789-abcd-ef0123456789}", "abcdef01-2345-6789-abcd-ef012345678g"}) {
+    for (const char* id : {"", "abcdef0123456789abcdef0123456789", "{abcdef01-2345-6789-abcd-ef0123456789}",
+                           "abcdef01-2345-6789-abcd-ef012345678g"}) {
         SCOPED_TRACE(id);
         const DecodedDocument decoded = openedWithLayer("\"id\":\"" + std::string(id) + '"');
         EXPECT_NE(decoded.document.scenes[0].layers[0].id, UUID{});
@@ -552,12 +633,17 @@ TEST(Layers, ImageBytesAreStrictBase64)
 
 TEST(Layers, TheCropModeOfOldFilesComesFromTheBlackKey)
 {
-    struct Case { const char* members; CropMode mode; };
-    for (const Case& c : {Case{R"("blackKey":true)", CropMode::automatic}, Case{R"("blackKey":false)", CropMode::none}, Case{"", CropMode::none},
-                          Case{R"("blackKey":"yes")", CropMode::none}, Case{R"("blackKey":true,"cropMode":"manual")", CropMode::manual},
-                          Case{R"("blackKey":true,"cropMode":"none")", CropMode::none}, Case{R"("blackKey":true,"cropMode":"sideways")", CropMode::none},
-                          Case{R"("blackKey":true,"cropMode":null)", CropMode::none}, Case{R"("cropMode":"auto")", CropMode::automatic},
-                          Case{R"("cropMode":"auto","blackKey":true)", CropMode::automatic}}) {
+    struct Case {
+        const char* members;
+        CropMode mode;
+    };
+    for (const Case& c :
+         {Case{R"("blackKey":true)", CropMode::automatic}, Case{R"("blackKey":false)", CropMode::none}, Case{"", CropMode::none},
+          Case{R"("blackKey":"yes")", CropMode::none}, Case{R"("blackKey":true,"cropMode":"manual")", CropMode::manual},
+          Case{R"("blackKey":true,"cropMode":"none")", CropMode::none},
+          Case{R"("blackKey":true,"cropMode":"sideways")", CropMode::none},
+          Case{R"("blackKey":true,"cropMode":null)", CropMode::none}, Case{R"("cropMode":"auto")", CropMode::automatic},
+          Case{R"("cropMode":"auto","blackKey":true)", CropMode::automatic}}) {
         SCOPED_TRACE(c.members);
         EXPECT_EQ(layerWith(c.members).cropMode, c.mode);
     }
@@ -567,13 +653,18 @@ TEST(Layers, TheTextColourOfOldFilesComesFromTheFill)
 {
     constexpr ColorRGBA red{1, 0, 0, 1}, freshFill{0.2, 0.5, 1, 1};
     const std::string fill = R"("fill":{"r":1,"g":0,"b":0,"a":1})";
-    struct Case { std::string members; ColorRGBA textColor; ColorRGBA fill; };
-    for (const Case& c : {Case{R"("kind":"text",)" + fill, red, ColorRGBA::clear}, Case{fill + R"(,"kind":"text")", red, ColorRGBA::clear},
-                          Case{R"("kind":"rectangle",)" + fill, ColorRGBA::black, red}, Case{fill, ColorRGBA::black, red},
-                          Case{R"("kind":"text")", freshFill, ColorRGBA::clear}, Case{R"("kind":"letters",)" + fill, ColorRGBA::black, red},
-                          Case{R"("kind":"text","textColor":null,)" + fill, ColorRGBA::black, red},
-                          Case{R"("kind":"text","textColor":"red",)" + fill, ColorRGBA::black, red},
-                          Case{R"("kind":"text","textColor":{"r":0,"g":1,"b":0,"a":1},)" + fill, {0, 1, 0, 1}, red}}) {
+    struct Case {
+        std::string members;
+        ColorRGBA textColor;
+        ColorRGBA fill;
+    };
+    for (const Case& c :
+         {Case{R"("kind":"text",)" + fill, red, ColorRGBA::clear}, Case{fill + R"(,"kind":"text")", red, ColorRGBA::clear},
+          Case{R"("kind":"rectangle",)" + fill, ColorRGBA::black, red}, Case{fill, ColorRGBA::black, red},
+          Case{R"("kind":"text")", freshFill, ColorRGBA::clear}, Case{R"("kind":"letters",)" + fill, ColorRGBA::black, red},
+          Case{R"("kind":"text","textColor":null,)" + fill, ColorRGBA::black, red},
+          Case{R"("kind":"text","textColor":"red",)" + fill, ColorRGBA::black, red},
+          Case{R"("kind":"text","textColor":{"r":0,"g":1,"b":0,"a":1},)" + fill, {0, 1, 0, 1}, red}}) {
         SCOPED_TRACE(c.members);
         const Layer layer = layerWith(c.members);
         EXPECT_EQ(layer.textColor, c.textColor);
@@ -599,8 +690,9 @@ std::vector<SpanEffect::Kind> effectKinds(const TimeSpan& span)
 TEST(Layers, TheBlinkingCursorEffectsOfOldFilesBecomeAFlag)
 {
     using enum SpanEffect::Kind;
-    const std::string spans = R"("spans":[{"start":0,"end":1,"effects":[{"kind":"fadeIn","duration":1},{"kind":"blinkingCursorStart","duration":1},)"
-                              R"({"kind":"fadeOut","duration":1}]},{"start":2,"end":3,"effects":[{"kind":"blinkingCursorEnd","duration":1}]}])";
+    const std::string spans =
+        R"("spans":[{"start":0,"end":1,"effects":[{"kind":"fadeIn","duration":1},{"kind":"blinkingCursorStart","duration":1},)"
+        R"({"kind":"fadeOut","duration":1}]},{"start":2,"end":3,"effects":[{"kind":"blinkingCursorEnd","duration":1}]}])";
 
     const Layer migrated = layerWith(spans);
     EXPECT_TRUE(migrated.textCursorBlinks);
@@ -624,13 +716,21 @@ TEST(Layers, TheBlinkingCursorEffectsOfOldFilesBecomeAFlag)
 TEST(Layers, OneBadElementLosesItsArray)
 {
     const std::string key = R"({"property":"x","time":1,"value":{"number":{"_0":2}}})";
-    struct Case { const char* what; std::string members; std::size_t keyframes, spans, children; };
+    struct Case {
+        const char* what;
+        std::string members;
+        std::size_t keyframes, spans, children;
+    };
     for (const Case& c :
-         {Case{"good ones", R"("keyframes":[)" + key + "," + key + R"(],"spans":[{"start":0,"end":1}],"children":[{},{}])", 2, 1, 2},
-          Case{"a time that is a string", R"("keyframes":[)" + key + R"(,{"property":"x","time":"1","value":{"number":{"_0":2}}}])", 0, 0, 0},
-          Case{"an unknown property", R"("keyframes":[)" + key + R"(,{"property":"shear","time":1,"value":{"number":{"_0":2}}}])", 0, 0, 0},
+         {Case{"good ones", R"("keyframes":[)" + key + "," + key + R"(],"spans":[{"start":0,"end":1}],"children":[{},{}])", 2, 1,
+               2},
+          Case{"a time that is a string",
+               R"("keyframes":[)" + key + R"(,{"property":"x","time":"1","value":{"number":{"_0":2}}}])", 0, 0, 0},
+          Case{"an unknown property", R"("keyframes":[)" + key + R"(,{"property":"shear","time":1,"value":{"number":{"_0":2}}}])",
+               0, 0, 0},
           Case{"a span without end", R"("spans":[{"start":0,"end":1},{"start":2}])", 0, 0, 0},
-          Case{"a child that is no object", R"("children":[{},5])", 0, 0, 0}, Case{"a child that is null", R"("children":[null])", 0, 0, 0}}) {
+          Case{"a child that is no object", R"("children":[{},5])", 0, 0, 0},
+          Case{"a child that is null", R"("children":[null])", 0, 0, 0}}) {
         SCOPED_TRACE(c.what);
         const Layer layer = layerWith(c.members);
         EXPECT_EQ(layer.keyframes.size(), c.keyframes);
@@ -641,8 +741,9 @@ TEST(Layers, OneBadElementLosesItsArray)
 
 TEST(Layers, AnUnknownEffectClearsTheEffectsOfItsSpanOnly)
 {
-    const Layer layer = layerWith(R"("spans":[{"start":0,"end":1,"effects":[{"kind":"fadeIn","duration":1},{"kind":"explode","duration":1}]},)"
-                                  R"({"start":2,"end":3,"effects":[{"kind":"fadeIn","duration":1}]}])");
+    const Layer layer =
+        layerWith(R"("spans":[{"start":0,"end":1,"effects":[{"kind":"fadeIn","duration":1},{"kind":"explode","duration":1}]},)"
+                  R"({"start":2,"end":3,"effects":[{"kind":"fadeIn","duration":1}]}])");
     ASSERT_THAT(layer.spans, SizeIs(2));
     EXPECT_THAT(layer.spans[0].effects, IsEmpty());
     EXPECT_THAT(layer.spans[1].effects, SizeIs(1));
@@ -664,17 +765,23 @@ TEST(TimedRecords, AKeyframeFallsBackToEaseInOutWithoutWait)
         R"({"id":3,"property":"opacity","time":1.5,"value":{"number":{"_0":0.5}},"easing":{"swing":{}},"wait":"long"})");
     EXPECT_EQ(malformed.easing, Easing::easeInOut());
     EXPECT_EQ(malformed.wait, 0);
-    for (const char* json : {R"({"time":1,"value":{"number":{"_0":1}}})", R"({"property":"x","value":{"number":{"_0":1}}})", R"({"property":"x","time":1})"})
+    for (const char* json : {R"({"time":1,"value":{"number":{"_0":1}}})", R"({"property":"x","value":{"number":{"_0":1}}})",
+                             R"({"property":"x","time":1})"})
         EXPECT_THROW(decodeJson<Keyframe>(json), DecodingError) << json;
 }
 
 TEST(TimedRecords, EveryKeyValueHasItsForm)
 {
-    struct Case { KeyValue value; const char* json; };
-    for (const Case& c : {Case{1.5, R"({"number":{"_0":1.5}})"}, Case{ColorRGBA{0.1, 0.2, 0.3, 1}, R"({"color":{"_0":{"a":1,"b":0.3,"g":0.2,"r":0.1}}})"},
-                          Case{CGPoint{1, 2}, R"({"point":{"_0":[1,2]}})"}, Case{CGSize{3, 4}, R"({"size":{"_0":[3,4]}})"},
-                          Case{ShadowPreset::medium, R"({"shadow":{"_0":"medium"}})"}, Case{CursorVariant::ibeam, R"({"cursor":{"_0":"ibeam"}})"},
-                          Case{SharedString("Inter"), R"({"fontName":{"_0":"Inter"}})"}}) {
+    struct Case {
+        KeyValue value;
+        const char* json;
+    };
+    for (const Case& c :
+         {Case{1.5, R"({"number":{"_0":1.5}})"},
+          Case{ColorRGBA{0.1, 0.2, 0.3, 1}, R"({"color":{"_0":{"a":1,"b":0.3,"g":0.2,"r":0.1}}})"},
+          Case{CGPoint{1, 2}, R"({"point":{"_0":[1,2]}})"}, Case{CGSize{3, 4}, R"({"size":{"_0":[3,4]}})"},
+          Case{ShadowPreset::medium, R"({"shadow":{"_0":"medium"}})"}, Case{CursorVariant::ibeam, R"({"cursor":{"_0":"ibeam"}})"},
+          Case{SharedString("Inter"), R"({"fontName":{"_0":"Inter"}})"}}) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(encodedJson(c.value, JsonWriter::Layout::compact), c.json);
         EXPECT_EQ(decodeJson<KeyValue>(c.json), c.value);
@@ -683,9 +790,13 @@ TEST(TimedRecords, EveryKeyValueHasItsForm)
 
 TEST(TimedRecords, EveryEasingHasItsForm)
 {
-    struct Case { Easing easing; const char* json; };
-    for (const Case& c : {Case{Easing::linear(), R"({"linear":{}})"}, Case{Easing::easeIn(), R"({"easeIn":{}})"}, Case{Easing::easeOut(), R"({"easeOut":{}})"},
-                          Case{Easing::easeInOut(), R"({"easeInOut":{}})"}, Case{Easing::spring(100, 10), R"({"spring":{"damping":10,"stiffness":100}})"},
+    struct Case {
+        Easing easing;
+        const char* json;
+    };
+    for (const Case& c : {Case{Easing::linear(), R"({"linear":{}})"}, Case{Easing::easeIn(), R"({"easeIn":{}})"},
+                          Case{Easing::easeOut(), R"({"easeOut":{}})"}, Case{Easing::easeInOut(), R"({"easeInOut":{}})"},
+                          Case{Easing::spring(100, 10), R"({"spring":{"damping":10,"stiffness":100}})"},
                           Case{Easing::cubic(0.1, 0.2, 0.3, 0.4), R"({"cubic":{"x1":0.1,"x2":0.3,"y1":0.2,"y2":0.4}})"}}) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(encodedJson(c.easing, JsonWriter::Layout::compact), c.json);
@@ -695,9 +806,13 @@ TEST(TimedRecords, EveryEasingHasItsForm)
 
 TEST(TimedRecords, EveryPathCommandHasItsForm)
 {
-    struct Case { PathCommand command; const char* json; };
+    struct Case {
+        PathCommand command;
+        const char* json;
+    };
     for (const Case& c : {Case{MoveTo{{1, 2}}, R"({"moveTo":{"_0":[1,2]}})"}, Case{LineTo{{3, 4}}, R"({"lineTo":{"_0":[3,4]}})"},
-                          Case{CurveTo{{1, 2}, {3, 4}, {5, 6}}, R"({"curveTo":{"c1":[1,2],"c2":[3,4],"end":[5,6]}})"}, Case{ClosePath{}, R"({"close":{}})"}}) {
+                          Case{CurveTo{{1, 2}, {3, 4}, {5, 6}}, R"({"curveTo":{"c1":[1,2],"c2":[3,4],"end":[5,6]}})"},
+                          Case{ClosePath{}, R"({"close":{}})"}}) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(encodedJson(c.command, JsonWriter::Layout::compact), c.json);
         EXPECT_EQ(decodeJson<PathCommand>(c.json), c.command);
@@ -736,7 +851,11 @@ TEST(TimedRecords, ASpanFallsBackToZoomTransitionsAndNoEffects)
 
 TEST(TimedRecords, TheBlinkDurationOfOldFilesBecomesARange)
 {
-    struct Case { const char* what; const char* json; std::optional<std::pair<double, double>> range; };
+    struct Case {
+        const char* what;
+        const char* json;
+        std::optional<std::pair<double, double>> range;
+    };
     for (const Case& c :
          {Case{"longer than the span", R"({"start":2,"end":2.25,"cursorBlinkDuration":0.5})", std::pair{2.0, 2.25}},
           Case{"shorter than the span", R"({"start":2,"end":5,"cursorBlinkDuration":0.5})", std::pair{4.5, 5.0}},
@@ -744,8 +863,10 @@ TEST(TimedRecords, TheBlinkDurationOfOldFilesBecomesARange)
           Case{"negative", R"({"start":2,"end":5,"cursorBlinkDuration":-1})", std::nullopt},
           Case{"no number", R"({"start":2,"end":5,"cursorBlinkDuration":"1"})", std::nullopt},
           Case{"beside ranges", R"({"start":2,"end":5,"cursorBlinkDuration":1,"cursorBlinkRanges":[]})", std::nullopt},
-          Case{"beside malformed ranges", R"({"start":2,"end":5,"cursorBlinkDuration":1,"cursorBlinkRanges":[{"start":2}]})", std::pair{4.0, 5.0}},
-          Case{"beside null ranges", R"({"start":2,"end":5,"cursorBlinkDuration":1,"cursorBlinkRanges":null})", std::pair{4.0, 5.0}}}) {
+          Case{"beside malformed ranges", R"({"start":2,"end":5,"cursorBlinkDuration":1,"cursorBlinkRanges":[{"start":2}]})",
+               std::pair{4.0, 5.0}},
+          Case{"beside null ranges", R"({"start":2,"end":5,"cursorBlinkDuration":1,"cursorBlinkRanges":null})",
+               std::pair{4.0, 5.0}}}) {
         SCOPED_TRACE(c.what);
         const TimeSpan span = decodeJson<TimeSpan>(c.json);
         ASSERT_THAT(span.cursorBlinkRanges, SizeIs(c.range ? 1 : 0));
@@ -767,22 +888,29 @@ TEST(TimedRecords, ASpanEffectNeedsItsKindAndDuration)
 TEST(TimedRecords, PulseEffectsAreASetWithAFallback)
 {
     using enum PulseEffect;
-    struct Case { const char* json; PulseEffects effects; };
-    for (const Case& c : {Case{R"({"time":1})", {scale, glow}}, Case{R"({"time":1,"effects":[]})", {scale, glow}},
-                          Case{R"({"time":1,"effects":"glow"})", {scale, glow}}, Case{R"({"time":1,"effects":["radiate",3]})", {scale, glow}},
-                          Case{R"({"time":1,"effects":["glow"]})", {glow}}, Case{R"({"time":1,"effects":["radiate","radiate"]})", {radiate}},
-                          Case{R"({"time":1,"effects":["scaleGlow","radiate"]})", {scale, glow, radiate}},
-                          Case{R"({"time":1,"effects":["sparkle"]})", {scale, glow}}, Case{R"({"time":1,"effects":["sparkle","radiate"]})", {radiate}}}) {
+    struct Case {
+        const char* json;
+        PulseEffects effects;
+    };
+    for (const Case& c :
+         {Case{R"({"time":1})", {scale, glow}}, Case{R"({"time":1,"effects":[]})", {scale, glow}},
+          Case{R"({"time":1,"effects":"glow"})", {scale, glow}}, Case{R"({"time":1,"effects":["radiate",3]})", {scale, glow}},
+          Case{R"({"time":1,"effects":["glow"]})", {glow}}, Case{R"({"time":1,"effects":["radiate","radiate"]})", {radiate}},
+          Case{R"({"time":1,"effects":["scaleGlow","radiate"]})", {scale, glow, radiate}},
+          Case{R"({"time":1,"effects":["sparkle"]})", {scale, glow}},
+          Case{R"({"time":1,"effects":["sparkle","radiate"]})", {radiate}}}) {
         SCOPED_TRACE(c.json);
         EXPECT_EQ(decodeJson<Pulse>(c.json).effects, c.effects);
     }
     EXPECT_THROW(decodeJson<Pulse>(R"({"effects":["glow"]})"), DecodingError);
-    EXPECT_THAT(encodedJson(Pulse{.effects = {scale, radiate, glow}}, JsonWriter::Layout::compact), HasSubstr(R"("effects":["glow","radiate","scale"])"));
+    EXPECT_THAT(encodedJson(Pulse{.effects = {scale, radiate, glow}}, JsonWriter::Layout::compact),
+                HasSubstr(R"("effects":["glow","radiate","scale"])"));
 }
 
 TEST(TimedRecords, AVideoClipFallsBackKeyByKey)
 {
-    const VideoClip clip = decodeJson<VideoClip>(R"({"sceneStart":"0","sceneEnd":4,"endBehavior":"explode","sourceTrimLength":null})");
+    const VideoClip clip =
+        decodeJson<VideoClip>(R"({"sceneStart":"0","sceneEnd":4,"endBehavior":"explode","sourceTrimLength":null})");
     EXPECT_EQ(clip.sceneStart, 0);
     EXPECT_EQ(clip.sceneEnd, 4);
     EXPECT_EQ(clip.sourceStart, 0);
@@ -804,12 +932,19 @@ TEST(SingleRecords, AListOfLayersIsOneJsonArray)
 
 TEST(SingleRecords, AFailureSaysWhereAndWhy)
 {
-    struct Case { const char* json; DecodingError::Kind kind; const char* words; };
+    struct Case {
+        const char* json;
+        DecodingError::Kind kind;
+        const char* words;
+    };
     for (const Case& c : {Case{R"({"width":1})", DecodingError::Kind::missingKey, "background is missing"},
                           Case{R"({"background":{"r":1,"g":"x"}})", DecodingError::Kind::missingKey, "background.a is missing"},
-                          Case{R"({"background":{"r":1,"g":"x","b":1,"a":1}})", DecodingError::Kind::typeMismatch, "background.g is not a number"},
-                          Case{R"({"background":{"r":1e999,"g":1,"b":1,"a":1}})", DecodingError::Kind::invalidValue, "background.r is beyond the largest number"},
-                          Case{"[1", DecodingError::Kind::syntax, "unexpected end of the text at byte 2"}, Case{"5", DecodingError::Kind::typeMismatch, "is not an object"}}) {
+                          Case{R"({"background":{"r":1,"g":"x","b":1,"a":1}})", DecodingError::Kind::typeMismatch,
+                               "background.g is not a number"},
+                          Case{R"({"background":{"r":1e999,"g":1,"b":1,"a":1}})", DecodingError::Kind::invalidValue,
+                               "background.r is beyond the largest number"},
+                          Case{"[1", DecodingError::Kind::syntax, "unexpected end of the text at byte 2"},
+                          Case{"5", DecodingError::Kind::typeMismatch, "is not an object"}}) {
         SCOPED_TRACE(c.json);
         try {
             decodeJson<TweenScene>(c.json);
@@ -831,11 +966,16 @@ TEST(ReadingTells, WhatWasDroppedDefaultedAndMigrated)
         R"(,"transition":null,"name":7)")));
     const std::string layer = "scenes[0].layers[0]";
     EXPECT_THAT(actions(decoded.diagnostics),
-                testing::UnorderedElementsAre(layer + ": dropped", layer + ": dropped", layer + ".opacity: defaulted", layer + ".keyframes: dropped",
-                                              layer + ".cropMode: migrated", layer + ".textColor: migrated", layer + ".pulses[0].effects[0]: migrated",
-                                              layer + ".pulses[0].effects[1]: dropped", "scenes[0].transition: dropped", "scenes[0].name: dropped"));
-    struct Case { std::string path; std::string text; };
-    for (const Case& c : {Case{layer + ".keyframes", layer + ".keyframes[0].time is missing"}, Case{layer + ".opacity", layer + ".opacity is not a number"},
+                testing::UnorderedElementsAre(
+                    layer + ": dropped", layer + ": dropped", layer + ".opacity: defaulted", layer + ".keyframes: dropped",
+                    layer + ".cropMode: migrated", layer + ".textColor: migrated", layer + ".pulses[0].effects[0]: migrated",
+                    layer + ".pulses[0].effects[1]: dropped", "scenes[0].transition: dropped", "scenes[0].name: dropped"));
+    struct Case {
+        std::string path;
+        std::string text;
+    };
+    for (const Case& c : {Case{layer + ".keyframes", layer + ".keyframes[0].time is missing"},
+                          Case{layer + ".opacity", layer + ".opacity is not a number"},
                           Case{layer + ".pulses[0].effects[1]", "\"sparkle\" is not a known value"}}) {
         SCOPED_TRACE(c.path);
         const auto found = std::ranges::find(decoded.diagnostics.told, c.path, &Diagnostic::path);
@@ -863,11 +1003,15 @@ TEST(ReadingTells, WhenAllScenesAreLost)
     EXPECT_THAT(actions(opened(R"({"scene":)" + sceneJson("") + "}").diagnostics), ElementsAre("scene: migrated"));
     EXPECT_THAT(actions(opened(R"({"scene":5})").diagnostics), ElementsAre("scene: defaulted"));
     EXPECT_THAT(actions(opened(R"({"scenes":[]})").diagnostics), ElementsAre("scenes: defaulted"));
+    EXPECT_THAT(actions(opened(R"({"activeSceneIndex":3,"scenes":[5]})").diagnostics),
+                ElementsAre("scenes: dropped", "activeSceneIndex: dropped", "scenes: defaulted"));
+    EXPECT_THAT(actions(opened(R"({"activeSceneIndex":3,"scenes":[]})").diagnostics), ElementsAre("scenes: defaulted"));
 }
 
 TEST(ReadingTells, NoMoreThanAPersonCanReadAndCountsTheRest)
 {
-    const DecodedDocument decoded = openedWithLayer("\"children\":[" + repeated(R"({"opacity":"x"},)", 2999) + R"({"opacity":"x"}])");
+    const DecodedDocument decoded =
+        openedWithLayer("\"children\":[" + repeated(R"({"opacity":"x"},)", 2999) + R"({"opacity":"x"}])");
     EXPECT_EQ(decoded.document.scenes[0].layers[0].children.size(), 3000u);
     EXPECT_EQ(decoded.diagnostics.told.size(), 1000u);
     EXPECT_EQ(decoded.diagnostics.untold, 2000u);

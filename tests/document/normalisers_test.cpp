@@ -55,7 +55,8 @@ TEST(NormalizeSpanEffects, AnEffectLastsNoLongerThanItsSpan)
 TEST(NormalizeSpanEffects, EverySpanGoesByItsOwnLength)
 {
     const SpanEffect in{.kind = Kind::fadeIn, .duration = 2}, out{.kind = Kind::fadeOut, .duration = 0.75};
-    Layer layer{.spans = {TimeSpan{.start = 0, .end = 1, .effects = {in, out}}, TimeSpan{.start = 2, .end = 2.5, .effects = {in, out}},
+    Layer layer{.spans = {TimeSpan{.start = 0, .end = 1, .effects = {in, out}},
+                          TimeSpan{.start = 2, .end = 2.5, .effects = {in, out}},
                           TimeSpan{.start = 3, .end = 4}}};
     normalizeSpanEffects(layer);
     EXPECT_THAT(durations(layer.spans[0]), testing::ElementsAre(1, 0.75));
@@ -82,7 +83,8 @@ TEST(NormalizeSpanEffects, ALayerInOrderStaysSharedWithItsCopy)
 
 TEST(AddSpanEffect, AppendsAFreshEffectAndNormalisesIt)
 {
-    Layer layer{.spans = {TimeSpan{.start = 0, .end = 9}, TimeSpan{.start = 0, .end = 0.3, .effects = {SpanEffect{.kind = Kind::popIn}}}}};
+    Layer layer{.spans = {TimeSpan{.start = 0, .end = 9},
+                          TimeSpan{.start = 0, .end = 0.3, .effects = {SpanEffect{.kind = Kind::popIn}}}}};
     ASSERT_TRUE(addSpanEffect(layer, layer.spans[1].id, Kind::fadeOut));
 
     EXPECT_TRUE(layer.spans[0].effects.empty());
@@ -101,7 +103,8 @@ TEST(AddSpanEffect, AppendsAFreshEffectAndNormalisesIt)
 TEST(AddSpanEffect, IsRefusedWhereItDoesNotBelong)
 {
     const UUID span = UUID::random();
-    const Layer rectangle{.spans = {TimeSpan{.id = span, .end = 0.3, .effects = {SpanEffect{.kind = Kind::fadeIn, .duration = 2}}}}};
+    const SpanEffect fade{.kind = Kind::fadeIn, .duration = 2};
+    const Layer rectangle{.spans = {TimeSpan{.id = span, .end = 0.3, .effects = {fade}}}};
     struct Case { const char* why; UUID span; Kind kind; };
     for (const Case& c : {Case{"the span has one", span, Kind::fadeIn}, Case{"for texts only", span, Kind::typeOn},
                           Case{"for lines only", span, Kind::drawOn}, Case{"of old files", span, Kind::blinkingCursorStart},
@@ -149,7 +152,8 @@ TEST(NormalizeLineBounds, ThePaddingGoesByTheStrokeAndTheArrows)
 {
     struct Case { const char* line; double strokeWidth; bool arrowStart, arrowEnd; double pad; };
     for (const Case& c : {Case{"no stroke", 0, false, false, 0.25}, Case{"a hair", 0.4, false, false, 0.25},
-                          Case{"just wide enough", 0.5, false, false, 0.25}, Case{"wider", 3, false, false, 1.5},
+                          Case{"just wide enough", 0.5, false, false, 0.25},
+                          Case{"a little wider", 0.5625, false, false, 0.28125}, Case{"wider", 3, false, false, 1.5},
                           Case{"arrow at the start, smallest head", 1, true, false, 3.5},
                           Case{"arrow at the end, smallest head", 1, false, true, 3.5},
                           Case{"arrows at both ends, a head of 14", 4, true, true, 9},

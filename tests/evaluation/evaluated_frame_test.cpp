@@ -232,7 +232,8 @@ TEST_F(FrameZoomTest, AZoomInsideAGroupMovesNoFrame)
 TEST_F(FrameZoomTest, ASpanTooShortToHalveIsDoneAtOnce)
 {
     const double smallest = 5e-324;
-    const std::optional<FrameZoom> zoom = evaluateFrame(sceneOf({zoomLayer({{0, 0}, {960, 540}}, {zoomSpan(0, smallest)})}), 0).zoom;
+    const TweenScene scene = sceneOf({zoomLayer({{0, 0}, {960, 540}}, {zoomSpan(0, smallest)})});
+    const std::optional<FrameZoom> zoom = evaluateFrame(scene, 0).zoom;
     ASSERT_TRUE(zoom);
     EXPECT_EQ(zoom->k, 1);
 }
@@ -528,8 +529,9 @@ TEST_F(EvaluatedFrameTest, VideosGradientFieldsAndWaitingCursorsMoveByThemselves
         {plain(Layer::Kind::gradientField), true, "a gradient field"},
         {changed(Layer::Kind::gradientField, [](Layer& layer) { layer.gradientWarpSpeed = 0; }), true, "one that only breathes"},
         {changed(Layer::Kind::gradientField, [](Layer& layer) { layer.gradientPulseAmount = 0; }), true, "one that only drifts"},
-        {changed(Layer::Kind::gradientField, [](Layer& layer) { layer.gradientWarpSpeed = layer.gradientPulseAmount = -1; }), false,
-         "one that does neither"},
+        {changed(Layer::Kind::gradientField,
+                 [](Layer& layer) { layer.gradientWarpSpeed = layer.gradientPulseAmount = -1; }),
+         false, "one that does neither"},
         {plain(Layer::Kind::cursor), false, "an arrow"},
         {changed(Layer::Kind::cursor, [](Layer& layer) { layer.cursorVariant = CursorVariant::wait; }), true, "a waiting cursor"},
         {changed(Layer::Kind::cursor,
@@ -640,6 +642,18 @@ TEST_F(EvaluatedFrameTest, TwoHundredAndFiftyGroupsWithinEachOtherAreEvaluated)
     EXPECT_EQ(depthOf(onlyLayer(nested(250), 1)), 250);
     const Layer deep = nested(250);
     EXPECT_EQ(depthOf(offMainThread([&] { return onlyLayer(deep, 1); })), 250);
+}
+
+TEST_F(EvaluatedFrameTest, ASceneFullOfCursorsIsSearchedOnce)
+{
+    // A search for each cursor would take minutes.
+    const Layer cursor = layerAt({10, 10}, {20, 20}, Layer::Kind::cursor);
+    Layer hotspot = layerAt({0, 0}, {50, 50}, Layer::Kind::hotspot);
+    hotspot.cursorHoverOverride = CursorVariant::grab;
+    std::vector<Layer> layers(100'000, cursor);
+    layers.insert(layers.begin(), hotspot);
+    const EvaluatedFrame frame = evaluateFrame(sceneOf(std::move(layers)), 0);
+    EXPECT_EQ(frame.layers.back().layer.cursorVariant, CursorVariant::grab);
 }
 
 TEST_F(EvaluatedFrameTest, NumbersThatAreNoneGoThroughEveryStep)

@@ -75,8 +75,8 @@ TEST(Hover, TheCursorStandsAtTheOriginOfItsParent)
 TEST(Hover, AKeyframeOfTheVariantBeatsHotspotsFromThenOn)
 {
     Layer cursor = cursorAt({0, 0});
-    cursor.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::cursorVariant, .time = 5, .value = CursorVariant::grab},
-                        Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 0, .value = 0.0}};
+    cursor.keyframes = {key(Keyframe::AnimatableProperty::cursorVariant, 5, CursorVariant::grab),
+                        key(Keyframe::AnimatableProperty::x, 0, 0.0)};
     EXPECT_EQ(variantOver({hotspotAt({0, 0})}, cursor, 4.999), CursorVariant::pointer);
     EXPECT_EQ(variantOver({hotspotAt({0, 0})}, cursor, 5), CursorVariant::arrow) << "as it was given";
     EXPECT_EQ(variantOver({hotspotAt({0, 0})}, cursor, 9), CursorVariant::arrow);
@@ -185,6 +185,15 @@ TEST(Hover, AChildStandsInFrontOfItsGroup)
     group.cursorHoverOverride = CursorVariant::grab;
     EXPECT_EQ(variantOver({group}, cursorAt({0, 0})), CursorVariant::ibeam);
     EXPECT_EQ(variantOver({group}, cursorAt({100, 100})), CursorVariant::grab);
+}
+
+TEST(Hover, TargetsAnswerAnyNumberOfCursors)
+{
+    const TweenScene scene = sceneOf({hotspotAt({0, 0}, CursorVariant::grab), hotspotAt({100, 0}, CursorVariant::ibeam)});
+    HoverTargets targets(scene, 0);
+    EXPECT_EQ(applyHoverOverride(cursorAt({110, 10}), {}, targets).cursorVariant, CursorVariant::ibeam);
+    EXPECT_EQ(applyHoverOverride(cursorAt({10, 10}), {}, targets).cursorVariant, CursorVariant::grab);
+    EXPECT_EQ(applyHoverOverride(cursorAt({10, 90}), {}, targets).cursorVariant, CursorVariant::arrow);
 }
 
 TEST(Hover, ZoomsAreNotSearched)

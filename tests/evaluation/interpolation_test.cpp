@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -202,6 +204,14 @@ TEST_F(InterpolationTest, AShadowStepsAtTheEndOfItsMove)
     EXPECT_EQ(Interpolation::resolve(layer, 1).shadow, ShadowPreset::high);
 }
 
+TEST_F(InterpolationTest, AnEasingThatReachesOneEarlySteps)
+{
+    // w = 1000 and z = 0.5: half way the swing has died down to exp(-1000), which is 0, and the curve is exactly 1.
+    const Layer layer = keyed({key(Property::shadow, 0, ShadowPreset::low, Easing::spring(1e6, 1e3)),
+                               key(Property::shadow, 1, ShadowPreset::high)});
+    EXPECT_EQ(Interpolation::resolve(layer, 0.5).shadow, ShadowPreset::high);
+}
+
 TEST_F(InterpolationTest, ADiscreteValueFlipsWhileASpringIsBeyondItsEnd)
 {
     const Easing spring = Easing::spring(100, 10);
@@ -293,18 +303,33 @@ TEST_F(InterpolationTest, AKeptCopyAnswersOnlyForTheSameInput)
         {"anchorY", [](Layer& layer, double&) { layer.transform.anchorY += 1; }},
         {"width", [](Layer& layer, double&) { layer.size.width += 1; }},
         {"height", [](Layer& layer, double&) { layer.size.height += 1; }},
-        {"count", [](Layer& layer, double&) { layer.keyframes.append(key(Property::opacity, 0, 1.0)); }},
+        {"count", [](Layer& layer, double&) { layer.keyframes.append(layer.keyframes[0]); }},
         {"id", [](Layer& layer, double&) { layer.id = UUID::random(); }},
     };
+    const Layer stored = keyed({key(Property::x, 0, 5.0)});
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        Layer layer = keyed({key(Property::x, 0, 5.0)});
+        Layer layer = stored;
         double time = 1;
+        Interpolation::invalidate();
         Interpolation::resolve(layer, time);
         layer.cornerRadius = 77; // Nothing looks at this one, so that an answer from before lacks it.
         c.change(layer, time);
         EXPECT_EQ(Interpolation::resolve(layer, time).cornerRadius, 77);
     }
+}
+
+TEST_F(InterpolationTest, IdsThatShareAHashAreKeptApartQuickly)
+{
+    // One after the other in a single bucket, they would take minutes.
+    Layer layer = keyed({key(Property::x, 0, 5.0)});
+    for (std::uint64_t n = 0; n < 50'000; ++n) {
+        layer.id = {n * 0x9E3779B97F4A7C15u, n};
+        ASSERT_EQ(std::hash<UUID>{}(layer.id), 0u);
+        Interpolation::resolve(layer, 1);
+    }
+    layer.cornerRadius = 77;
+    EXPECT_EQ(Interpolation::resolve(layer, 1).cornerRadius, 0) << "the kept copy";
 }
 
 TEST_F(InterpolationTest, OtherThreadsNeitherReadNorWriteWhatIsKept)

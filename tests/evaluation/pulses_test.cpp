@@ -84,7 +84,8 @@ TEST(PulseEnvelope, TheLatestPulseOfAnEffectCutsTheEarlierOff)
 
 TEST(PulseEnvelope, ALaterPulseLeavesTheOtherEffectsToTheEarlier)
 {
-    const Array<Pulse> pulses{Pulse{.time = 0, .effects = {PulseEffect::scale}}, Pulse{.time = 0.1, .effects = {PulseEffect::glow}}};
+    const Array<Pulse> pulses{Pulse{.time = 0, .effects = {PulseEffect::scale}},
+                              Pulse{.time = 0.1, .effects = {PulseEffect::glow}}};
     EXPECT_NEAR(pulseEnvelope(0.2, pulses).scale, 0.78, 1e-9);
     EXPECT_NEAR(pulseEnvelope(0.2, pulses).glow, 1.4 * std::sin(0.1 * std::numbers::pi), 1e-9);
 }
@@ -114,7 +115,8 @@ TEST(PulseGlowColor, IsTheFirstVisibleColourOfTheKind)
                           Case{"text all faint", Layer::Kind::text, faintGreen, faintBlue, faintRed, fallback},
                           Case{"line", Layer::Kind::line, green, blue, red, blue},
                           Case{"faint line", Layer::Kind::line, green, faintBlue, red, fallback},
-                          Case{"gradient", Layer::Kind::gradientField, {1, 0.5, 0, 0.2}, {0, 0.5, 1, 0.8}, red, {0.5, 0.5, 0.5, 0.8}},
+                          Case{"gradient", Layer::Kind::gradientField, {1, 0.5, 0, 0.2}, {0, 0.5, 1, 0.8}, red,
+                               {0.5, 0.5, 0.5, 0.8}},
                           Case{"gradient with one faint end", Layer::Kind::gradientField, {1, 0, 0, 0}, {0, 0, 1, 0.05}, red,
                                {0.5, 0, 0.5, 0.05}},
                           Case{"faint gradient", Layer::Kind::gradientField, faintRed, faintBlue, red, fallback},

@@ -175,7 +175,7 @@ TEST(SpanEffects, EachKindActsAtItsStartMiddleAndEnd)
         {Kind::fadeOut, 15, 1, 100, 200, 1},         {Kind::fadeOut, 19.5, 0.75, 100, 200, 1},
         {Kind::fadeOut, 20, 0, 100, 200, 1},         {Kind::popIn, 10, 1, 100, 200, 0},
         {Kind::popIn, 10.5, 1, 100, 200, 1.0876975}, // 1 + 0.25 * (-1.35079 + 1.70158)
-        {Kind::popIn, 11, 1, 100, 200, 1},           {Kind::popOut, 19.1, 1, 100, 200, 1.01431422}, // p = 0.9: 1 + 0.01 * 1.431422
+        {Kind::popIn, 11, 1, 100, 200, 1},           {Kind::popOut, 19.1, 1, 100, 200, 1.01431422}, // 1 + 0.01 * 1.431422
         {Kind::popOut, 20, 1, 100, 200, 0},          {Kind::bounceIn, 10, 1, 100, 200, 0},
         {Kind::bounceIn, 10.5, 1, 100, 200, 0.765625}, // q = 0.5 - 6/11 = -1/22: 7.5625 / 484 + 0.75
         {Kind::bounceIn, 11, 1, 100, 200, 1},        {Kind::bounceOut, 20, 1, 100, 200, 0},
@@ -291,6 +291,14 @@ TEST(TypeOn, TheCountGrowsEvenlyAndRoundsHalvesUp)
         SCOPED_TRACE(c.why);
         EXPECT_EQ(charactersAt(c.text, c.effects, c.time), c.count);
     }
+}
+
+TEST(TypeOn, AnyNumberOfEffectsCountsALongTextOnce)
+{
+    // Counting it for each of them would take minutes.
+    Layer layer = withSpans({span(10, 20, std::vector<SpanEffect>(200'000, effect(Kind::typeOn)))}, Layer::Kind::text);
+    layer.text = std::string(1'000'000, 'x');
+    EXPECT_EQ(effectedAt(layer, 10.5).textTypeOnVisible, 500'000u);
 }
 
 TEST(TypeOn, OnlyATextTypes)

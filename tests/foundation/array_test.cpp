@@ -1,5 +1,7 @@
 #include "foundation/array.h"
 
+#include <gtest/gtest.h>
+
 namespace larkspool {
 namespace {
 

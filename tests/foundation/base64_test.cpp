@@ -22,7 +22,10 @@ std::string encoded(std::span<const std::uint8_t> bytes)
 
 TEST(Base64, EncodesAndDecodesTheVectorsOfTheStandard)
 {
-    struct Case { const char* bytes; const char* text; };
+    struct Case {
+        const char* bytes;
+        const char* text;
+    };
     for (const Case& c : {Case{"", ""}, Case{"f", "Zg=="}, Case{"fo", "Zm8="}, Case{"foo", "Zm9v"}, Case{"foob", "Zm9vYg=="},
                           Case{"fooba", "Zm9vYmE="}, Case{"foobar", "Zm9vYmFy"}}) {
         SCOPED_TRACE(c.bytes);
@@ -41,7 +44,10 @@ TEST(Base64, TheLastTwoCharactersOfTheAlphabetArePlusAndSlash)
 
 TEST(Base64, RefusesWhatAnEncoderNeverWrites)
 {
-    struct Case { const char* what; std::string_view text; };
+    struct Case {
+        const char* what;
+        std::string_view text;
+    };
     for (const Case& c : {Case{"no padding", "Zg"}, Case{"half the padding", "Zg="}, Case{"three characters of padding", "Z==="},
                           Case{"padding only", "===="}, Case{"padding inside", "Zg==Zg=="}, Case{"padding between", "Z=g="},
                           Case{"a space", "Zm 9"}, Case{"a line break", "Zm9v\nZm8="}, Case{"stray bits before ==", "Zh=="},

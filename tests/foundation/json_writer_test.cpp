@@ -51,6 +51,17 @@ TEST(JsonWriter, PrettyTextHasOneValueToALine)
                                     "}");
 }
 
+TEST(JsonWriter, IndentationEndsAtADepthThatOnlyAHostileTextReaches)
+{
+    const std::string text = written([](JsonWriter& writer) {
+        for (int i = 0; i < 100; ++i) writer.beginArray();
+        for (int i = 0; i < 100; ++i) writer.endArray();
+    });
+    EXPECT_NE(text.find("\n" + std::string(126, ' ') + "[\n" + std::string(128, ' ') + "[\n" + std::string(128, ' ') + "["),
+              std::string::npos);
+    EXPECT_EQ(text.find(std::string(129, ' ')), std::string::npos);
+}
+
 TEST(JsonWriter, CompactTextHasNoWhiteSpace)
 {
     EXPECT_EQ(written(writeSample, JsonWriter::Layout::compact), R"({"a":[1,{},[]],"b":null,"c":true})");
@@ -65,9 +76,13 @@ TEST(JsonWriter, WritesBehindWhatIsThereAlready)
 
 TEST(JsonWriter, NumbersTakeTheirShortestForm)
 {
-    struct Case { double value; const char* text; };
-    for (const Case& c : {Case{24, "24"}, Case{-3, "-3"}, Case{0, "0"}, Case{-0.0, "-0.0"}, Case{0.1, "0.1"}, Case{29.97, "29.97"},
-                          Case{9007199254740991, "9007199254740991"}, Case{1e300, "1e+300"}, Case{5e-324, "5e-324"}, Case{1.0 / 3, "0.3333333333333333"}}) {
+    struct Case {
+        double value;
+        const char* text;
+    };
+    for (const Case& c : {Case{24, "24"}, Case{-3, "-3"}, Case{0, "0"}, Case{-0.0, "-0.0"}, Case{0.1, "0.1"},
+                          Case{29.97, "29.97"}, Case{9007199254740991, "9007199254740991"}, Case{1e300, "1e+300"},
+                          Case{5e-324, "5e-324"}, Case{1.0 / 3, "0.3333333333333333"}}) {
         SCOPED_TRACE(c.text);
         EXPECT_EQ(written([&](JsonWriter& writer) { writer.number(c.value); }), c.text);
     }

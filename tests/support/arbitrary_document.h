@@ -19,15 +19,17 @@ namespace larkspool {
 /// A finite number, more often than not a plain one.
 inline rc::Gen<double> arbitraryNumber()
 {
-    return rc::gen::oneOf(rc::gen::element(0.0, 1.0, -1.0, 0.5, 0.1, 24.0, 1e-320, 1e300, -123456.789, 9007199254740992.0),
-                          rc::gen::map(rc::gen::inRange(-4000, 4000), [](int value) { return value / 8.0; }),
-                          rc::gen::map(rc::gen::arbitrary<double>(), [](double value) { return std::isfinite(value) ? value : 0.0; }));
+    return rc::gen::oneOf(
+        rc::gen::element(0.0, 1.0, -1.0, 0.5, 0.1, 24.0, 1e-320, 1e300, -123456.789, 9007199254740992.0),
+        rc::gen::map(rc::gen::inRange(-4000, 4000), [](int value) { return value / 8.0; }),
+        rc::gen::map(rc::gen::arbitrary<double>(), [](double value) { return std::isfinite(value) ? value : 0.0; }));
 }
 
 inline rc::Gen<std::string> arbitraryText()
 {
-    const auto part = rc::gen::elementOf(std::vector<std::string>{
-        "a", "Card ", "\"", "\\", "/", "\n", "\t", "\x01", "é", "日本", "👩‍👩‍👧", "\u0301", "{", "0", std::string(1, '\0'), "\x7F"});
+    const auto part =
+        rc::gen::elementOf(std::vector<std::string>{"a", "Card ", "\"", "\\", "/", "\n", "\t", "\x01", "é", "日本",
+                                                    "👩‍👩‍👧", "\u0301", "{", "0", std::string(1, '\0'), "\x7F"});
     return rc::gen::map(rc::gen::container<std::vector<std::string>>(part), [](const std::vector<std::string>& parts) {
         std::string text;
         for (const std::string& each : parts) text += each;
@@ -42,13 +44,15 @@ inline rc::Gen<UUID> arbitraryId()
 
 inline rc::Gen<Bytes> arbitraryBytes()
 {
-    return rc::gen::map(rc::gen::arbitrary<std::vector<std::uint8_t>>(), [](std::vector<std::uint8_t> bytes) { return Bytes(std::move(bytes)); });
+    return rc::gen::map(rc::gen::arbitrary<std::vector<std::uint8_t>>(),
+                        [](std::vector<std::uint8_t> bytes) { return Bytes(std::move(bytes)); });
 }
 
 template <typename E>
 rc::Gen<E> arbitraryCase()
 {
-    return rc::gen::map(rc::gen::inRange<std::size_t>(0, std::size(EnumTable<E>::cases)), [](std::size_t i) { return EnumTable<E>::cases[i].value; });
+    return rc::gen::map(rc::gen::inRange<std::size_t>(0, std::size(EnumTable<E>::cases)),
+                        [](std::size_t i) { return EnumTable<E>::cases[i].value; });
 }
 
 /// Sets members one after the other from generators. Of the numbers and flags of a wide record, most keep what they have, as
@@ -165,9 +169,8 @@ inline rc::Gen<TimeSpan> arbitrarySpan()
         });
         span.zoomStart = *arbitraryCase<ZoomTransition>();
         span.zoomEnd = *arbitraryCase<ZoomTransition>();
-        span.cursorBlinkRanges = arbitraryList<BlinkRange>(2, [] {
-            return BlinkRange{.id = *arbitraryId(), .start = *arbitraryNumber(), .end = *arbitraryNumber()};
-        });
+        span.cursorBlinkRanges = arbitraryList<BlinkRange>(
+            2, [] { return BlinkRange{.id = *arbitraryId(), .start = *arbitraryNumber(), .end = *arbitraryNumber()}; });
         return span;
     });
 }
@@ -193,9 +196,9 @@ inline rc::Gen<Layer> arbitraryLayer(int depth = 2)
         members.setAll(layer.id, layer.name, layer.kind);
         Transform& t = layer.transform;
         members.setAll(t.x, t.y, t.rotation, t.scaleX, t.scaleY, t.anchorX, t.anchorY);
-        members.setAll(layer.fill, layer.stroke, layer.strokeWidth, layer.strokeOutside, layer.perSideStroke, layer.strokeWidthTop,
-                       layer.strokeWidthRight, layer.strokeWidthBottom, layer.strokeWidthLeft, layer.opacity, layer.size,
-                       layer.cornerRadius);
+        members.setAll(layer.fill, layer.stroke, layer.strokeWidth, layer.strokeOutside, layer.perSideStroke,
+                       layer.strokeWidthTop, layer.strokeWidthRight, layer.strokeWidthBottom, layer.strokeWidthLeft,
+                       layer.opacity, layer.size, layer.cornerRadius);
         layer.path = arbitraryList<PathCommand>(3, [] { return *arbitraryPathCommand(); });
         if (ArbitraryMembers::isChanged()) layer.imageData = *arbitraryBytes();
         members.setAll(layer.blackKey, layer.blackKeyInsetX, layer.blackKeyInsetY, layer.cropMode, layer.cropRect,
@@ -207,14 +210,16 @@ inline rc::Gen<Layer> arbitraryLayer(int depth = 2)
         members.setAll(layer.cursorVariant, layer.nameFollowsCursorVariant, layer.nameFollowsText, layer.nameFollowsLineShape,
                        layer.nameFollowsShape, layer.text, layer.fontSize, layer.fontName, layer.textColor, layer.textAutoFit,
                        layer.textColorHarmonize, layer.textUserResized, layer.textPadX, layer.textPadY, layer.textAlignment,
-                       layer.textVerticalAlignment, layer.shadow, layer.isHidden, layer.isLocked, layer.zoomType, layer.pipRendition);
+                       layer.textVerticalAlignment, layer.shadow, layer.isHidden, layer.isLocked, layer.zoomType,
+                       layer.pipRendition);
         if (depth > 0) layer.children = arbitraryList<Layer>(2, [depth] { return *arbitraryLayer(depth - 1); });
         layer.keyframes = arbitraryList<Keyframe>(3, [] { return *arbitraryKeyframe(); });
         members.setAll(layer.groupLayout, layer.groupGap, layer.groupSizeMode, layer.groupFixedLocked, layer.groupAlignment);
         if (ArbitraryMembers::isChanged()) layer.cursorHoverOverride = *arbitraryCase<CursorVariant>();
         layer.spans = arbitraryList<TimeSpan>(2, [] { return *arbitrarySpan(); });
         layer.pulses = arbitraryList<Pulse>(2, [] { return *arbitraryPulse(); });
-        members.setAll(layer.lineShape, layer.lineArcBend, layer.lineArcReversed, layer.lineWaveFrequency, layer.lineWaveAmplitude);
+        members.setAll(layer.lineShape, layer.lineArcBend, layer.lineArcReversed, layer.lineWaveFrequency,
+                       layer.lineWaveAmplitude);
         layer.linePoints = arbitraryList<CGPoint>(3, [] { return CGPoint{*arbitraryNumber(), *arbitraryNumber()}; });
         members.setAll(layer.lineArrowStart, layer.lineArrowEnd, layer.lineCurved, layer.textCursorBlinks);
         return layer;
@@ -241,11 +246,13 @@ inline rc::Gen<TweenDocument> arbitraryDocument()
 {
     return rc::gen::exec([] {
         TweenDocument document{.scenes = {*arbitraryScene()}};
-        for (const TweenScene& scene : arbitraryList<TweenScene>(2, [] { return *arbitraryScene(); })) document.scenes.append(scene);
+        for (const TweenScene& scene : arbitraryList<TweenScene>(2, [] { return *arbitraryScene(); }))
+            document.scenes.append(scene);
         if (ArbitraryMembers::isChanged()) document.version = *rc::gen::arbitrary<std::int64_t>();
         document.activeSceneIndex = *rc::gen::inRange<std::int64_t>(-2, 5);
         if (ArbitraryMembers::isChanged()) {
-            document.audio = DocumentAudio{.urlString = *arbitraryText(), .volume = *arbitraryNumber(), .displayName = *arbitraryText()};
+            document.audio =
+                DocumentAudio{.urlString = *arbitraryText(), .volume = *arbitraryNumber(), .displayName = *arbitraryText()};
             if (ArbitraryMembers::isChanged()) document.audio->bookmark = *arbitraryBytes();
         }
         return document;
