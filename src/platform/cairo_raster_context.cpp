@@ -4,7 +4,10 @@
 #include "platform/raster/box_painter.h"
 #include "platform/raster/cairo_path.h"
 #include "platform/raster/gaussian_shadow.h"
+#include "platform/raster/glyph_painter.h"
+#include "platform/raster/image_pattern.h"
 #include "platform/raster/pixel_rect.h"
+#include "platform/raster/scratch_memory.h"
 
 #include <cairo.h>
 
@@ -12,6 +15,15 @@
 #include <cmath>
 #include <functional>
 #include <vector>
+
+#if defined(__SANITIZE_THREAD__)
+/// Cairo keeps freed objects for the next thread that needs one, ordered by atomics that the sanitizer does not see.
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions()
+{
+    return "called_from_lib:libcairo.so.2\n";
+}
+#endif
 
 namespace larkspool {
 
@@ -81,7 +93,7 @@ public:
     {
         target_.area = area;
         target_.bytesPerRow = static_cast<std::size_t>(cairo_format_stride_for_width(format, area.width()));
-        memory_.resize(target_.bytesPerRow * static_cast<std::size_t>(area.height()));
+        memory_ = ScratchMemory<std::uint8_t>(target_.bytesPerRow * static_cast<std::size_t>(area.height()));
         target_.pixels = memory_.data();
         makeSurface(format);
     }
@@ -112,7 +124,7 @@ private:
         cairo_set_miter_limit(cairo_.get(), miterLimit);
     }
 
-    std::vector<std::uint8_t> memory_;
+    ScratchMemory<std::uint8_t> memory_;
     RasterTarget target_;
     Surface surface_;
     Cairo cairo_;
@@ -135,7 +147,8 @@ struct State {
 
 bool isFinite(const AffineTransform& m)
 {
-    return std::isfinite(m.a) && std::isfinite(m.b) && std::isfinite(m.c) && std::isfinite(m.d) && std::isfinite(m.tx) && std::isfinite(m.ty);
+    return std::isfinite(m.a) && std::isfinite(m.b) && std::isfinite(m.c) && std::isfinite(m.d) && std::isfinite(m.tx) &&
+           std::isfinite(m.ty);
 }
 
 /// The largest factor by which the transform stretches a length.
@@ -187,7 +200,8 @@ bool holds(const RoundedRect& outer, const RoundedRect& inner)
     if (inner.radius >= outer.radius) return true;
     const double rest = outer.radius - inner.radius;
     const auto overhang = [&](double near, double far) { return std::max(rest - std::min(near, far), 0.0); };
-    const double across = overhang(i.minX() - o.minX(), o.maxX() - i.maxX()), down = overhang(i.minY() - o.minY(), o.maxY() - i.maxY());
+    const double across = overhang(i.minX() - o.minX(), o.maxX() - i.maxX()),
+                 down = overhang(i.minY() - o.minY(), o.maxY() - i.maxY());
     return std::hypot(across, down) <= rest + 1e-9;
 }
 
@@ -300,6 +314,40 @@ public:
                .draw = [&](cairo_t* cairo, const PixelRect&) { stroke(cairo, path, width); }});
     }
 
+    void drawImage(const ImageRef& image, const CGRect& source, const CGRect& destination) override
+    {
+        const auto hasArea = [](const CGRect& r) {
+            return std::isfinite(r.minX() + r.minY() + r.maxX() + r.maxY()) && r.size.width > 0 && r.size.height > 0;
+        };
+        if (!image || !canDraw(state_.ctm) || !hasArea(source) || !hasArea(destination) || !(state_.alpha > 0)) return;
+        const Path outline = Path::rect(destination);
+        const std::optional<CGRect> bounds = deviceBounds(outline, state_.ctm, /*margin=*/0);
+        if (!bounds || state_.clip.empty()) return;
+        const bool shows = !pixelsTouchedBy(*bounds, state_.clip).empty();
+        if (!shows && !state_.shadow) return;
+
+        const ImagePattern pattern(image, source, destination, state_.ctm);
+        if (pattern.empty()) return;
+        const auto drawWithAlpha = [&](cairo_t* target, const PixelRect& area, double alpha) {
+            cairo_save(target);
+            appendToCairo(target, outline, state_.ctm, area);
+            cairo_clip(target);
+            cairo_set_source(target, pattern.get());
+            cairo_paint_with_alpha(target, alpha);
+            cairo_restore(target);
+        };
+        if (state_.shadow) {
+            std::optional<DeviceBoxes> boxes;
+            if (image->isOpaque()) boxes = filledBoxes(outline, FillRule::winding, state_.ctm);
+            castShadow({.bounds = *bounds,
+                        .boxes = boxes,
+                        .alpha = state_.alpha,
+                        .covered = boxes && state_.alpha >= 1 ? opaqueAreaOf(*boxes) : OpaqueArea{},
+                        .draw = [&](cairo_t* mask, const PixelRect& area) { drawWithAlpha(mask, area, 1); }});
+        }
+        if (shows) drawWithAlpha(cairo(), state_.clip, state_.alpha);
+    }
+
     void clipToPath(const Path& path, FillRule rule) override
     {
         const std::optional<CGRect> bounds = isFinite(state_.ctm) ? deviceBounds(path, state_.ctm, /*margin=*/0) : std::nullopt;
@@ -320,6 +368,16 @@ public:
         appendToCairo(cairo(), path, state_.ctm, touched);
         cairo_set_fill_rule(cairo(), rule == FillRule::evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
         cairo_clip(cairo());
+    }
+
+    void drawText(const TextLayout& layout, CGPoint origin, const RasterColor& color, std::span<const TextRange> clear) override
+    {
+        const AffineTransform toDevice = state_.ctm.translatedBy(origin.x, origin.y);
+        if (layout.ink.isNull() || !canDraw(toDevice)) return;
+        const GlyphPainter glyphs(layout, toDevice, clear);
+        paint({.color = color, .bounds = glyphs.bounds(), .boxes = {}, .draw = [&](cairo_t* cairo, const PixelRect& area) {
+                   glyphs.draw(cairo, area);
+               }});
     }
 
     void beginTransparencyLayer(const TransparencyLayerHints& hints) override
@@ -363,9 +421,9 @@ private:
 
     struct Paint {
         RasterColor color;
-        CGRect bounds;                    ///< Holds the coverage, in device space.
+        CGRect bounds; ///< Holds the coverage, in device space.
         std::optional<DeviceBoxes> boxes; ///< The coverage, if known as boxes.
-        Draw draw;                        ///< The coverage in any case.
+        Draw draw; ///< The coverage in any case.
     };
 
     using Coverage = std::vector<TransparencyLayerHints::WeightedBox>;
@@ -373,7 +431,7 @@ private:
     struct Layer {
         State stateAtBegin;
         Canvas* parent;
-        Coverage coverage;      ///< Empty if it is not known.
+        Coverage coverage; ///< Empty if it is not known.
         std::size_t firstState; ///< The states saved before the layer began.
         std::unique_ptr<Canvas> group;
     };
@@ -387,8 +445,8 @@ private:
         const CGRect bounds = path.bounds();
         if (bounds.isNull()) return std::nullopt;
         const CGRect device = insetBy(ctm.apply(bounds), -margin, -margin);
-        const bool finite = std::isfinite(device.origin.x) && std::isfinite(device.origin.y) && std::isfinite(device.size.width) &&
-                            std::isfinite(device.size.height);
+        const bool finite = std::isfinite(device.origin.x) && std::isfinite(device.origin.y) &&
+                            std::isfinite(device.size.width) && std::isfinite(device.size.height);
         if (!finite || !isFinite(path)) return std::nullopt;
         return device;
     }
@@ -430,7 +488,8 @@ private:
 
     static bool isUsable(const Coverage& coverage)
     {
-        return std::ranges::all_of(coverage, [](const auto& part) { return isProper(part.box) && part.weight >= 0 && part.weight <= 1; });
+        return std::ranges::all_of(coverage,
+                                   [](const auto& part) { return isProper(part.box) && part.weight >= 0 && part.weight <= 1; });
     }
 
     /// The pixels that a group needs: those of the clip, and those whose shadow falls into it.
@@ -442,7 +501,8 @@ private:
             const CGSize offset = state_.shadow->offset;
             const double blur = state_.shadow->blur;
             if (std::hypot(offset.width, offset.height) <= greatestOffset && !std::isnan(blur)) {
-                const int across = static_cast<int>(std::lround(offset.width)), down = static_cast<int>(std::lround(offset.height));
+                const int across = static_cast<int>(std::lround(offset.width)),
+                          down = static_cast<int>(std::lround(offset.height));
                 const PixelRect casting{area.left - across, area.top - down, area.right - across, area.bottom - down};
                 area = unionOf(area, grownBy(casting, shadowReach(shadowSigma(blur)) + 1));
             }
@@ -490,7 +550,11 @@ private:
                 const PixelRect& a = group.area();
                 const CGRect bounds{{static_cast<double>(a.left), static_cast<double>(a.top)},
                                     {static_cast<double>(a.width()), static_cast<double>(a.height())}};
-                castShadow({.bounds = bounds, .boxes = {}, .alpha = state_.alpha, .covered = {}, .draw = [&](cairo_t* mask, const PixelRect&) {
+                castShadow({.bounds = bounds,
+                            .boxes = {},
+                            .alpha = state_.alpha,
+                            .covered = {},
+                            .draw = [&](cairo_t* mask, const PixelRect&) {
                                 cairo_set_source_surface(mask, group.surface(), 0, 0);
                                 cairo_paint(mask);
                             }});
@@ -531,7 +595,7 @@ private:
     struct ShadowCaster {
         CGRect bounds;
         std::optional<DeviceBoxes> boxes;
-        double alpha;       ///< Of the coverage.
+        double alpha; ///< Of the coverage.
         OpaqueArea covered; ///< Where the caster will cover what the shadow would colour.
         Draw draw;
     };
@@ -540,7 +604,9 @@ private:
     {
         const RasterShadow& shadow = *state_.shadow;
         const double alpha = heldToOne(shadow.color.a) * caster.alpha;
-        if (!(alpha > 0) || !(std::hypot(shadow.offset.width, shadow.offset.height) < greatestDeviceLength) || std::isnan(shadow.blur)) return;
+        if (!(alpha > 0) || !(std::hypot(shadow.offset.width, shadow.offset.height) < greatestDeviceLength) ||
+            std::isnan(shadow.blur))
+            return;
 
         const double sigma = shadowSigma(shadow.blur);
         const int reach = shadowReach(sigma);
@@ -586,35 +652,41 @@ private:
         return blurredCoverage(coverage, sigma, area);
     }
 
-    static bool isBoxOrRing(const DeviceBoxes& boxes) { return boxes.size() == 1 || (boxes.size() == 2 && boxes.back().weight == -1); }
+    static bool isBoxOrRing(const DeviceBoxes& boxes)
+    {
+        return boxes.size() == 1 || (boxes.size() == 2 && boxes.back().weight == -1);
+    }
 
     /// The coverage of a box or a ring, moved by the offset.
-    static std::vector<std::uint8_t> coverageOfBoxes(const DeviceBoxes& boxes, CGSize offset, const PixelRect& area)
+    static ScratchMemory<std::uint8_t> coverageOfBoxes(const DeviceBoxes& boxes, CGSize offset, const PixelRect& area)
     {
         const auto moved = [&](const WeightedDeviceBox& box) { return DeviceBox{shiftedBy(box.rect, offset), box.radius}; };
         std::optional<DeviceBox> hole;
         if (boxes.size() == 2) hole = moved(boxes.back());
         const Canvas sheet(area, CAIRO_FORMAT_ARGB32);
-        paintBox(sheet.target(), area, moved(boxes.front()), hole, {.alpha = static_cast<std::uint8_t>(level(boxes.front().weight))});
-        std::vector<std::uint8_t> coverage;
-        coverage.reserve(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
-        for (int y = area.top; y < area.bottom; ++y)
-            for (int x = area.left; x < area.right; ++x) coverage.push_back(sheet.target().at(x, y)[3]);
+        paintBox(sheet.target(), area, moved(boxes.front()), hole,
+                 {.alpha = static_cast<std::uint8_t>(level(boxes.front().weight))});
+        ScratchMemory<std::uint8_t> coverage(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
+        std::uint8_t* next = coverage.data();
+        for (int y = area.top; y < area.bottom; ++y) {
+            const std::uint8_t* pixels = sheet.target().at(area.left, y);
+            for (int x = 0; x < area.width(); ++x) *next++ = pixels[std::ptrdiff_t{4} * x + 3];
+        }
         return coverage;
     }
 
     /// The coverage that `draw` draws, moved by the offset.
-    static std::vector<std::uint8_t> drawnCoverage(const Draw& draw, CGSize offset, const PixelRect& area)
+    static ScratchMemory<std::uint8_t> drawnCoverage(const Draw& draw, CGSize offset, const PixelRect& area)
     {
         const Canvas mask(area, CAIRO_FORMAT_A8);
         mask.shift(offset);
         const int across = static_cast<int>(std::floor(offset.width)), down = static_cast<int>(std::floor(offset.height));
         draw(mask.cairo(), grownBy({area.left - across, area.top - down, area.right - across, area.bottom - down}, 1));
         mask.flush();
-        std::vector<std::uint8_t> coverage(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
+        ScratchMemory<std::uint8_t> coverage(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
         for (int y = 0; y < area.height(); ++y)
             std::copy_n(mask.target().pixels + static_cast<std::size_t>(y) * mask.target().bytesPerRow, area.width(),
-                        coverage.begin() + static_cast<std::ptrdiff_t>(y) * area.width());
+                        coverage.data() + static_cast<std::ptrdiff_t>(y) * area.width());
         return coverage;
     }
 

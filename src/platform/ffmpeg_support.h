@@ -7,6 +7,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/buffer.h>
 #include <libavutil/frame.h>
+#include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
 
@@ -22,6 +23,7 @@ struct FFmpegDelete {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
     void operator()(AVBufferPool* pool) const { av_buffer_pool_uninit(&pool); }
     void operator()(SwsContext* context) const { sws_freeContext(context); }
+    void operator()(SwrContext* context) const { swr_free(&context); }
 };
 
 template <typename T>

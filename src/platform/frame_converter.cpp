@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
+#include <initializer_list>
+#include <mutex>
+#include <utility>
 #include <vector>
 
 extern "C" {
@@ -203,6 +207,49 @@ PixelBuffer turned(const PixelBuffer& source, FrameOrientation orientation)
 
 } // namespace
 
+/// Pixels of images that are gone.
+class FrameConverter::Memory : public std::enable_shared_from_this<Memory> {
+public:
+    /// Pixels of any content.
+    PixelBuffer take(int width, int height)
+    {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(free_, [&](const PixelBuffer& pixels) { return pixels.width() != width || pixels.height() != height; });
+        if (free_.empty()) return PixelBuffer(width, height);
+        PixelBuffer pixels = std::move(free_.back());
+        free_.pop_back();
+        return pixels;
+    }
+
+    /// An image whose pixels come back here.
+    ImageRef makeImage(PixelBuffer pixels, Image::Alpha alpha)
+    {
+        auto image = std::make_unique<Image>(std::move(pixels), alpha);
+        Image* const made = image.release();
+        return ImageRef(made, [memory = shared_from_this(), made](const Image*) { memory->giveBack(std::unique_ptr<Image>(made)); });
+    }
+
+private:
+    /// More than are let go between two pictures would only lie there.
+    static constexpr std::size_t mostFree = 3;
+
+    void giveBack(std::unique_ptr<Image> image)
+    {
+        const std::lock_guard lock(mutex_);
+        if (free_.size() >= mostFree) return;
+        // The image was made without `const`, and nobody holds it.
+        free_.push_back(std::move(const_cast<PixelBuffer&>(image->pixels())));
+    }
+
+    std::mutex mutex_;
+    std::vector<PixelBuffer> free_;
+};
+
+FrameConverter::FrameConverter() : memory_(std::make_shared<Memory>())
+{}
+
+FrameConverter::~FrameConverter() = default;
+
 FrameOrientation FrameOrientation::fromDisplayMatrix(const std::int32_t* matrix)
 {
     // A point (x, y) goes to (a x + c y, b x + d y).
@@ -241,7 +288,7 @@ ImageRef FrameConverter::convert(const AVFrame& picture, FrameOrientation orient
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
     if (!format || picture.width < 1 || picture.height < 1 || !picture.data[0]) return nullptr;
     const Colour colour = colourOf(picture);
-    PixelBuffer pixels(picture.width, picture.height);
+    PixelBuffer pixels = memory_->take(picture.width, picture.height);
 
     const bool isPlanar420 = picture.format == AV_PIX_FMT_YUV420P || picture.format == AV_PIX_FMT_YUVJ420P;
     if (isPlanar420) convertPlanar(picture, colour, pixels);
@@ -250,8 +297,9 @@ ImageRef FrameConverter::convert(const AVFrame& picture, FrameOrientation orient
     const bool hasAlpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
     if (hasAlpha)
         for (int y = 0; y < pixels.height(); ++y) premultiplyRow(pixels.row(y), pixels.width());
-    if (orientation != FrameOrientation{}) pixels = turned(pixels, orientation);
-    return std::make_shared<const Image>(std::move(pixels), hasAlpha ? Image::Alpha::translucent : Image::Alpha::opaque);
+    const Image::Alpha alpha = hasAlpha ? Image::Alpha::translucent : Image::Alpha::opaque;
+    if (orientation != FrameOrientation{}) return std::make_shared<const Image>(turned(pixels, orientation), alpha);
+    return memory_->makeImage(std::move(pixels), alpha);
 }
 
 void FrameConverter::convertPlanar(const AVFrame& picture, const Colour& colour, PixelBuffer& pixels)

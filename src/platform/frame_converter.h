@@ -3,7 +3,7 @@
 #include "platform/ffmpeg_support.h"
 #include "platform/image.h"
 
-#include <optional>
+#include <memory>
 
 namespace larkspool {
 
@@ -26,9 +26,13 @@ struct FrameOrientation {
 /// of sRGB. Chroma is interpolated linearly, from where the picture says its samples lie. A channel is within 1 of its formula
 /// for 8-bit 4:2:0, and within 2 for all else.
 ///
-/// Used by one thread at a time.
+/// The memory of an image that nobody holds any more serves the next one, as clearing and mapping it anew would take as long as
+/// converting. Used by one thread at a time; the images may go on any thread, and may outlive the converter.
 class FrameConverter {
 public:
+    FrameConverter();
+    ~FrameConverter();
+
     /// Null for a picture that cannot be converted. Throws std::bad_alloc where memory does not suffice.
     ImageRef convert(const AVFrame& picture, FrameOrientation orientation);
 
@@ -47,11 +51,14 @@ private:
         bool operator==(const ScalerKey&) const = default;
     };
 
+    class Memory;
+
     static Colour colourOf(const AVFrame& picture);
     static void convertPlanar(const AVFrame& picture, const Colour& colour, PixelBuffer& pixels);
     bool scale(const AVFrame& picture, const Colour& colour, PixelBuffer& pixels);
     bool prepareScaler(const ScalerKey& key);
 
+    std::shared_ptr<Memory> memory_;
     FFmpegPointer<SwsContext> scaler_;
     ScalerKey scalerKey_;
 };

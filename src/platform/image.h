@@ -4,6 +4,7 @@
 #include "platform/pixel_buffer.h"
 
 #include <memory>
+#include <utility>
 
 namespace larkspool {
 
@@ -20,6 +21,9 @@ public:
     CGSize size() const { return {static_cast<double>(width()), static_cast<double>(height())}; }
     const PixelBuffer& pixels() const { return pixels_; }
     bool isOpaque() const { return alpha_ == Alpha::opaque; }
+    /// The pixels, given away by whoever holds the picture alone and has no more use for it.
+    PixelBuffer takePixels() && { return std::move(pixels_); }
+    std::size_t byteSize() const { return pixels_.bytesPerRow() * static_cast<std::size_t>(height()); }
 
 private:
     PixelBuffer pixels_;
@@ -27,5 +31,8 @@ private:
 };
 
 using ImageRef = std::shared_ptr<const Image>;
+
+/// A picture wrapped for sharing, opaque if every pixel is.
+ImageRef makeImage(PixelBuffer pixels);
 
 } // namespace larkspool

@@ -17,6 +17,10 @@ namespace {
 constexpr const char* containers = "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,ogg,asf,mxf,nut,ivf,h264,hevc,m4v,gif,apng,dv,"
                                    "yuv4mpegpipe";
 
+/// Those in which sound may come: these, and files of sound alone.
+constexpr const char* soundContainers = "mov,matroska,avi,mpegts,mpeg,flv,ogg,asf,mxf,nut,dv,wav,w64,aiff,caf,au,mp3,flac,aac,loas,"
+                                        "ac3,eac3,dts,dtshd,truehd,amr,ape,wv,tta,tak,mpc,mpc8,dsf,voc,iff";
+
 constexpr int bufferBytes = 64 * 1024;
 
 /// The descriptor of a regular file, or -1. Opening waits for nothing and sets nothing off: what is no file is not even opened.
@@ -69,10 +73,20 @@ bool isVideo(const AVStream& stream)
 
 std::unique_ptr<MediaInput> MediaInput::openForVideo(const std::string& path)
 {
+    return openFor(Purpose::video, path);
+}
+
+std::unique_ptr<MediaInput> MediaInput::openForSound(const std::string& path)
+{
+    return openFor(Purpose::sound, path);
+}
+
+std::unique_ptr<MediaInput> MediaInput::openFor(Purpose purpose, const std::string& path)
+{
     silenceFFmpeg();
     const int descriptor = openRegularFile(path);
     if (descriptor < 0) return nullptr;
-    std::unique_ptr<MediaInput> input(new MediaInput(descriptor));
+    std::unique_ptr<MediaInput> input(new MediaInput(descriptor, purpose));
     if (!input->open()) return nullptr;
     return input;
 }
@@ -101,16 +115,39 @@ bool MediaInput::open()
     container_->flags |= AVFMT_FLAG_DISCARD_CORRUPT; // A frame that the end of the file cuts in two is not shown.
 
     AVDictionary* options = nullptr;
-    av_dict_set(&options, "format_whitelist", containers, 0);
+    av_dict_set(&options, "format_whitelist", purpose_ == Purpose::sound ? soundContainers : containers, 0);
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     const int status = avformat_open_input(&container_, "", nullptr, &options); // Frees the container where it fails.
     av_dict_free(&options);
     if (status < 0) return false;
 
-    chooseVideo();
+    chooseTrack();
     if (!findStreamInfo()) return false;
-    chooseVideo();
+    chooseTrack();
     return true;
+}
+
+void MediaInput::chooseTrack()
+{
+    if (purpose_ == Purpose::sound) chooseSound();
+    else chooseVideo();
+}
+
+void MediaInput::chooseSound()
+{
+    const std::vector<AVStream*> streams(container_->streams, container_->streams + container_->nb_streams);
+    const auto isSound = [](const AVStream* stream) { return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO; };
+    const auto first = std::ranges::find_if(streams, isSound);
+    sound_ = first == streams.end() ? nullptr : *first;
+    if (sound_) readOnly(sound_);
+}
+
+void MediaInput::readOnly(const AVStream* chosen)
+{
+    for (unsigned i = 0; i < container_->nb_streams; ++i) {
+        AVStream* stream = container_->streams[i];
+        stream->discard = stream == chosen ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    }
 }
 
 void MediaInput::chooseVideo()
@@ -124,8 +161,7 @@ void MediaInput::chooseVideo()
         video_ = stream;
         break;
     }
-    if (!video_) return;
-    for (AVStream* stream : streams) stream->discard = stream == video_ ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    if (video_) readOnly(video_);
 }
 
 bool MediaInput::findStreamInfo()

@@ -21,6 +21,9 @@ public:
     /// track, if there is one, will be read.
     static std::unique_ptr<MediaInput> openForVideo(const std::string& path);
 
+    /// The same for sound: of its streams only the first sound track, if there is one, will be read.
+    static std::unique_ptr<MediaInput> openForSound(const std::string& path);
+
     ~MediaInput();
     MediaInput(const MediaInput&) = delete;
     MediaInput& operator=(const MediaInput&) = delete;
@@ -31,20 +34,31 @@ public:
     /// if there is none.
     AVStream* video() const { return video_; }
 
+    /// The first sound track of a file opened for sound; null if there is none.
+    AVStream* sound() const { return sound_; }
+
     /// The track's own time, in seconds, at which the file begins.
     double origin() const;
 
 private:
-    explicit MediaInput(int descriptor) : descriptor_(descriptor) {}
+    enum class Purpose { video, sound };
 
+    MediaInput(int descriptor, Purpose purpose) : descriptor_(descriptor), purpose_(purpose) {}
+
+    static std::unique_ptr<MediaInput> openFor(Purpose purpose, const std::string& path);
     bool open();
+    void chooseTrack();
     void chooseVideo();
+    void chooseSound();
+    void readOnly(const AVStream* chosen);
     bool findStreamInfo();
 
     int descriptor_;
+    Purpose purpose_;
     AVIOContext* bytes_ = nullptr;
     AVFormatContext* container_ = nullptr;
     AVStream* video_ = nullptr;
+    AVStream* sound_ = nullptr;
 };
 
 } // namespace larkspool

@@ -22,7 +22,7 @@ void PixelBuffer::Free::operator()(std::uint8_t* memory) const
 
 PixelBuffer::PixelBuffer(std::int64_t width, std::int64_t height)
 {
-    if (width < 1 || height < 1 || width > maximumSide || height > maximumSide)
+    if (!isPossible(width, height))
         throw std::invalid_argument(fmt::format("a raster of {} x {} pixels cannot be made", width, height));
     width_ = static_cast<int>(width);
     height_ = static_cast<int>(height);

@@ -14,8 +14,17 @@ public:
     /// The largest side that is allocated and can be drawn into.
     static constexpr std::int64_t maximumSide = 32767;
 
-    /// Clear pixels. Throws std::invalid_argument, naming the size, unless both sides lie in 1...maximumSide; throws
-    /// std::bad_alloc where memory does not suffice.
+    /// The most pixels that are allocated, which take 1 GiB.
+    static constexpr std::int64_t maximumArea = std::int64_t{1} << 28;
+
+    /// Whether there is a raster of this size: both sides lie in 1...maximumSide, and it has no more than maximumArea pixels.
+    static constexpr bool isPossible(std::int64_t width, std::int64_t height)
+    {
+        return width >= 1 && height >= 1 && width <= maximumSide && height <= maximumSide && width * height <= maximumArea;
+    }
+
+    /// Clear pixels. Throws std::invalid_argument, naming the size, unless it is possible; throws std::bad_alloc where memory
+    /// does not suffice.
     PixelBuffer(std::int64_t width, std::int64_t height);
 
     int width() const { return width_; }

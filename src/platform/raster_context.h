@@ -1,10 +1,13 @@
 #pragma once
 
 #include "foundation/geometry.h"
+#include "platform/image.h"
 #include "platform/path.h"
+#include "platform/text_layout.h"
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace larkspool {
@@ -89,6 +92,14 @@ public:
     virtual void fillPath(const Path& path, FillRule rule) = 0;
     virtual void strokePath(const Path& path) = 0;
     virtual void clipToPath(const Path& path, FillRule rule) = 0;
+
+    /// Draws the part `source` of a picture, in its pixels, stretched over `destination` in user space. Smaller it is averaged by
+    /// area, so that no line is lost; larger it is smooth.
+    virtual void drawImage(const ImageRef& image, const CGRect& source, const CGRect& destination) = 0;
+
+    /// Draws laid-out text with its top left at `origin`. Characters that begin in `clear` are left out; the others stay where
+    /// they are. Pictures among them have their own colours and the alpha of `color`.
+    virtual void drawText(const TextLayout& layout, CGPoint origin, const RasterColor& color, std::span<const TextRange> clear = {}) = 0;
 
     virtual void beginTransparencyLayer(const TransparencyLayerHints& hints = {}) = 0;
     virtual void endTransparencyLayer() = 0;

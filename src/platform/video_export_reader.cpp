@@ -15,6 +15,9 @@ namespace {
 /// Times closer than this are one time.
 constexpr double sameTime = 0.001;
 
+/// What a sum of times in seconds is off by at most.
+constexpr double rounding = 1e-6;
+
 } // namespace
 
 VideoExportReader::VideoExportReader(const std::string& path) : path_(path), converter_(std::make_unique<FrameConverter>())
@@ -69,7 +72,7 @@ void VideoExportReader::readForward(double time)
     while (std::optional<VideoDecoder::Picture> picture = reader_->next()) {
         lastReadPTS_ = picture->time;
         if (picture->duration > 0) cachedFrameInterval_ = picture->duration;
-        if (lastReadPTS_ + cachedFrameInterval_ > time) {
+        if (lastReadPTS_ + cachedFrameInterval_ > time + rounding) {
             convert(*picture->frame);
             return;
         }

@@ -34,10 +34,7 @@ protected:
 
     std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
-    void put(const std::string& name, std::string_view text) const
-    {
-        std::ofstream(path(name), std::ios::binary) << text;
-    }
+    void put(const std::string& name, std::string_view text) const { std::ofstream(path(name), std::ios::binary) << text; }
 
     std::vector<std::string> names() const
     {

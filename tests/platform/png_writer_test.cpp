@@ -45,7 +45,8 @@ TEST(PngWriter, WritesStraightColoursInTheOrderOfTheRows)
     setPixel(picture, 0, 1, {64, 0, 0, 128}); // Half of a blue of 127.5.
     const std::filesystem::path path = std::filesystem::temp_directory_path() / ("larkspool-" + UUID::random().string() + ".png");
     const std::vector<std::uint8_t> file = encodePng(picture);
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
 
     const std::vector<PixelBuffer> read = decodedFrames(path.string());
     std::filesystem::remove(path);

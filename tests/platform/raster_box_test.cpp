@@ -41,7 +41,8 @@ double coverage(const RoundedRect& box, int x, int y)
 RoundedRect arbitraryBox()
 {
     const auto tenth = [](int from, int to) { return *rc::gen::inRange(from * 16, to * 16) / 16.0; };
-    const double width = *rc::gen::element(0.0625, 0.4, 1.0, 3.0, 12.5, 30.0, 47.3, 90.0), height = *rc::gen::element(0.0625, 0.7, 1.0, 2.5, 17.0, 33.3, 200.0);
+    const double width = *rc::gen::element(0.0625, 0.4, 1.0, 3.0, 12.5, 30.0, 47.3, 90.0),
+                 height = *rc::gen::element(0.0625, 0.7, 1.0, 2.5, 17.0, 33.3, 200.0);
     const double radius = std::min(width, height) * 0.5 * *rc::gen::element(0.0, 0.1, 0.5, 0.9, 1.0);
     return {{{tenth(-20, 40), tenth(-20, 40)}, {width, height}}, radius};
 }
@@ -50,7 +51,8 @@ TEST(BoxPainting, CoversEachPixelByItsExactPart)
 {
     EXPECT_TRUE(rc::check("the alpha of a box is its area in each pixel", [] {
         const RoundedRect box = arbitraryBox();
-        const PixelBuffer pixels = drawn(side, side, [&](RasterContext& context) { context.fillPath(Path::roundedRect(box), FillRule::winding); });
+        const PixelBuffer pixels =
+            drawn(side, side, [&](RasterContext& context) { context.fillPath(Path::roundedRect(box), FillRule::winding); });
         for (int y = 0; y < side; ++y)
             for (int x = 0; x < side; ++x) {
                 // A whole pixel needs no counting.
@@ -66,7 +68,8 @@ TEST(BoxPainting, ARingCoversWhatTheOuterBoxHasBeforeTheInner)
         const RoundedRect outer = arbitraryBox();
         const double width = *rc::gen::element(0.3, 1.0, 1.5, 6.0, 20.0);
         const RoundedRect inner{insetBy(outer.rect, width, width * 0.5), std::max(outer.radius - width, 0.0)};
-        RC_PRE(inner.rect.size.width > 0 && inner.rect.size.height > 0 && inner.radius <= std::min(inner.rect.size.width, inner.rect.size.height) * 0.5);
+        RC_PRE(inner.rect.size.width > 0 && inner.rect.size.height > 0 &&
+               inner.radius <= std::min(inner.rect.size.width, inner.rect.size.height) * 0.5);
         Path ring = Path::roundedRect(outer);
         ring.add(Path::roundedRect(inner));
         const PixelBuffer pixels = drawn(side, side, [&](RasterContext& context) { context.fillPath(ring, FillRule::evenOdd); });
@@ -111,7 +114,9 @@ TEST(BoxPainting, AgreesWithThePaintingOfAnyOtherPath)
             return drawn(side, side, [&](RasterContext& context) {
                 context.setFillColor({0.9, 0.95, 1, 1});
                 context.fillRect({{0, 0}, {side, side}});
-                context.clipToPath(Path::rect({{static_cast<double>(left), static_cast<double>(top)}, {static_cast<double>(width), 30}}), FillRule::winding);
+                context.clipToPath(
+                    Path::rect({{static_cast<double>(left), static_cast<double>(top)}, {static_cast<double>(width), 30}}),
+                    FillRule::winding);
                 context.setAlpha(alpha);
                 context.setFillColor(color);
                 Path path = Path::roundedRect(box);

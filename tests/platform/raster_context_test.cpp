@@ -59,8 +59,8 @@ TEST(RasterContext, ColoursAreStoredPremultipliedAndRounded)
 
 TEST(RasterContext, ColoursAreTheSameForABoxAndForAnyOtherPath)
 {
-    for (const RasterColor& color : {RasterColor{0.85, 0.87, 0.90, 1}, RasterColor{0.2, 0.5, 0.99, 0.6}, RasterColor{1, 1, 1, 0.999},
-                                     RasterColor{0.3, 0.004, 0.5, 0.01}}) {
+    for (const RasterColor& color : {RasterColor{0.85, 0.87, 0.90, 1}, RasterColor{0.2, 0.5, 0.99, 0.6},
+                                     RasterColor{1, 1, 1, 0.999}, RasterColor{0.3, 0.004, 0.5, 0.01}}) {
         const RoundedRect box{{{0, 0}, {1, 1}}, 0};
         const PixelBuffer fromBox = drawn(1, 1, [&](RasterContext& context) {
             context.setFillColor(color);
@@ -76,9 +76,8 @@ TEST(RasterContext, ColoursAreTheSameForABoxAndForAnyOtherPath)
 
 TEST(RasterContext, ColoursOutsideTheirRangeAreHeldWithin)
 {
-    const PixelBuffer pixels = drawn(1, 1, [](RasterContext& context) {
-        fillAll(context, {2, -1, std::numeric_limits<double>::quiet_NaN(), 7});
-    });
+    const PixelBuffer pixels =
+        drawn(1, 1, [](RasterContext& context) { fillAll(context, {2, -1, std::numeric_limits<double>::quiet_NaN(), 7}); });
     EXPECT_EQ(storedPixelAt(pixels, 0, 0), (StoredPixel{.r = 255, .g = 0, .b = 0, .a = 255}));
 }
 
@@ -416,7 +415,8 @@ TEST(RasterContext, WhatIsNotANumberPaintsNothingAndLeavesLaterPaintsAlone)
         {"rect with NaN width", [&](RasterContext& c) { c.fillRect({{0, 0}, {nan, 4}}); }},
         {"infinite rect", [&](RasterContext& c) { c.fillRect({{-infinity, 0}, {infinity, 4}}); }},
         {"null rect", [&](RasterContext& c) { c.fillRect(CGRect::null()); }},
-        {"curve with NaN", [&](RasterContext& c) {
+        {"curve with NaN",
+         [&](RasterContext& c) {
              Path path;
              path.moveTo({0, 0});
              path.curveTo({1, nan}, {2, 2}, {8, 8});
@@ -424,21 +424,84 @@ TEST(RasterContext, WhatIsNotANumberPaintsNothingAndLeavesLaterPaintsAlone)
              c.fillPath(path, FillRule::winding);
              c.strokePath(path);
          }},
-        {"NaN in the transform", [&](RasterContext& c) { c.scaleCTM(nan, 1); c.fillPath(someBox, FillRule::winding); c.strokePath(someBox); }},
-        {"infinite transform", [&](RasterContext& c) { c.translateCTM(infinity, 1); c.fillPath(someBox, FillRule::winding); c.strokePath(someBox); }},
-        {"scale of 0", [&](RasterContext& c) { c.scaleCTM(0, 1); c.fillPath(someBox, FillRule::winding); c.strokePath(someBox); }},
-        {"scale of 0 both ways", [&](RasterContext& c) { c.scaleCTM(0, 0); c.fillPath(outlineOf({{{2, 2}, {4, 4}}, 1}), FillRule::winding); c.strokePath(outlineOf({{{2, 2}, {4, 4}}, 1})); }},
-        {"singular without zeros", [&](RasterContext& c) { c.concatCTM({1, 2, 2, 4, 0, 0}); c.fillPath(someBox, FillRule::winding); c.strokePath(someBox); }},
-        {"line width NaN", [&](RasterContext& c) { c.setLineWidth(nan); c.strokePath(someBox); }},
-        {"line width infinite", [&](RasterContext& c) { c.setLineWidth(infinity); c.strokePath(someBox); }},
-        {"line width 0", [&](RasterContext& c) { c.setLineWidth(0); c.strokePath(someBox); }},
-        {"line width negative", [&](RasterContext& c) { c.setLineWidth(-3); c.strokePath(someBox); }},
-        {"alpha NaN", [&](RasterContext& c) { c.setAlpha(nan); c.fillPath(someBox, FillRule::winding); }},
-        {"colour alpha NaN", [&](RasterContext& c) { c.setFillColor({0, 0, 0, nan}); c.fillPath(someBox, FillRule::winding); }},
-        {"clip with NaN", [&](RasterContext& c) { c.clipToPath(Path::rect({{nan, 0}, {4, 4}}), FillRule::winding); c.fillPath(someBox, FillRule::winding); }},
-        {"clip under a NaN transform", [&](RasterContext& c) { c.scaleCTM(1, nan); c.clipToPath(someBox, FillRule::winding); c.fillPath(someBox, FillRule::winding); }},
-        {"empty path", [&](RasterContext& c) { c.fillPath({}, FillRule::winding); c.strokePath({}); }},
-        {"layer under a NaN transform", [&](RasterContext& c) {
+        {"NaN in the transform",
+         [&](RasterContext& c) {
+             c.scaleCTM(nan, 1);
+             c.fillPath(someBox, FillRule::winding);
+             c.strokePath(someBox);
+         }},
+        {"infinite transform",
+         [&](RasterContext& c) {
+             c.translateCTM(infinity, 1);
+             c.fillPath(someBox, FillRule::winding);
+             c.strokePath(someBox);
+         }},
+        {"scale of 0",
+         [&](RasterContext& c) {
+             c.scaleCTM(0, 1);
+             c.fillPath(someBox, FillRule::winding);
+             c.strokePath(someBox);
+         }},
+        {"scale of 0 both ways",
+         [&](RasterContext& c) {
+             c.scaleCTM(0, 0);
+             c.fillPath(outlineOf({{{2, 2}, {4, 4}}, 1}), FillRule::winding);
+             c.strokePath(outlineOf({{{2, 2}, {4, 4}}, 1}));
+         }},
+        {"singular without zeros",
+         [&](RasterContext& c) {
+             c.concatCTM({1, 2, 2, 4, 0, 0});
+             c.fillPath(someBox, FillRule::winding);
+             c.strokePath(someBox);
+         }},
+        {"line width NaN",
+         [&](RasterContext& c) {
+             c.setLineWidth(nan);
+             c.strokePath(someBox);
+         }},
+        {"line width infinite",
+         [&](RasterContext& c) {
+             c.setLineWidth(infinity);
+             c.strokePath(someBox);
+         }},
+        {"line width 0",
+         [&](RasterContext& c) {
+             c.setLineWidth(0);
+             c.strokePath(someBox);
+         }},
+        {"line width negative",
+         [&](RasterContext& c) {
+             c.setLineWidth(-3);
+             c.strokePath(someBox);
+         }},
+        {"alpha NaN",
+         [&](RasterContext& c) {
+             c.setAlpha(nan);
+             c.fillPath(someBox, FillRule::winding);
+         }},
+        {"colour alpha NaN",
+         [&](RasterContext& c) {
+             c.setFillColor({0, 0, 0, nan});
+             c.fillPath(someBox, FillRule::winding);
+         }},
+        {"clip with NaN",
+         [&](RasterContext& c) {
+             c.clipToPath(Path::rect({{nan, 0}, {4, 4}}), FillRule::winding);
+             c.fillPath(someBox, FillRule::winding);
+         }},
+        {"clip under a NaN transform",
+         [&](RasterContext& c) {
+             c.scaleCTM(1, nan);
+             c.clipToPath(someBox, FillRule::winding);
+             c.fillPath(someBox, FillRule::winding);
+         }},
+        {"empty path",
+         [&](RasterContext& c) {
+             c.fillPath({}, FillRule::winding);
+             c.strokePath({});
+         }},
+        {"layer under a NaN transform",
+         [&](RasterContext& c) {
              c.setShadow(RasterShadow{{0, 2}, 4, black});
              c.setAlpha(0.5);
              c.scaleCTM(nan, nan);
@@ -446,7 +509,8 @@ TEST(RasterContext, WhatIsNotANumberPaintsNothingAndLeavesLaterPaintsAlone)
              c.fillPath(someBox, FillRule::winding);
              c.endTransparencyLayer();
          }},
-        {"layer with NaN bounds", [&](RasterContext& c) {
+        {"layer with NaN bounds",
+         [&](RasterContext& c) {
              c.setAlpha(0.5);
              c.beginTransparencyLayer({.bounds = CGRect{{nan, 0}, {4, 4}}, .coverage = {}});
              c.fillPath(someBox, FillRule::winding);

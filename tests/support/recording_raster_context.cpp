@@ -55,7 +55,8 @@ std::string of(const TransparencyLayerHints& hints)
 {
     std::string words;
     if (hints.bounds) words += fmt::format(" bounds({})", of(*hints.bounds));
-    for (const TransparencyLayerHints::WeightedBox& part : hints.coverage) words += fmt::format(" {:g}*{}", part.weight, of(part.box));
+    for (const TransparencyLayerHints::WeightedBox& part : hints.coverage)
+        words += fmt::format(" {:g}*{}", part.weight, of(part.box));
     return words;
 }
 
@@ -67,8 +68,14 @@ struct Text {
         const AffineTransform& m = operation.transform;
         return fmt::format("concatCTM {:g} {:g} {:g} {:g} {:g} {:g}", m.a, m.b, m.c, m.d, m.tx, m.ty);
     }
-    std::string operator()(const TranslateCTM& operation) const { return fmt::format("translateCTM {:g} {:g}", operation.x, operation.y); }
-    std::string operator()(const ScaleCTM& operation) const { return fmt::format("scaleCTM {:g} {:g}", operation.x, operation.y); }
+    std::string operator()(const TranslateCTM& operation) const
+    {
+        return fmt::format("translateCTM {:g} {:g}", operation.x, operation.y);
+    }
+    std::string operator()(const ScaleCTM& operation) const
+    {
+        return fmt::format("scaleCTM {:g} {:g}", operation.x, operation.y);
+    }
     std::string operator()(const SetAlpha& operation) const { return fmt::format("setAlpha {:g}", operation.alpha); }
     std::string operator()(const SetFillColor& operation) const { return "setFillColor " + of(operation.color); }
     std::string operator()(const SetStrokeColor& operation) const { return "setStrokeColor " + of(operation.color); }
@@ -85,13 +92,34 @@ struct Text {
     {
         if (!operation.shadow) return "setShadow none";
         const RasterShadow& shadow = *operation.shadow;
-        return fmt::format("setShadow offset({:g} {:g}) blur {:g} {}", shadow.offset.width, shadow.offset.height, shadow.blur, of(shadow.color));
+        return fmt::format("setShadow offset({:g} {:g}) blur {:g} {}", shadow.offset.width, shadow.offset.height, shadow.blur,
+                           of(shadow.color));
     }
     std::string operator()(const FillRect& operation) const { return "fillRect " + of(operation.rect); }
-    std::string operator()(const FillPath& operation) const { return fmt::format("fillPath {} {}", of(operation.path), of(operation.rule)); }
+    std::string operator()(const FillPath& operation) const
+    {
+        return fmt::format("fillPath {} {}", of(operation.path), of(operation.rule));
+    }
     std::string operator()(const StrokePath& operation) const { return "strokePath " + of(operation.path); }
-    std::string operator()(const ClipToPath& operation) const { return fmt::format("clipToPath {} {}", of(operation.path), of(operation.rule)); }
-    std::string operator()(const BeginTransparencyLayer& operation) const { return "beginTransparencyLayer" + of(operation.hints); }
+    std::string operator()(const ClipToPath& operation) const
+    {
+        return fmt::format("clipToPath {} {}", of(operation.path), of(operation.rule));
+    }
+    std::string operator()(const DrawImage& operation) const
+    {
+        return fmt::format("drawImage {} in {}", of(operation.source), of(operation.destination));
+    }
+    std::string operator()(const DrawText& operation) const
+    {
+        std::string words = fmt::format("drawText \"{}\" at({:g} {:g}) {}", operation.request.text, operation.origin.x,
+                                        operation.origin.y, of(operation.color));
+        for (const TextRange& range : operation.clear) words += fmt::format(" clear({} {})", range.begin, range.end);
+        return words;
+    }
+    std::string operator()(const BeginTransparencyLayer& operation) const
+    {
+        return "beginTransparencyLayer" + of(operation.hints);
+    }
     std::string operator()(const EndTransparencyLayer&) const { return "endTransparencyLayer"; }
 };
 
@@ -226,6 +254,17 @@ void RecordingRasterContext::strokePath(const Path& path)
 void RecordingRasterContext::clipToPath(const Path& path, FillRule rule)
 {
     operations_.push_back(ClipToPath{path, rule});
+}
+
+void RecordingRasterContext::drawImage(const ImageRef& image, const CGRect& source, const CGRect& destination)
+{
+    operations_.push_back(DrawImage{image, source, destination});
+}
+
+void RecordingRasterContext::drawText(const TextLayout& layout, CGPoint origin, const RasterColor& color,
+                                      std::span<const TextRange> clear)
+{
+    operations_.push_back(DrawText{layout.request, origin, color, {clear.begin(), clear.end()}});
 }
 
 void RecordingRasterContext::beginTransparencyLayer(const TransparencyLayerHints& hints)

@@ -76,6 +76,19 @@ struct ClipToPath {
     FillRule rule = FillRule::winding;
     bool operator==(const ClipToPath&) const = default;
 };
+struct DrawImage {
+    ImageRef image;
+    CGRect source;
+    CGRect destination;
+    bool operator==(const DrawImage&) const = default;
+};
+struct DrawText {
+    TextLayoutRequest request; ///< What the layout was asked for.
+    CGPoint origin;
+    RasterColor color;
+    std::vector<TextRange> clear;
+    bool operator==(const DrawText&) const = default;
+};
 struct BeginTransparencyLayer {
     TransparencyLayerHints hints;
     bool operator==(const BeginTransparencyLayer&) const = default;
@@ -86,7 +99,7 @@ struct EndTransparencyLayer {
 
 using Any = std::variant<SaveGState, RestoreGState, ConcatCTM, TranslateCTM, ScaleCTM, SetAlpha, SetFillColor, SetStrokeColor,
                          SetLineWidth, SetLineCap, SetLineJoin, SetShadow, FillRect, FillPath, StrokePath, ClipToPath,
-                         BeginTransparencyLayer, EndTransparencyLayer>;
+                         DrawImage, DrawText, BeginTransparencyLayer, EndTransparencyLayer>;
 
 /// One line, such as `fillPath box(0 0 100 50 r8) evenOdd`.
 std::string text(const Any& operation);
@@ -102,7 +115,8 @@ public:
     std::string text() const;
 
     /// How often `Operation` was called.
-    template <typename Operation> int count() const
+    template <typename Operation>
+    int count() const
     {
         int found = 0;
         for (const RasterOperation::Any& operation : operations_) found += std::holds_alternative<Operation>(operation) ? 1 : 0;
@@ -129,6 +143,8 @@ public:
     void fillPath(const Path& path, FillRule rule) override;
     void strokePath(const Path& path) override;
     void clipToPath(const Path& path, FillRule rule) override;
+    void drawImage(const ImageRef& image, const CGRect& source, const CGRect& destination) override;
+    void drawText(const TextLayout& layout, CGPoint origin, const RasterColor& color, std::span<const TextRange> clear) override;
     void beginTransparencyLayer(const TransparencyLayerHints& hints) override;
     void endTransparencyLayer() override;
 

@@ -30,9 +30,12 @@ std::string alphaPicture(const PixelBuffer& pixels)
     for (int y = 0; y < pixels.height(); ++y) {
         for (int x = 0; x < pixels.width(); ++x) {
             const int alpha = storedPixelAt(pixels, x, y).a;
-            if (alpha == 0) picture += '.';
-            else if (alpha == 255) picture += '#';
-            else picture += static_cast<char>('0' + std::clamp((alpha * 10 + 127) / 255, 1, 9));
+            if (alpha == 0)
+                picture += '.';
+            else if (alpha == 255)
+                picture += '#';
+            else
+                picture += static_cast<char>('0' + std::clamp((alpha * 10 + 127) / 255, 1, 9));
         }
         picture += '\n';
     }

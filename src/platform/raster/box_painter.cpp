@@ -52,13 +52,15 @@ void blendPattern(std::uint8_t* __restrict pixels, const std::uint8_t* __restric
     for (; bytes >= patternBytes; bytes -= patternBytes) {
         for (int i = 0; i < patternBytes; ++i) {
             const auto product = static_cast<std::uint16_t>(static_cast<std::uint16_t>(pixels[i] * rest) + 128);
-            pixels[i] = static_cast<std::uint8_t>(pattern[i] + static_cast<std::uint8_t>(static_cast<std::uint16_t>(product + (product >> 8)) >> 8));
+            pixels[i] = static_cast<std::uint8_t>(
+                pattern[i] + static_cast<std::uint8_t>(static_cast<std::uint16_t>(product + (product >> 8)) >> 8));
         }
         pixels += patternBytes;
     }
     for (int i = 0; i < bytes; ++i) {
         const auto product = static_cast<std::uint16_t>(static_cast<std::uint16_t>(pixels[i] * rest) + 128);
-        pixels[i] = static_cast<std::uint8_t>(pattern[i] + static_cast<std::uint8_t>(static_cast<std::uint16_t>(product + (product >> 8)) >> 8));
+        pixels[i] = static_cast<std::uint8_t>(
+            pattern[i] + static_cast<std::uint8_t>(static_cast<std::uint16_t>(product + (product >> 8)) >> 8));
     }
 }
 
@@ -98,7 +100,9 @@ public:
 
         // On both sides, x is counted from the line of the corners' centres outward.
         const double left = box_.rect.minX() + box_.radius, right = box_.rect.maxX() - box_.radius;
-        const auto held = [&](double x) { return static_cast<int>(std::clamp(x, static_cast<double>(from), static_cast<double>(to))); };
+        const auto held = [&](double x) {
+            return static_cast<int>(std::clamp(x, static_cast<double>(from), static_cast<double>(to)));
+        };
         begin = held(std::floor(left - widest_));
         runBegin = held(std::ceil(left - narrowest_));
         runEnd = held(std::floor(right + narrowest_));
@@ -132,10 +136,7 @@ public:
     bool empty() const { return begin >= end; }
 
     /// Whether the rows from `y` to `y + 1` and the one before look the same.
-    bool isStraight(int y) const
-    {
-        return y >= box_.rect.minY() + box_.radius && y + 1 <= box_.rect.maxY() - box_.radius;
-    }
+    bool isStraight(int y) const { return y >= box_.rect.minY() + box_.radius && y + 1 <= box_.rect.maxY() - box_.radius; }
 
     int begin = 0, runBegin = 0, runEnd = 0, end = 0;
     float height = 0; ///< The coverage of the run.
@@ -152,7 +153,8 @@ private:
         const double top = std::max<double>(y, box_.rect.minY()), bottom = std::min<double>(y + 1, box_.rect.maxY());
         if (!(top < bottom)) return 0;
         const double upperCentre = box_.rect.minY() + box_.radius, lowerCentre = box_.rect.maxY() - box_.radius;
-        const double straightTop = std::clamp(upperCentre, top, bottom), straightBottom = std::clamp(lowerCentre, straightTop, bottom);
+        const double straightTop = std::clamp(upperCentre, top, bottom),
+                     straightBottom = std::clamp(lowerCentre, straightTop, bottom);
         count_ = 0;
         widest_ = 0;
         narrowest_ = box_.radius;
@@ -166,7 +168,9 @@ private:
     {
         if (!(height_ > 0)) return;
         Piece& piece = pieces_[count_++];
-        piece = {.nearLine = std::clamp(nearLine, 0.0, box_.radius), .farLine = std::clamp(farLine, 0.0, box_.radius), .height = height_};
+        piece = {.nearLine = std::clamp(nearLine, 0.0, box_.radius),
+                 .farLine = std::clamp(farLine, 0.0, box_.radius),
+                 .height = height_};
         if (piece.nearLine < piece.farLine) {
             piece.nearArea = areaUnderCircle(piece.nearLine);
             piece.farArea = areaUnderCircle(piece.farLine);
@@ -241,7 +245,9 @@ void paintBox(const RasterTarget& target, const PixelRect& clip, const DeviceBox
         }
         if (runBegin >= runEnd) runBegin = runEnd = outerRow.end;
         const auto computeLevels = [&](int from, int to) {
-            for (int x = from; x < to; ++x) levels[static_cast<std::size_t>(x - area.left)] = static_cast<std::uint8_t>(toLevel(outerRow.at(x) - (inner ? innerRow.at(x) : 0)));
+            for (int x = from; x < to; ++x)
+                levels[static_cast<std::size_t>(x - area.left)] =
+                    static_cast<std::uint8_t>(toLevel(outerRow.at(x) - (inner ? innerRow.at(x) : 0)));
         };
         computeLevels(outerRow.begin, runBegin);
         computeLevels(runEnd, outerRow.end);

@@ -42,7 +42,8 @@ bool allNear(const Path& path, const AffineTransform& transform)
 }
 
 /// Appends the elements with each point as `place` puts it.
-template <typename Place> void append(cairo_t* cairo, const Path& path, Place place)
+template <typename Place>
+void append(cairo_t* cairo, const Path& path, Place place)
 {
     for (const Path::Element& element : path.elements()) {
         CGPoint p[3];
@@ -84,7 +85,8 @@ std::vector<Polygon> polygons(const Path& path, const AffineTransform& transform
         case Kind::lineTo: current.push_back(p[0]); break;
         case Kind::curveTo: {
             const CGPoint from = current.empty() ? p[0] : current.back();
-            for (int i = 1; i <= linesPerCurve; ++i) current.push_back(pointOnCurve(from, p, static_cast<double>(i) / linesPerCurve));
+            for (int i = 1; i <= linesPerCurve; ++i)
+                current.push_back(pointOnCurve(from, p, static_cast<double>(i) / linesPerCurve));
             break;
         }
         case Kind::close: {
@@ -103,10 +105,12 @@ std::vector<Polygon> polygons(const Path& path, const AffineTransform& transform
 enum class Kept { after, before };
 
 /// The polygon without its part on the far side of the line where a coordinate is `limit`.
-Polygon cut(const Polygon& polygon, double CGPoint::*coordinate, double limit, Kept kept)
+Polygon cut(const Polygon& polygon, double CGPoint::* coordinate, double limit, Kept kept)
 {
     Polygon rest;
-    const auto depth = [&](const CGPoint& point) { return kept == Kept::after ? point.*coordinate - limit : limit - point.*coordinate; };
+    const auto depth = [&](const CGPoint& point) {
+        return kept == Kept::after ? point.*coordinate - limit : limit - point.*coordinate;
+    };
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         const CGPoint from = polygon[i], to = polygon[(i + 1) % polygon.size()];
         const double fromDepth = depth(from), toDepth = depth(to);

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/raster/pixel_rect.h"
+#include "platform/raster/scratch_memory.h"
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace larkspool {
 
@@ -27,9 +27,12 @@ struct BlurredCoverage {
     int step = 1;   ///< Distance of two values in pixels. With a step of 1, values stand at the centres of pixels.
     int columns = 0;
     int rows = 0;
-    std::vector<float> values; ///< 0...1, row by row.
+    ScratchMemory<float> values; ///< 0...1, row by row.
 
-    const float* row(int index) const { return values.data() + static_cast<std::size_t>(index) * static_cast<std::size_t>(columns); }
+    const float* row(int index) const
+    {
+        return values.data() + static_cast<std::size_t>(index) * static_cast<std::size_t>(columns);
+    }
 };
 
 /// Whether blurredBoxes knows the shadow of the boxes: the blur is not too narrow, and the corners not too wide for it.
@@ -41,7 +44,7 @@ BlurredCoverage blurredBoxes(std::span<const WeightedDeviceBox> boxes, double si
 /// Coverage of the pixels of `area`, 0...255, row by row and `area.width()` apart; nothing is covered outside.
 struct CoverageImage {
     PixelRect area;
-    std::vector<std::uint8_t> values;
+    ScratchMemory<std::uint8_t> values;
 };
 
 /// The blurred `coverage` within `area`.
