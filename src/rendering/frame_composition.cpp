@@ -1,5 +1,8 @@
 #include "rendering/frame_composition.h"
 
+#include "rendering/cursors.h"
+#include "rendering/gradient_field.h"
+#include "rendering/image_media.h"
 #include "rendering/radiate.h"
 #include "rendering/raster_color.h"
 #include "rendering/shapes.h"
@@ -15,25 +18,6 @@ namespace {
 constexpr double glowBlur = 24;
 /// Alpha of a glow of strength 1.
 constexpr double glowAlpha = 0.85;
-
-/// Composites what is painted during its life as one, if asked to.
-class LayerGroup {
-public:
-    LayerGroup(RasterContext& context, bool opened, const Layer& layer) : context_(context), opened_(opened)
-    {
-        if (opened_) context_.beginTransparencyLayer(bodyHints(layer));
-    }
-    ~LayerGroup()
-    {
-        if (opened_) context_.endTransparencyLayer();
-    }
-    LayerGroup(const LayerGroup&) = delete;
-    LayerGroup& operator=(const LayerGroup&) = delete;
-
-private:
-    RasterContext& context_;
-    bool opened_;
-};
 
 RasterShadow presetShadow(ShadowPreset preset)
 {
@@ -60,53 +44,15 @@ bool handsOpacityDown(Layer::Kind kind)
     return kind == Layer::Kind::group || kind == Layer::Kind::zoom;
 }
 
-enum class OwnShadow { cast, skipped };
-
-void paintWithRingsAndGlow(const EvaluatedLayer& evaluated, RasterContext& context, double parentOpacity);
-
-void paintLayer(const EvaluatedLayer& evaluated, RasterContext& context, double parentOpacity, OwnShadow ownShadow)
+bool isPictureInPicture(const Layer& layer)
 {
-    const Layer& layer = evaluated.layer;
-    const bool shadowed = ownShadow == OwnShadow::cast && hasOwnShadow(layer);
-    const double opacity = parentOpacity * layer.opacity;
-
-    SavedState saved(context);
-    if (shadowed) context.setShadow(presetShadow(layer.shadow));
-    context.concatCTM(evaluated.transform);
-    context.setAlpha(opacity);
-    {
-        LayerGroup group(context, shadowed, layer);
-        Exporter::drawCacheableLayerBody(layer, context);
-    }
-    for (const EvaluatedLayer& child : evaluated.children)
-        paintWithRingsAndGlow(child, context, handsOpacityDown(layer.kind) ? opacity : 1);
-}
-
-void paintWithRingsAndGlow(const EvaluatedLayer& evaluated, RasterContext& context, double parentOpacity)
-{
-    Exporter::drawRadiateForLayer(evaluated, context);
-    if (!(evaluated.glow > 0)) return paintLayer(evaluated, context, parentOpacity, OwnShadow::cast);
-
-    // A layer with a shadow of its own is painted twice, so that the glow does not take the shadow's place.
-    OwnShadow underGlow = OwnShadow::cast;
-    if (hasOwnShadow(evaluated.layer)) {
-        paintLayer(evaluated, context, parentOpacity, OwnShadow::cast);
-        underGlow = OwnShadow::skipped;
-    }
-    SavedState saved(context);
-    context.setShadow(glowShadow(evaluated));
-    paintLayer(evaluated, context, parentOpacity, underGlow);
+    return layer.kind == Layer::Kind::zoom && layer.zoomType == ZoomType::pictureInPicture;
 }
 
 void fill(const CGRect& rect, const RasterColor& color, RasterContext& context)
 {
     context.setFillColor(color);
     context.fillRect(rect);
-}
-
-bool isPictureInPicture(const Layer& layer)
-{
-    return layer.kind == Layer::Kind::zoom && layer.zoomType == ZoomType::pictureInPicture;
 }
 
 /// Fills a viewport's shape, with its shadow if it has one.
@@ -123,48 +69,104 @@ void fillViewport(const Layer& child, const RoundedRect& shape, RasterContext& c
     context.endTransparencyLayer();
 }
 
-/// Paints the scene as it is seen through a viewport: the zoom's rectangle fitted into the child and centred. Rings and glows of
-/// the scene's own layers are left out.
-void paintView(const EvaluatedViewport& viewport, const EvaluatedFrame& frame, RasterContext& context)
-{
-    const Layer& child = viewport.child.layer;
-    const Transform& place = viewport.parent.transform;
-    const CGSize seen{std::max(viewport.parent.size.width, 1.0), std::max(viewport.parent.size.height, 1.0)};
-    const double scale = std::min(child.size.width / seen.width, child.size.height / seen.height);
+enum class OwnShadow { cast, skipped };
 
-    context.translateCTM((child.size.width - seen.width * scale) * 0.5, (child.size.height - seen.height * scale) * 0.5);
-    context.scaleCTM(scale, scale);
-    context.translateCTM(-place.x, -place.y);
-    fill({{place.x, place.y}, seen}, rasterColor(frame.background), context);
-    for (const EvaluatedLayer& layer : frame.layers)
-        if (!isPictureInPicture(layer.layer)) paintLayer(layer, context, child.opacity, OwnShadow::cast);
-}
+/// Paints evaluated layers as they are at one time.
+class LayerPainter {
+public:
+    LayerPainter(RasterContext& context, double time) : context_(context), time_(time) {}
 
-void paintViewport(const EvaluatedViewport& viewport, const EvaluatedFrame& frame, RasterContext& context)
-{
-    const Layer& child = viewport.child.layer;
-    const RoundedRect shape{{{0, 0}, child.size}, clampedCornerRadius(child.cornerRadius, child.size)};
-    const Path outline = Path::roundedRect(shape);
-
-    SavedState saved(context);
-    context.concatCTM(viewport.child.transform);
-    context.setAlpha(child.opacity);
-    fillViewport(child, shape, context);
+    void paintWithRingsAndGlow(const EvaluatedLayer& evaluated, double parentOpacity)
     {
-        SavedState clipped(context);
-        context.clipToPath(outline, FillRule::winding);
-        paintView(viewport, frame, context);
-    }
-    strokeClipped(outline, child, context);
-}
+        Exporter::drawRadiateForLayer(evaluated, context_);
+        if (!(evaluated.glow > 0)) return paint(evaluated, parentOpacity, OwnShadow::cast);
 
-void paintViewportWithGlow(const EvaluatedViewport& viewport, const EvaluatedFrame& frame, RasterContext& context)
-{
-    Exporter::drawRadiateForLayer(viewport.child, context);
-    SavedState saved(context);
-    if (viewport.child.glow > 0) context.setShadow(glowShadow(viewport.child));
-    paintViewport(viewport, frame, context);
-}
+        // A layer with a shadow of its own is painted twice, so that the glow does not take the shadow's place.
+        OwnShadow underGlow = OwnShadow::cast;
+        if (hasOwnShadow(evaluated.layer)) {
+            paint(evaluated, parentOpacity, OwnShadow::cast);
+            underGlow = OwnShadow::skipped;
+        }
+        SavedState saved(context_);
+        context_.setShadow(glowShadow(evaluated));
+        paint(evaluated, parentOpacity, underGlow);
+    }
+
+    void paint(const EvaluatedLayer& evaluated, double parentOpacity, OwnShadow ownShadow)
+    {
+        const Layer& layer = evaluated.layer;
+        const bool shadowed = ownShadow == OwnShadow::cast && hasOwnShadow(layer);
+        const double opacity = parentOpacity * layer.opacity;
+
+        SavedState saved(context_);
+        if (shadowed) context_.setShadow(presetShadow(layer.shadow));
+        context_.concatCTM(evaluated.transform);
+        context_.setAlpha(opacity);
+        if (shadowed) context_.beginTransparencyLayer(bodyHints(layer));
+        paintBody(layer);
+        if (shadowed) context_.endTransparencyLayer();
+        for (const EvaluatedLayer& child : evaluated.children)
+            paintWithRingsAndGlow(child, handsOpacityDown(layer.kind) ? opacity : 1);
+    }
+
+    void paintWithRingsAndGlow(const EvaluatedViewport& viewport, const EvaluatedFrame& frame)
+    {
+        Exporter::drawRadiateForLayer(viewport.child, context_);
+        SavedState saved(context_);
+        if (viewport.child.glow > 0) context_.setShadow(glowShadow(viewport.child));
+        paint(viewport, frame);
+    }
+
+private:
+    void paintBody(const Layer& layer)
+    {
+        if (layer.kind == Layer::Kind::cursor && layer.cursorVariant == CursorVariant::wait)
+            return drawExportThrobber(context_, {{0, 0}, layer.size}, time_);
+        switch (layer.kind) {
+        case Layer::Kind::gradientField: return Exporter::drawGradientField(layer, context_, time_);
+        case Layer::Kind::video: return Exporter::drawVideoBody(layer, context_, time_);
+        default: return Exporter::drawCacheableLayerBody(layer, context_);
+        }
+    }
+
+    void paint(const EvaluatedViewport& viewport, const EvaluatedFrame& frame)
+    {
+        const Layer& child = viewport.child.layer;
+        const RoundedRect shape{{{0, 0}, child.size}, clampedCornerRadius(child.cornerRadius, child.size)};
+        const Path outline = Path::roundedRect(shape);
+
+        SavedState saved(context_);
+        context_.concatCTM(viewport.child.transform);
+        context_.setAlpha(child.opacity);
+        fillViewport(child, shape, context_);
+        {
+            SavedState clipped(context_);
+            context_.clipToPath(outline, FillRule::winding);
+            paintView(viewport, frame);
+        }
+        strokeClipped(outline, child, context_);
+    }
+
+    /// Paints the scene as it is seen through a viewport: the zoom's rectangle fitted into the child and centred. Rings and glows
+    /// of the scene's own layers are left out.
+    void paintView(const EvaluatedViewport& viewport, const EvaluatedFrame& frame)
+    {
+        const Layer& child = viewport.child.layer;
+        const Transform& place = viewport.parent.transform;
+        const CGSize seen{std::max(1.0, viewport.parent.size.width), std::max(1.0, viewport.parent.size.height)};
+        const double scale = std::min(child.size.width / seen.width, child.size.height / seen.height);
+
+        context_.translateCTM((child.size.width - seen.width * scale) * 0.5, (child.size.height - seen.height * scale) * 0.5);
+        context_.scaleCTM(scale, scale);
+        context_.translateCTM(-place.x, -place.y);
+        fill({{place.x, place.y}, seen}, rasterColor(frame.background), context_);
+        for (const EvaluatedLayer& layer : frame.layers)
+            if (!isPictureInPicture(layer.layer)) paint(layer, child.opacity, OwnShadow::cast);
+    }
+
+    RasterContext& context_;
+    double time_;
+};
 
 /// The scene's frame within the raster, centred with its aspect kept.
 struct Fit {
@@ -209,23 +211,26 @@ void Exporter::drawFrame(const EvaluatedFrame& frame, RasterContext& context, CG
         context.translateCTM(zoom->translate.x, zoom->translate.y);
         if (zoom->alpha < 1) context.setAlpha(zoom->alpha);
     }
-    for (const EvaluatedLayer& layer : frame.layers) paintWithRingsAndGlow(layer, context, /*parentOpacity=*/1);
-    for (const EvaluatedViewport& viewport : frame.viewports) paintViewportWithGlow(viewport, frame, context);
+    LayerPainter painter(context, frame.time);
+    for (const EvaluatedLayer& layer : frame.layers) painter.paintWithRingsAndGlow(layer, /*parentOpacity=*/1);
+    for (const EvaluatedViewport& viewport : frame.viewports) painter.paintWithRingsAndGlow(viewport, frame);
 }
 
 void Exporter::drawLayer(const Layer& layer, RasterContext& context, double parentOpacity, CGPoint originOffset,
                          const TweenScene* scene, bool skipOwnShadow, double time)
 {
     const EvaluatedLayer evaluated = evaluateSubtree(layer, layer, originOffset, scene, time);
-    paintLayer(evaluated, context, parentOpacity, skipOwnShadow ? OwnShadow::skipped : OwnShadow::cast);
+    LayerPainter(context, time).paint(evaluated, parentOpacity, skipOwnShadow ? OwnShadow::skipped : OwnShadow::cast);
 }
 
 std::unique_ptr<PixelBuffer> Exporter::renderSceneToImage(const TweenScene& scene, double time, CGSize size)
 {
-    const auto isAllocatable = [](double side) { return side >= 1 && side <= static_cast<double>(PixelBuffer::maximumSide); };
-    if (!isAllocatable(size.width) || !isAllocatable(size.height)) return nullptr;
+    const auto isSide = [](double side) { return side >= 1 && side <= static_cast<double>(PixelBuffer::maximumSide); };
+    if (!isSide(size.width) || !isSide(size.height)) return nullptr;
+    const auto width = static_cast<std::int64_t>(size.width), height = static_cast<std::int64_t>(size.height);
+    if (!PixelBuffer::isPossible(width, height)) return nullptr;
 
-    auto image = std::make_unique<PixelBuffer>(static_cast<std::int64_t>(size.width), static_cast<std::int64_t>(size.height));
+    auto image = std::make_unique<PixelBuffer>(width, height);
     const std::unique_ptr<RasterContext> context = makeRasterContext(*image);
     drawScene(scene, time, *context, size);
     return image;

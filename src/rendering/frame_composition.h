@@ -26,6 +26,12 @@ void drawFrame(const EvaluatedFrame& frame, RasterContext& context, CGSize viewS
 void drawLayer(const Layer& layer, RasterContext& context, double parentOpacity, CGPoint originOffset, const TweenScene* scene,
                bool skipOwnShadow, double time);
 
+/// The size of a raster in its pixels.
+inline CGSize sizeOf(const PixelBuffer& picture)
+{
+    return {static_cast<double>(picture.width()), static_cast<double>(picture.height())};
+}
+
 /// A picture of `scene` at `time`, of `size` truncated to whole pixels. Null if either side is below 1 or too large.
 std::unique_ptr<PixelBuffer> renderSceneToImage(const TweenScene& scene, double time, CGSize size);
 

@@ -17,6 +17,8 @@ constexpr double leastProgress = 0.0001;
 /// An arrow head takes at most this part of a preset.
 constexpr double greatestArrowFraction = 0.45;
 constexpr double leastPresetWidth = 0.5;
+/// Half the base of an arrow head, for a head of length 1.
+constexpr double arrowHalfWidth = 0.55;
 constexpr int arcSampleCount = 49;
 
 double distance(CGPoint a, CGPoint b)
@@ -70,14 +72,25 @@ void paintArrow(CGPoint tip, CGPoint from, const Layer& layer, RasterContext& co
     strokeRound(head, layer, arrow.stroke, context);
 }
 
+/// The whole of a freeform line, apart from its arrow heads.
+Path freeformPath(const std::vector<CGPoint>& points, const Layer& layer)
+{
+    const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
+    return buildPath(trimEndsForArrows(points, layer.lineArrowStart, layer.lineArrowEnd, arrow.size, arrow.strokeInset), layer.lineCurved);
+}
+
+Path presetPath(const Layer& layer)
+{
+    return Exporter::exportLinePresetPath(layer.lineShape, {{0, 0}, layer.size}, layer.lineArcBend, layer.lineArcReversed,
+                                          layer.lineWaveFrequency, layer.lineWaveAmplitude, layer.lineArcReversed);
+}
+
 void drawFreeform(const Layer& layer, RasterContext& context)
 {
     const std::vector<CGPoint> points(layer.linePoints.begin(), layer.linePoints.end());
     if (points.size() < 2) return;
 
-    const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
-    const Path line =
-        buildPath(trimEndsForArrows(points, layer.lineArrowStart, layer.lineArrowEnd, arrow.size, arrow.strokeInset), layer.lineCurved);
+    const Path line = freeformPath(points, layer);
     const double progress = std::max(std::min(layer.lineDrawProgress, 1.0), leastProgress);
     const Path drawn = layer.lineDrawReversed ? trimmedPath(line, 1 - progress, 1) : trimmedPath(line, 0, progress);
 
@@ -139,8 +152,6 @@ void paintStartArrow(const Layer& layer, const CGRect& rect, const std::vector<C
 void drawPreset(const Layer& layer, RasterContext& context)
 {
     const CGRect rect{{0, 0}, layer.size};
-    const Path outline = Exporter::exportLinePresetPath(layer.lineShape, rect, layer.lineArcBend, layer.lineArcReversed,
-                                                        layer.lineWaveFrequency, layer.lineWaveAmplitude, layer.lineArcReversed);
     std::vector<CGPoint> samples;
     if (layer.lineShape == LineShape::arc) samples = arcSamples(arcGeometry(rect, layer.lineArcBend, layer.lineArcReversed));
     if (layer.lineShape == LineShape::wave)
@@ -150,7 +161,7 @@ void drawPreset(const Layer& layer, RasterContext& context)
     const PresetRange range = presetRange(layer, arrowFraction(layer, rect, samples), progress);
 
     SavedState saved(context);
-    strokeRound(trimmedPath(outline, range.from, range.to), layer, std::max(layer.strokeWidth, leastPresetWidth), context);
+    strokeRound(trimmedPath(presetPath(layer), range.from, range.to), layer, std::max(layer.strokeWidth, leastPresetWidth), context);
     if (samples.size() < 2 || !(progress > 0.001)) return;
     if (layer.lineArrowStart) paintStartArrow(layer, rect, samples, range, context);
     if (layer.lineArrowEnd) paintEndArrow(layer, samples, range, context);
@@ -162,6 +173,24 @@ ArrowMeasures arrowMeasures(double strokeWidth)
 {
     const double stroke = std::max(strokeWidth * 0.6, 1.0);
     return {.size = std::max(strokeWidth * 3.5, 6.0), .stroke = stroke, .strokeInset = stroke * 0.5};
+}
+
+CGRect lineBounds(const Layer& layer)
+{
+    const bool isFreeform = layer.lineShape == LineShape::freeform;
+    const std::vector<CGPoint> points(layer.linePoints.begin(), layer.linePoints.end());
+    if (isFreeform && points.size() < 2) return CGRect::null();
+
+    CGRect outline = (isFreeform ? freeformPath(points, layer) : presetPath(layer)).bounds();
+    if (isFreeform) // The tips of the heads, which the line stays behind.
+        for (const CGPoint& tip : {points.front(), points.back()}) outline = unionOf(outline, {tip, {0, 0}});
+
+    double reach = std::max(layer.strokeWidth, leastPresetWidth) * 0.5;
+    if (layer.lineArrowStart || layer.lineArrowEnd) {
+        const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
+        reach = std::max(reach, std::hypot(arrow.strokeInset + arrow.size, arrow.size * arrowHalfWidth) + arrow.stroke * 0.5);
+    }
+    return insetBy(outline, -reach, -reach);
 }
 
 std::vector<CGPoint> trimEndsForArrows(std::vector<CGPoint> points, bool arrowStart, bool arrowEnd, double arrowSize, double strokeInset)
@@ -193,7 +222,7 @@ Path arrowheadPath(CGPoint tip, CGPoint from, double size, double strokeInset)
     const CGPoint u{(tip.x - from.x) / length, (tip.y - from.y) / length};
     const CGPoint p{tip.x - strokeInset * u.x, tip.y - strokeInset * u.y};
     const CGPoint base{p.x - size * u.x, p.y - size * u.y};
-    const CGPoint half{-u.y * size * 0.55, u.x * size * 0.55};
+    const CGPoint half{-u.y * size * arrowHalfWidth, u.x * size * arrowHalfWidth};
     Path head;
     head.moveTo(p);
     head.lineTo({base.x + half.x, base.y + half.y});

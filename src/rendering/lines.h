@@ -52,6 +52,10 @@ struct PolylineSample {
 /// The point at a fraction of the polyline's length; nothing with fewer than two points.
 std::optional<PolylineSample> polylineSample(const std::vector<CGPoint>& points, double fraction);
 
+/// An area of the layer's local space that holds all that a line paints at any of its draw progress: its outline, grown by its
+/// width and its arrow heads. Null for a line of fewer than two points.
+CGRect lineBounds(const Layer& layer);
+
 namespace Exporter {
 
 /// The outline of a line's preset in its box. Empty for a freeform line.

@@ -130,8 +130,8 @@ double pathLength(const Path& path)
 
 Path trimmedPath(const Path& path, double from, double to)
 {
-    if (from <= 0 && to >= 1) return path;
     const std::vector<Curve> curves = curvesOf(path);
+    if (from <= 0 && to >= 1) return std::ranges::any_of(curves, [](const Curve& curve) { return lengthOf(curve) > 0; }) ? path : Path();
     std::vector<double> lengths;
     double total = 0;
     for (const Curve& curve : curves) {

@@ -1,7 +1,10 @@
 #include "rendering/shapes.h"
 
+#include "rendering/cursors.h"
+#include "rendering/image_media.h"
 #include "rendering/lines.h"
 #include "rendering/raster_color.h"
+#include "rendering/text_body.h"
 
 #include <algorithm>
 
@@ -135,8 +138,8 @@ RoundedRect grownEvenly(const RoundedRect& box, double by)
 std::vector<WeightedBox> rectangleCoverage(const Layer& layer)
 {
     const RoundedRect outer = outerBox(layer);
-    if (!layer.perSideStroke && layer.strokeWidth <= 0) return {{outer, alphaOf(layer.fill)}};
-    if (alphaOf(layer.fill) < 1 || (layer.perSideStroke && layer.strokeOutside)) return {};
+    if (!layer.perSideStroke && !(layer.strokeWidth > 0)) return {{outer, alphaOf(layer.fill)}};
+    if (!(alphaOf(layer.fill) >= 1) || (layer.perSideStroke && layer.strokeOutside)) return {};
 
     const double strokeAlpha = alphaOf(layer.stroke);
     if (layer.perSideStroke || strokeAlpha == 1) {
@@ -154,7 +157,7 @@ std::vector<WeightedBox> rectangleCoverage(const Layer& layer)
 double strokeReach(const Layer& layer)
 {
     if (!layer.strokeOutside) return 0;
-    if (!layer.perSideStroke) return std::max(layer.strokeWidth, 0.0) + clippedStrokeExtra;
+    if (!layer.perSideStroke) return std::max(0.0, layer.strokeWidth) + clippedStrokeExtra; // No number reaches nowhere.
     const SideWidths widths = sideWidths(layer);
     return std::max({widths.top, widths.right, widths.bottom, widths.left});
 }
@@ -207,6 +210,13 @@ void strokeClipped(const Path& path, const Layer& layer, RasterContext& context)
     context.strokePath(path);
 }
 
+void fillStrokeRing(const Layer& layer, RasterContext& context)
+{
+    Path ring = Path::roundedRect(outerBox(layer));
+    if (const std::optional<RoundedRect> inner = innerBox(layer)) ring.add(Path::roundedRect(*inner));
+    fillWith(layer.stroke, ring, FillRule::evenOdd, context);
+}
+
 void Exporter::drawCacheableLayerBody(const Layer& layer, RasterContext& context)
 {
     switch (layer.kind) {
@@ -214,6 +224,9 @@ void Exporter::drawCacheableLayerBody(const Layer& layer, RasterContext& context
     case Layer::Kind::ellipse: return drawEllipse(layer, context);
     case Layer::Kind::path: return fillAndStroke(buildCGPath(layer.path), nullptr, layer, context);
     case Layer::Kind::line: return drawLineBody(layer, context);
+    case Layer::Kind::image: return drawImageBody(layer, context);
+    case Layer::Kind::cursor: return drawCursorBody(layer, context);
+    case Layer::Kind::text: return drawTextBody(layer, context);
     default: return;
     }
 }
@@ -255,6 +268,8 @@ TransparencyLayerHints bodyHints(const Layer& layer)
     case Layer::Kind::ellipse: return {.bounds = insetBy({{0, 0}, layer.size}, -reach, -reach)};
     case Layer::Kind::path:
         return {.bounds = insetBy(buildCGPath(layer.path).bounds(), -reach * miterReach, -reach * miterReach)};
+    case Layer::Kind::line: return {.bounds = lineBounds(layer)};
+    case Layer::Kind::text: return {.bounds = unionOf(insetBy({{0, 0}, layer.size}, -reach, -reach), textInkBounds(layer))};
     default: return {};
     }
 }

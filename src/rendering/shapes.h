@@ -24,6 +24,10 @@ double clampedCornerRadius(double cornerRadius, CGSize size);
 /// nothing happens.
 void strokeClipped(const Path& path, const Layer& layer, RasterContext& context);
 
+/// Fills the ring of a stroke inside the layer's box with the stroke's colour, or the whole box if the stroke leaves nothing
+/// within.
+void fillStrokeRing(const Layer& layer, RasterContext& context);
+
 /// The outline that the commands describe. A command before the first `moveTo` starts at its own first point.
 Path buildCGPath(const Array<PathCommand>& commands);
 

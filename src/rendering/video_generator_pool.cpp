@@ -2,19 +2,20 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace larkspool {
 
 namespace {
 
-/// Times at most this far ahead of a reader are reached by reading on, in seconds. Farther ahead it would most likely seek.
-constexpr double readingReach = 2;
+/// A reader goes on from where it stands by at most this much, in seconds; farther is a jump.
+constexpr double longestStep = 0.25;
 
-/// So far behind its reader, in seconds, a time is still served by the pictures that a generator keeps.
-constexpr double keptBehind = 0.1;
+/// A reader whose step is at most this many times its last is the same reader.
+constexpr double steadyStep = 1.5;
 
-/// A reader goes on from where it stood by at most this much, in seconds.
-constexpr double trailReach = 0.5;
+/// So many pictures behind its reader a generator still has them, if they are about equally long.
+constexpr double keptPictures = 3;
 
 constexpr std::size_t mostTrails = 32;
 
@@ -27,64 +28,111 @@ constexpr ImageGenerator::Settings exportSettings{.appliesPreferredTrackTransfor
 
 } // namespace
 
+/// A generator in the hands of one thread, from after its choice until it is given back.
+class VideoGeneratorPool::Reservation {
+public:
+    Reservation(VideoGeneratorPool& pool, const std::string& path, double time) : pool_(pool)
+    {
+        std::unique_lock lock(pool_.mutex_);
+        const Entries::iterator nearest = pool_.nearest(path, time);
+        if (nearest != pool_.entries_.end()) stoodAt_ = nearest->position;
+        entry_ = pool_.reserve(lock, path, time);
+    }
+    ~Reservation()
+    {
+        const std::lock_guard lock(pool_.mutex_);
+        if (entry_->generator) giveBack(*entry_);
+        entry_->isBusy = false;
+        if (!entry_->generator) pool_.entries_.erase(entry_);
+        pool_.makeRoom();
+        pool_.becameFree_.notify_all();
+    }
+    Reservation(const Reservation&) = delete;
+    Reservation& operator=(const Reservation&) = delete;
+
+    ImageGenerator& generator()
+    {
+        if (!entry_->generator) entry_->generator = std::make_unique<ImageGenerator>(entry_->path, exportSettings);
+        else before_ = entry_->generator->work();
+        return *entry_->generator;
+    }
+
+private:
+    void giveBack(Entry& entry)
+    {
+        const ImageGenerator::Work after = entry.generator->work();
+        pool_.work_.decodedPictures += after.decodedPictures - before_.decodedPictures;
+        pool_.work_.seeks += after.seeks - before_.seeks;
+        entry.bytes = entry.generator->memoryBytes();
+        entry.keptBehind = keptPictures * entry.generator->frameInterval();
+        // It was thought to have the picture, and had to go back for it.
+        const bool hasLeft = stoodAt_ && after.seeks > before_.seeks;
+        if (hasLeft) pool_.leaveTrail(entry.path, *stoodAt_);
+    }
+
+    VideoGeneratorPool& pool_;
+    Entries::iterator entry_;
+    std::optional<double> stoodAt_;
+    ImageGenerator::Work before_;
+};
+
 VideoFrame VideoGeneratorPool::frame(const std::string& path, double time)
 {
-    std::unique_lock lock(mutex_);
-    const Entries::iterator entry = reserve(lock, path, time);
-    lock.unlock();
-
-    ImageGenerator::Work before;
-    VideoFrame frame;
-    if (!entry->generator) entry->generator = std::make_unique<ImageGenerator>(path, exportSettings);
-    else before = entry->generator->work();
-    frame = entry->generator->frame(time);
-
-    lock.lock();
-    countWork(before, entry->generator->work());
-    entry->bytes = entry->generator->memoryBytes();
-    entry->isBusy = false;
-    makeRoom(entry);
-    becameFree_.notify_all();
-    return frame;
+    Reservation reservation(*this, path, time);
+    return reservation.generator().frame(time);
 }
 
 VideoGeneratorPool::Entries::iterator VideoGeneratorPool::reserve(std::unique_lock<std::mutex>& lock, const std::string& path,
                                                                   double time)
 {
-    Entries::iterator entry;
-    for (;;) {
-        entry = nearestBefore(path, time);
-        const bool mustJump = entry == entries_.end();
-        if (mustJump) {
-            entry = leastRecentlyUsedOf(path);
-            const bool isWanted = entry == entries_.end() || entry->isBusy || takeTrail(path, time);
-            if (isWanted) {
-                entry = entries_.insert(entries_.end(), Entry{.path = path});
-                ++work_.openedGenerators;
-            } else {
-                leaveTrail(*entry);
-            }
-        }
-        if (!entry->isBusy) break;
-        // Another thread is about to bring it nearly here, which is cheaper to wait for than to do again.
+    Entries::iterator entry = choose(path, time);
+    while (entry->isBusy) {
+        // Another thread is bringing it nearly here, which is cheaper to wait for than to do again.
         becameFree_.wait(lock);
+        entry = choose(path, time);
     }
+    const double ahead = time - entry->position;
+    if (ahead > longestStep || ahead < -entry->keptBehind) entry->step = 0;
+    else if (ahead > 0) entry->step = ahead;
     entry->isBusy = true;
     entry->position = time;
     entry->lastUse = ++uses_;
-    makeRoom(entry);
+    makeRoom();
     return entry;
 }
 
-VideoGeneratorPool::Entries::iterator VideoGeneratorPool::nearestBefore(const std::string& path, double time)
+VideoGeneratorPool::Entries::iterator VideoGeneratorPool::choose(const std::string& path, double time)
+{
+    const auto near = nearest(path, time);
+    const auto trail = trailBefore(path, time);
+    const bool readsOn = near != entries_.end() && std::abs(time - near->position) <= steadyStep * near->step;
+    const bool wasTaken = trail != trails_.end() && !readsOn &&
+                          (near == entries_.end() || std::abs(time - near->position) > time - trail->position);
+    if (wasTaken) {
+        trails_.erase(trail);
+        return open(path);
+    }
+    if (near != entries_.end()) return near;
+
+    const auto idle = leastRecentlyUsedOf(path);
+    if (idle == entries_.end()) return open(path);
+    leaveTrail(path, idle->position);
+    return idle;
+}
+
+VideoGeneratorPool::Entries::iterator VideoGeneratorPool::open(const std::string& path)
+{
+    ++work_.openedGenerators;
+    return entries_.insert(entries_.end(), Entry{.path = path});
+}
+
+VideoGeneratorPool::Entries::iterator VideoGeneratorPool::nearest(const std::string& path, double time)
 {
     auto best = entries_.end();
-    double bestDistance = readingReach;
     for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
         const double ahead = time - entry->position;
-        if (entry->path != path || ahead < -keptBehind || std::abs(ahead) > bestDistance) continue;
-        best = entry;
-        bestDistance = std::abs(ahead);
+        if (entry->path != path || ahead < -entry->keptBehind || ahead > longestStep) continue;
+        if (best == entries_.end() || std::abs(ahead) < std::abs(time - best->position)) best = entry;
     }
     return best;
 }
@@ -99,44 +147,36 @@ VideoGeneratorPool::Entries::iterator VideoGeneratorPool::leastRecentlyUsedOf(co
     return oldest;
 }
 
-bool VideoGeneratorPool::takeTrail(const std::string& path, double time)
+std::deque<VideoGeneratorPool::Trail>::iterator VideoGeneratorPool::trailBefore(const std::string& path, double time)
 {
-    const auto trail = std::ranges::find_if(trails_, [&](const Trail& each) {
-        return each.path == path && time - each.position >= -keptBehind && time - each.position <= trailReach;
+    return std::ranges::find_if(trails_, [&](const Trail& trail) {
+        return trail.path == path && time >= trail.position && time - trail.position <= longestStep;
     });
-    if (trail == trails_.end()) return false;
-    trails_.erase(trail);
-    return true;
 }
 
-void VideoGeneratorPool::leaveTrail(const Entry& entry)
+void VideoGeneratorPool::leaveTrail(const std::string& path, double position)
 {
-    trails_.push_back({entry.path, entry.position});
+    std::erase_if(trails_, [&](const Trail& trail) { return trail.path == path && trail.position == position; });
+    trails_.push_back({path, position});
     if (trails_.size() > mostTrails) trails_.pop_front();
 }
 
-void VideoGeneratorPool::makeRoom(Entries::const_iterator keep)
+void VideoGeneratorPool::makeRoom()
 {
     const auto isTooMuch = [&] {
         std::int64_t bytes = 0;
         for (const Entry& entry : entries_) bytes += entry.bytes;
         return bytes > limits_.bytes || entries_.size() > limits_.generators;
     };
-    while (isTooMuch()) {
+    while (entries_.size() > 1 && isTooMuch()) {
         auto oldest = entries_.end();
         for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
-            if (entry->isBusy || entry == keep) continue;
+            if (entry->isBusy) continue;
             if (oldest == entries_.end() || entry->lastUse < oldest->lastUse) oldest = entry;
         }
         if (oldest == entries_.end()) return;
         entries_.erase(oldest);
     }
-}
-
-void VideoGeneratorPool::countWork(const ImageGenerator::Work& before, const ImageGenerator::Work& after)
-{
-    work_.decodedPictures += after.decodedPictures - before.decodedPictures;
-    work_.seeks += after.seeks - before.seeks;
 }
 
 void VideoGeneratorPool::release()

@@ -14,8 +14,8 @@ namespace larkspool {
 
 /// Image generators by path, several for one path where it is read in several places at once.
 ///
-/// A request goes to the generator that stands nearest before its time. If all stand elsewhere, the one of that path that was
-/// used longest ago jumps; should someone then go on from where it had stood, it was taken from a reader that lives, who gets
+/// A request goes to the generator that stands at its time or a step before it. If all stand elsewhere, the one of that path that
+/// was used longest ago jumps; should someone then go on from where it had stood, it was taken from a reader that lives, who gets
 /// a generator of its own. So a film that loops keeps one generator, and two layers that take turns on one file have two.
 ///
 /// For any thread. No lock is held while a generator works.
@@ -47,6 +47,8 @@ private:
         std::string path;
         std::unique_ptr<ImageGenerator> generator; ///< Absent while it is being opened.
         double position = 0;                       ///< The time that it serves or served last.
+        double step = 0;                           ///< What it last read on by; 0 after a jump.
+        double keptBehind = 0;                     ///< So far before that, in seconds, it still has the pictures.
         std::uint64_t lastUse = 0;
         std::int64_t bytes = 0;
         bool isBusy = false;
@@ -57,14 +59,16 @@ private:
         double position;
     };
     using Entries = std::list<Entry>;
+    class Reservation;
 
     Entries::iterator reserve(std::unique_lock<std::mutex>& lock, const std::string& path, double time);
-    Entries::iterator nearestBefore(const std::string& path, double time);
+    Entries::iterator choose(const std::string& path, double time);
+    Entries::iterator open(const std::string& path);
+    Entries::iterator nearest(const std::string& path, double time);
     Entries::iterator leastRecentlyUsedOf(const std::string& path);
-    bool takeTrail(const std::string& path, double time);
-    void leaveTrail(const Entry& entry);
-    void makeRoom(Entries::const_iterator keep);
-    void countWork(const ImageGenerator::Work& before, const ImageGenerator::Work& after);
+    std::deque<Trail>::iterator trailBefore(const std::string& path, double time);
+    void leaveTrail(const std::string& path, double position);
+    void makeRoom();
 
     const Limits limits_;
     mutable std::mutex mutex_;

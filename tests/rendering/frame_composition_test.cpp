@@ -3,6 +3,11 @@
 #include "rendering/rendering_fixture.h"
 #include "rendering/shapes.h"
 #include "support/golden.h"
+#include "support/recording_raster_context.h"
+
+#include <cmath>
+
+#include <gtest/gtest.h>
 
 namespace larkspool {
 namespace {
@@ -117,11 +122,30 @@ TEST(FrameComposition, AGroupTurnsAboutTheMiddleOfWhatShowsInIt)
 
 TEST(FrameComposition, AGroupThatShowsNothingTurnsAboutItsOwnSize)
 {
-    // No child shows, so nothing paints; what is tested is that its zoom child, which covers no box, uses the group's size.
-    Layer group = groupOf({});
+    Layer hidden = solid(red, {{0, 0}, {2, 2}});
+    hidden.isHidden = true;
+    Layer group = groupOf({hidden});
     group.transform = {.rotation = 90};
     group.size = {8, 8};
-    EXPECT_EQ(pixelAt(drawnFrame(sceneWith({8, 8}, {group})), 4, 4), whitePixel);
+    RecordingRasterContext context;
+    Exporter::drawScene(sceneWith({8, 8}, {group}), 0, context, {8, 8});
+    ASSERT_EQ(context.count<RasterOperation::ConcatCTM>(), 1);
+    for (const RasterOperation::Any& operation : context.operations()) {
+        const auto* turn = std::get_if<RasterOperation::ConcatCTM>(&operation);
+        if (!turn) continue;
+        EXPECT_NEAR(turn->transform.apply(CGPoint{4, 4}).x, 4, 1e-9); // The middle of its own size stands still.
+        EXPECT_NEAR(turn->transform.apply(CGPoint{0, 0}).x, 8, 1e-9);
+    }
+}
+
+TEST(FrameComposition, AChildOfATextStandsInItsSpaceWithoutItsOpacity)
+{
+    Layer text{.kind = Kind::text, .fill = ColorRGBA::clear, .opacity = 0.5, .size = {8, 8}, .text = ""};
+    text.transform = {.x = 4, .y = 2};
+    text.children = {solid(red, {{1, 1}, {2, 2}})};
+    const PixelBuffer picture = drawnFrame(sceneWith({16, 16}, {text}));
+    EXPECT_EQ(pixelAt(picture, 5, 3), redPixel);
+    EXPECT_EQ(pixelAt(picture, 4, 2), whitePixel);
 }
 
 TEST(FrameComposition, AFullScreenZoomShowsItsRectangle)
@@ -160,6 +184,29 @@ TEST(FrameComposition, AZoomsChildrenStandInIt)
     zoom.transform.x = 4;
     zoom.children = {solid(red, {{0, 0}, {4, 4}})};
     EXPECT_EQ(pixelAt(drawnFrame(sceneWith({16, 16}, {zoom}), 1), 5, 1), redPixel);
+}
+
+TEST(FrameComposition, AZoomsChildrenAreNotCutByIt)
+{
+    Layer zoom = zoomOn({{0, 0}, {4, 4}}, 0, 3, ZoomTransition::none, ZoomTransition::none);
+    zoom.zoomType = ZoomType::pictureInPicture;
+    zoom.children = {solid(red, {{6, 6}, {4, 4}})};
+    EXPECT_EQ(pixelAt(drawnFrame(sceneWith({16, 16}, {zoom}), 1), 8, 8), redPixel);
+}
+
+TEST(FrameComposition, AShadowedLayerThatGlowsIsPaintedTwiceWithOneShadowEach)
+{
+    struct Case { ShadowPreset shadow; int fills, shadows, groups; };
+    for (const Case& c : {Case{ShadowPreset::none, 1, 1, 0}, Case{ShadowPreset::low, 2, 2, 1}}) {
+        Layer layer = solid(red, {{40, 40}, {20, 20}});
+        layer.shadow = c.shadow;
+        layer.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+        RecordingRasterContext context;
+        Exporter::drawScene(sceneWith({100, 100}, {layer}), 0.5, context, {100, 100});
+        EXPECT_EQ(context.count<RasterOperation::FillPath>(), c.fills);
+        EXPECT_EQ(context.count<RasterOperation::SetShadow>(), c.shadows);
+        EXPECT_EQ(context.count<RasterOperation::BeginTransparencyLayer>(), c.groups);
+    }
 }
 
 TEST(FrameComposition, APulseScalesTheLayerAboutItsAnchor)
@@ -237,7 +284,7 @@ TEST(RenderSceneToImage, TruncatesItsSizeAndRefusesWhatIsNone)
     ASSERT_TRUE(image);
     EXPECT_EQ(image->width(), 8);
     EXPECT_EQ(image->height(), 4);
-    for (const CGSize size : {CGSize{0.9, 8}, CGSize{8, 0}, CGSize{-3, 8}, CGSize{1e9, 8}, CGSize{std::nan(""), 8}})
+    for (const CGSize size : {CGSize{0.9, 8}, CGSize{8, 0}, CGSize{-3, 8}, CGSize{1e9, 8}, CGSize{32767, 32767}, CGSize{std::nan(""), 8}})
         EXPECT_FALSE(Exporter::renderSceneToImage(scene, 0, size));
 }
 

@@ -2,9 +2,15 @@
 
 #include "rendering/path_measure.h"
 #include "rendering/rendering_fixture.h"
+#include "rendering/shapes.h"
 #include "support/golden.h"
+#include "support/recording_raster_context.h"
 
+#include <cmath>
 #include <cstring>
+#include <functional>
+
+#include <gtest/gtest.h>
 
 namespace larkspool {
 namespace {
@@ -25,6 +31,16 @@ Layer line(std::initializer_list<CGPoint> points)
 Layer preset(LineShape shape)
 {
     return {.kind = Layer::Kind::line, .stroke = red, .strokeWidth = 4, .size = {100, 40}, .lineShape = shape};
+}
+
+/// The area of the line that is stroked first, without the line's width.
+CGRect strokedArea(const Layer& layer)
+{
+    RecordingRasterContext context;
+    Exporter::drawLineBody(layer, context);
+    for (const RasterOperation::Any& operation : context.operations())
+        if (const auto* stroke = std::get_if<RasterOperation::StrokePath>(&operation)) return stroke->path.bounds();
+    return CGRect::null();
 }
 
 PixelBuffer drawn(Layer layer)
@@ -97,12 +113,21 @@ TEST(Arcs, WithoutABendAreStraightAndAsLongAsTheBox)
 
 TEST(Waves, FrequencyGoesInHalfCycles)
 {
-    struct Case { double frequency; std::size_t samples; double lastHalfCycles; };
-    for (const Case& c : {Case{1.3, 49, 3}, Case{0, 49, 1}, Case{-4, 49, 1}, Case{3, 97, 6}, Case{100, 513, 200}, Case{std::nan(""), 49, 1}}) {
+    struct Case { double frequency; std::size_t samples; int halfCycles; };
+    for (const Case& c : {Case{1.3, 49, 3}, Case{1.2, 49, 2}, Case{0, 49, 1}, Case{-4, 49, 1}, Case{3, 97, 6}, Case{100, 513, 200},
+                          Case{std::nan(""), 49, 1}}) {
+        SCOPED_TRACE(c.frequency);
         const auto samples = waveSamples(box, c.frequency, 1, false);
         EXPECT_EQ(samples.size(), c.samples);
-        // Half cycles are counted by the sign of the middle of each: the wave's first half goes up.
-        EXPECT_LT(samples[1].y, 20);
+        EXPECT_LT(samples[1].y, 20); // The first half goes up.
+        int halfCycles = 0;
+        bool below = true;
+        for (const CGPoint& sample : samples) {
+            if (std::abs(sample.y - 20) < 1e-6 || (sample.y > 20) == below) continue;
+            below = !below;
+            ++halfCycles;
+        }
+        EXPECT_EQ(halfCycles, c.halfCycles);
     }
     // 1.5 cycles: the end is at the middle, a third of the way is the end of the first half cycle.
     const auto samples = waveSamples(box, 1.5, 1, false);
@@ -142,6 +167,15 @@ TEST(Polylines, AreSampledByTheirLength)
 TEST(Lines, FewerThanTwoPointsPaintNothing)
 {
     EXPECT_EQ(pixelAt(drawn(line({{50, 20}})), 60, 30), whitePixel);
+}
+
+TEST(Lines, WithoutALengthPaintNothing)
+{
+    for (const double progress : {0.5, 1.0}) {
+        Layer layer = line({{50, 20}, {50, 20}});
+        layer.lineDrawProgress = progress;
+        EXPECT_EQ(pixelAt(drawn(layer), 60, 30), whitePixel);
+    }
 }
 
 TEST(Lines, ADrawProgressOfNothingIsADot)
@@ -213,8 +247,63 @@ TEST(Lines, TwoArrowsOnAShortWaveLeaveATenthOfIt)
     wave.lineWaveAmplitude = 0;
     wave.strokeWidth = 1;
     wave.lineArrowStart = wave.lineArrowEnd = true;
-    // Heads of 6 on a line of 10: 0.45 each, so the line itself runs from 4.5 to 5.5. It is where the heads overlap.
-    EXPECT_EQ(pixelAt(drawn(wave), 15, 30), redPixel);
+    // Heads of 6 on a line of 10 would take more than there is: 0.45 each.
+    EXPECT_NEAR(strokedArea(wave).minX(), 4.5, 1e-6);
+    EXPECT_NEAR(strokedArea(wave).maxX(), 5.5, 1e-6);
+}
+
+TEST(Lines, ArrowsOnAnArcWithoutABendTakeTheirSizeOfItsWidth)
+{
+    Layer arc = preset(LineShape::arc);
+    arc.lineArcBend = 0;
+    arc.lineArrowStart = arc.lineArrowEnd = true;
+    // Heads of 14 on a straight line of 100.
+    const CGRect area = strokedArea(arc);
+    EXPECT_NEAR(area.minX(), 14, 0.05);
+    EXPECT_NEAR(area.maxX(), 86, 0.05);
+    EXPECT_EQ(area.minY(), 20);
+    EXPECT_EQ(area.maxY(), 20);
+}
+
+TEST(Lines, TheirBoundsHoldAllThatIsPaintedAndLittleMore)
+{
+    std::vector<Layer> layers{line({{0, 40}, {30, 0}, {60, 40}, {100, 10}}), line({{0, 20}, {100, 20}}), line({{50, 0}, {50, 5}})};
+    for (const LineShape shape : {LineShape::square, LineShape::circle, LineShape::triangle, LineShape::arc, LineShape::wave})
+        layers.push_back(preset(shape));
+    for (Layer layer : layers) {
+        for (const bool arrows : {false, true}) {
+            SCOPED_TRACE(testing::Message() << fileValue(layer.lineShape) << (arrows ? " with arrows" : ""));
+            layer.lineCurved = layer.lineArrowStart = layer.lineArrowEnd = arrows;
+            layer.lineArcBend = 1;
+            layer.transform.x = layer.transform.y = 60;
+            const PixelBuffer picture = drawnFrame(sceneWith({220, 160}, {layer}));
+            CGRect painted = CGRect::null();
+            for (int y = 0; y < picture.height(); ++y)
+                for (int x = 0; x < picture.width(); ++x)
+                    if (pixelAt(picture, x, y) != whitePixel) painted = unionOf(painted, {{x - 60.0, y - 60.0}, {1, 1}});
+
+            const CGRect bounds = lineBounds(layer);
+            EXPECT_EQ(bodyHints(layer).bounds, bounds);
+            EXPECT_GT(painted.minX() + 1, bounds.minX());
+            EXPECT_GT(painted.minY() + 1, bounds.minY());
+            EXPECT_LT(painted.maxX() - 1, bounds.maxX());
+            EXPECT_LT(painted.maxY() - 1, bounds.maxY());
+            EXPECT_LT(bounds.size.width, painted.size.width + 40);
+            EXPECT_LT(bounds.size.height, painted.size.height + 60);
+        }
+    }
+    EXPECT_TRUE(lineBounds(line({{50, 20}})).isNull());
+}
+
+TEST(Lines, AHeadBeyondItsBoxIsPartOfTheShadow)
+{
+    Layer layer = line({{100, 20}, {20, 20}});
+    layer.lineArrowEnd = true;
+    layer.shadow = ShadowPreset::low;
+    layer.opacity = 0.5;
+    layer.size = {1, 1};
+    // The head's lower corner, 7.7 below the line, is painted although the layer's own box is far from it.
+    EXPECT_LT(pixelAt(drawn(layer), 43, 36).g, 140); // Half of red.
 }
 
 TEST(LineGoldens, EveryShapeArrowAndTrim)

@@ -1,6 +1,9 @@
 #include "rendering/path_measure.h"
 
+#include <cmath>
 #include <numbers>
+
+#include <gtest/gtest.h>
 
 namespace larkspool {
 namespace {
@@ -64,6 +67,7 @@ TEST(PathMeasure, NothingComesOfNoLengthOrNoRange)
     point.moveTo({3, 3});
     point.lineTo({3, 3});
     EXPECT_TRUE(trimmedPath(point, 0, 0.5).empty());
+    EXPECT_TRUE(trimmedPath(point, 0, 1).empty());
     EXPECT_TRUE(trimmedPath({}, 0, 0.5).empty());
     EXPECT_TRUE(trimmedPath(corner(), 0.5, 0.5).empty());
     EXPECT_TRUE(trimmedPath(corner(), std::nan(""), 0.5).empty());

@@ -2,6 +2,13 @@
 
 #include "rendering/rendering_fixture.h"
 #include "support/golden.h"
+#include "support/recording_raster_context.h"
+
+#include <functional>
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace larkspool {
 namespace {
@@ -88,6 +95,20 @@ TEST(Shapes, AClearFillLeavesTheInsideOfARingOpen)
     EXPECT_EQ(pixelAt(picture, 14, 20), whitePixel);
 }
 
+TEST(Shapes, AFillOfAThousandthCountsAsNone)
+{
+    struct Case { double alpha; int seams; };
+    for (const Case& c : {Case{0, 0}, Case{0.001, 0}, Case{0.0011, 1}}) {
+        Layer layer = box();
+        layer.strokeWidth = 4;
+        layer.fill.a = c.alpha;
+        RecordingRasterContext context;
+        Exporter::drawCacheableLayerBody(layer, context);
+        EXPECT_EQ(context.count<RasterOperation::FillPath>(), 1 + c.seams) << c.alpha;
+        EXPECT_EQ(context.count<RasterOperation::StrokePath>(), c.seams) << c.alpha;
+    }
+}
+
 TEST(Shapes, ASemiTransparentRingDoesNotOverlapTheFill)
 {
     Layer layer = box();
@@ -163,6 +184,42 @@ TEST(Shapes, AStrokeForEachSideOutsideGrowsTheBox)
     EXPECT_EQ(pixelAt(picture, 10, 20), greenPixel);
 }
 
+TEST(Shapes, TheCornersOfAStrokeForEachSideFollowItsWidths)
+{
+    const auto ring = [](const std::function<void(Layer&)>& change) {
+        Layer layer = box();
+        layer.perSideStroke = true;
+        layer.cornerRadius = 6;
+        change(layer);
+        RecordingRasterContext context;
+        Exporter::drawPerSideStroke(layer, {{0, 0}, {40, 40}}, context);
+        for (const RasterOperation::Any& operation : context.operations())
+            if (const auto* fill = std::get_if<RasterOperation::FillPath>(&operation)) return *fill->path.boxes();
+        return std::vector<RoundedRect>();
+    };
+    // Outside, the outer corner grows by the mean of the widths; inside, the inner one shrinks by the lesser of left and top.
+    EXPECT_THAT(ring([](Layer& l) { l.strokeOutside = true, l.strokeWidthTop = 4; }),
+                testing::ElementsAre(RoundedRect{{{0, -4}, {40, 44}}, 7}, RoundedRect{{{0, 0}, {40, 40}}, 6}));
+    EXPECT_THAT(ring([](Layer& l) { l.strokeWidthLeft = 10, l.strokeWidthTop = 2; }),
+                testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 6}, RoundedRect{{{10, 2}, {30, 38}}, 4}));
+    EXPECT_THAT(ring([](Layer& l) { l.strokeWidthRight = 10, l.strokeWidthBottom = 20; }),
+                testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 6}, RoundedRect{{{0, 0}, {30, 20}}, 6}));
+}
+
+TEST(Shapes, AStrokeWhoseWidthIsNoNumberLeavesTheFillAndItsShadow)
+{
+    for (const bool outside : {false, true}) {
+        Layer layer = box();
+        layer.shadow = ShadowPreset::low;
+        layer.strokeOutside = outside;
+        const PixelBuffer plain = drawn(layer);
+        layer.strokeWidth = std::numeric_limits<double>::quiet_NaN();
+        const PixelBuffer picture = drawn(layer);
+        for (const int y : {5, 20, 33}) EXPECT_EQ(pixelAt(picture, 20, y), pixelAt(plain, 20, y)) << y;
+        EXPECT_EQ(pixelAt(picture, 20, 20), greenPixel);
+    }
+}
+
 TEST(Shapes, WidthsForEachSideThatLeaveNothingFillTheBoxWithTheStroke)
 {
     Layer layer = box();
@@ -177,7 +234,7 @@ TEST(Shapes, AnEllipseHasNoStrokeForEachSide)
     Layer layer = box(Kind::ellipse);
     layer.perSideStroke = true;
     layer.strokeWidthTop = 9;
-    layer.strokeWidth = 2;
+    layer.strokeWidth = 3;
     const PixelBuffer picture = drawn(layer);
     EXPECT_EQ(pixelAt(picture, 20, 11), redPixel);
     EXPECT_EQ(pixelAt(picture, 20, 15), greenPixel);

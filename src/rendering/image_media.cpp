@@ -1,0 +1,185 @@
+#include "rendering/image_media.h"
+
+#include "rendering/media_crop.h"
+#include "rendering/shapes.h"
+#include "rendering/video_media.h"
+
+#include <algorithm>
+#include <cmath>
+#include <list>
+#include <map>
+#include <mutex>
+
+namespace larkspool {
+
+namespace {
+
+constexpr std::size_t greatestCacheBytes = std::size_t{1} << 30;
+/// Vector art is rendered no larger than this on a side; larger it is scaled up.
+constexpr double greatestArtSide = 4096;
+constexpr std::size_t greatestArtBytes = 256u << 20;
+constexpr std::size_t greatestArtCount = 64;
+/// A corner radius of no more than this leaves the corners of an image uncut.
+constexpr double leastClippedRadius = 0.5;
+
+std::shared_ptr<const Picture> decodedPicture(const Bytes& bytes)
+{
+    if (ImageRef bitmap = decodeImage(bytes.view())) return std::make_shared<const Picture>(std::move(bitmap));
+    if (auto art = decodeVectorArt(bytes.view())) return std::make_shared<const Picture>(std::move(art));
+    return nullptr;
+}
+
+/// Decoded pictures by content, the latest used in front. What cannot be decoded is kept too, as nothing.
+class Pictures {
+public:
+    std::shared_ptr<const Picture> picture(const Bytes& bytes)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto holds = [&](const Entry& entry) { return entry.bytes == bytes; };
+        auto entry = std::ranges::find_if(entries_, [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes); });
+        if (entry == entries_.end()) entry = std::ranges::find_if(entries_, holds);
+        if (entry == entries_.end()) {
+            entries_.push_front({bytes, decodedPicture(bytes)});
+            total_ += cost(entries_.front());
+            shrink();
+            return entries_.front().picture;
+        }
+        entries_.splice(entries_.begin(), entries_, entry);
+        return entries_.front().picture;
+    }
+
+private:
+    struct Entry {
+        Bytes bytes; ///< Kept, so that its address means this content alone.
+        std::shared_ptr<const Picture> picture;
+    };
+
+    static std::size_t cost(const Entry& entry) { return entry.bytes.size() + (entry.picture ? entry.picture->byteSize() : 0); }
+
+    void shrink()
+    {
+        while (total_ > greatestCacheBytes && entries_.size() > 1) {
+            total_ -= cost(entries_.back());
+            entries_.pop_back();
+        }
+    }
+
+    std::mutex mutex_;
+    std::list<Entry> entries_;
+    std::size_t total_ = 0;
+};
+
+/// Renderings of vector art by size, the latest used in front.
+class ArtRenderings {
+public:
+    ImageRef rendering(const std::shared_ptr<const VectorArt>& art, int width, int height)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto matches = [&](const Entry& e) { return e.art == art && e.width == width && e.height == height; };
+        if (const auto entry = std::ranges::find_if(entries_, matches); entry != entries_.end()) {
+            entries_.splice(entries_.begin(), entries_, entry);
+            return entries_.front().image;
+        }
+        entries_.push_front({art, width, height, art->render(width, height)});
+        total_ += cost(entries_.front());
+        while ((total_ > greatestArtBytes && entries_.size() > 1) || entries_.size() > greatestArtCount) {
+            total_ -= cost(entries_.back());
+            entries_.pop_back();
+        }
+        return entries_.front().image;
+    }
+
+private:
+    struct Entry {
+        std::shared_ptr<const VectorArt> art;
+        int width, height;
+        ImageRef image;
+    };
+
+    /// What could not be drawn is kept too.
+    static std::size_t cost(const Entry& entry) { return entry.image ? entry.image->byteSize() : 0; }
+
+    std::mutex mutex_;
+    std::list<Entry> entries_;
+    std::size_t total_ = 0;
+};
+
+/// How large a box of local space is on the raster.
+CGSize sizeOnRaster(CGSize size, const RasterContext& context)
+{
+    const AffineTransform m = context.ctm();
+    return {size.width * std::hypot(m.a, m.b), size.height * std::hypot(m.c, m.d)};
+}
+
+RoundedRect boxOf(const Layer& layer)
+{
+    return {{{0, 0}, layer.size}, clampedCornerRadius(layer.cornerRadius, layer.size)};
+}
+
+/// The stroke of an image or a video: a ring inside, or a clipped line outside.
+void strokeMedia(const Layer& layer, RasterContext& context)
+{
+    const CGRect rect{{0, 0}, layer.size};
+    if (layer.perSideStroke) return Exporter::drawPerSideStroke(layer, rect, context);
+    if (!(layer.strokeWidth > 0)) return;
+    const Path outer = Path::roundedRect(boxOf(layer));
+    if (layer.strokeOutside) return strokeClipped(outer, layer, context);
+    fillStrokeRing(layer, context);
+}
+
+} // namespace
+
+ImageRef Picture::imageFor(CGSize pixels) const
+{
+    static ArtRenderings renderings;
+    if (bitmap_) return bitmap_;
+    const auto side = [](double length) {
+        return std::isfinite(length) ? static_cast<int>(std::clamp(std::ceil(length), 1.0, greatestArtSide)) : 1;
+    };
+    return renderings.rendering(art_, side(pixels.width), side(pixels.height));
+}
+
+std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes)
+{
+    static Pictures pictures;
+    return pictures.picture(bytes);
+}
+
+void Exporter::drawImageBody(const Layer& layer, RasterContext& context)
+{
+    const std::shared_ptr<const Picture> picture = layer.imageData ? mediaPicture(*layer.imageData) : nullptr;
+    if (!picture) return;
+
+    const CGSize own = picture->size();
+    CGRect crop{{0, 0}, own};
+    if (layer.cropMode == CropMode::manual) crop = croppedPixels(manualCropRect(layer.cropRect, own), own).value_or(crop);
+    // Vector art is rendered as large as the whole of it would be.
+    const CGSize shown = sizeOnRaster(layer.size, context);
+    const ImageRef image = picture->imageFor({shown.width * own.width / crop.size.width, shown.height * own.height / crop.size.height});
+    if (!image) return;
+
+    const double across = image->width() / own.width, down = image->height() / own.height;
+    const CGRect source{{crop.origin.x * across, crop.origin.y * down}, {crop.size.width * across, crop.size.height * down}};
+    const RoundedRect box = boxOf(layer);
+    {
+        SavedState saved(context);
+        if (box.radius > leastClippedRadius) context.clipToPath(Path::roundedRect(box), FillRule::winding);
+        context.drawImage(image, source, box.rect);
+    }
+    strokeMedia(layer, context);
+}
+
+void Exporter::drawVideoBody(const Layer& layer, RasterContext& context, double time)
+{
+    const CroppedPicture picture = videoPicture(layer, time);
+    if (!picture.image) return;
+    const RoundedRect box = boxOf(layer);
+    {
+        SavedState saved(context);
+        context.clipToPath(Path::roundedRect(box), FillRule::winding);
+        context.drawImage(picture.image, picture.pixels, box.rect);
+    }
+    strokeMedia(layer, context);
+}
+
+} // namespace larkspool

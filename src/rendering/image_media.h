@@ -1,0 +1,49 @@
+#pragma once
+
+#include "document/layer.h"
+#include "foundation/shared_bytes.h"
+#include "platform/image.h"
+#include "platform/image_decoding.h"
+#include "platform/raster_context.h"
+
+#include <memory>
+
+namespace larkspool {
+
+/// The picture that a document holds as bytes: a bitmap or vector art.
+class Picture {
+public:
+    explicit Picture(ImageRef bitmap) : bitmap_(std::move(bitmap)) {}
+    explicit Picture(std::shared_ptr<const VectorArt> art) : art_(std::move(art)) {}
+
+    /// Pixels of a bitmap; of vector art the size it asks for.
+    CGSize size() const { return bitmap_ ? bitmap_->size() : art_->size(); }
+
+    /// The picture to draw where it will be `pixels` large on the raster. A bitmap comes as it is, vector art at that size, in
+    /// whole pixels and within bounds; its last sizes are kept. Null where it cannot be drawn.
+    ImageRef imageFor(CGSize pixels) const;
+
+    /// Bytes of memory that the bitmap takes.
+    std::size_t byteSize() const { return bitmap_ ? bitmap_->byteSize() : 0; }
+
+private:
+    ImageRef bitmap_;
+    std::shared_ptr<const VectorArt> art_;
+};
+
+/// The picture of encoded bytes; null if they are none. Decoded once for each content and kept for all who draw it, within a
+/// gigabyte, least recently used dropped first. For any thread.
+std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes);
+
+namespace Exporter {
+
+/// Paints an image layer in its local space: the picture stretched to the layer's size, cut to its rounded corners. A black key
+/// has no effect here.
+void drawImageBody(const Layer& layer, RasterContext& context);
+
+/// Paints the picture of a video layer in its local space, as it is at a scene time.
+void drawVideoBody(const Layer& layer, RasterContext& context, double time);
+
+} // namespace Exporter
+
+} // namespace larkspool
