@@ -3,8 +3,6 @@
 #include "app/verbs.h"
 #include "platform/file_io.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 namespace larkspool {
@@ -23,9 +21,8 @@ std::string_view caseName(Diagnostic::Action action)
 
 std::string lineFor(const Diagnostic& diagnostic)
 {
-    return onOneLine(fmt::format("{}: {}: {}", diagnostic.path.empty() ? "document" : diagnostic.path, caseName(diagnostic.action),
-                                 diagnostic.text)) +
-           "\n";
+    const std::string_view place = diagnostic.path.empty() ? "document" : std::string_view(diagnostic.path);
+    return onOneLine(fmt::format("{}: {}: {}", place, caseName(diagnostic.action), diagnostic.text)) + "\n";
 }
 
 int runCheck(const Call& call, const Terminal& terminal)
@@ -59,8 +56,8 @@ const Verb& checkVerb()
     static const Verb verb{
         .rules = {"check", {"DOC"}, {}},
         .summary = "tell what reading a document repaired, dropped or carried over",
-        .notes = "One line each, with the place in the file. The exit status is 0 if there is nothing to tell, 1 if there is, or if\n"
-                 "the file is no document.\n",
+        .notes = "One line each, with the place in the file. The exit status is 0 if there is nothing to tell, and 1 if\n"
+                 "there is, or if the file is no document.\n",
         .run = runCheck,
     };
     return verb;
@@ -71,8 +68,8 @@ const Verb& convertVerb()
     static const Verb verb{
         .rules = {"convert", {"IN", "OUT"}, {}},
         .summary = "read a document and write it in its canonical form",
-        .notes = "What cannot be read is not written back: larkspool check tells what that would be. OUT may be IN. A failure leaves\n"
-                 "OUT as it was.\n",
+        .notes = "What cannot be read is not written back: larkspool check tells what that would be. OUT may be IN.\n"
+                 "A failure leaves OUT as it was.\n",
         .run = runConvert,
     };
     return verb;

@@ -1,10 +1,6 @@
 #include "app/evaluated_json.h"
 
 #include "evaluation/evaluated_frame.h"
-#include "evaluation/group_layout.h"
-#include "evaluation/hover.h"
-#include "evaluation/interpolation.h"
-#include "evaluation/pulses.h"
 #include "evaluation/span_effects.h"
 #include "foundation/json_writer.h"
 
@@ -104,7 +100,7 @@ void writeProperties(JsonWriter& json, const Layer& layer)
 /// Writes the layers of one scene at one time.
 class NodeWriter {
 public:
-    NodeWriter(JsonWriter& json, const TweenScene& scene, double time) : json_(json), scene_(scene), time_(time) {}
+    NodeWriter(JsonWriter& json, const TweenScene& scene, double time) : json_(json), hover_(scene, time), time_(time) {}
 
     /// `origin` is the absolute origin of the layers' parent.
     void writeAll(std::string_view key, const Array<Layer>& layers, CGPoint origin)
@@ -118,9 +114,8 @@ public:
 private:
     void write(const Layer& stored, CGPoint origin)
     {
-        const PulseEnvelope pulse = pulseEnvelope(time_, stored.pulses);
-        const Layer effected = applySpanEffects(Interpolation::resolve(stored, time_), stored, time_);
-        const Layer layer = applyPulseScale(applyHoverOverride(effected, origin, scene_, time_), pulse.scale);
+        const PreparedLayer prepared = prepareLayer(stored, origin, &hover_, time_);
+        const Layer& layer = prepared.layer;
 
         json_.beginObject();
         writeMember(json_, "id", layer.id.string());
@@ -130,16 +125,15 @@ private:
         writeProperties(json_, layer);
         json_.key("pulse");
         json_.beginObject();
-        writeMember(json_, "scale", pulse.scale);
-        writeMember(json_, "glow", pulse.glow);
+        writeMember(json_, "scale", prepared.pulse.scale);
+        writeMember(json_, "glow", prepared.pulse.glow);
         json_.endObject();
-        writeAll("children", layer.kind == Layer::Kind::group ? layoutChildren(layer, time_) : stored.children,
-                 {origin.x + layer.transform.x, origin.y + layer.transform.y});
+        writeAll("children", placedChildren(layer, time_), {origin.x + layer.transform.x, origin.y + layer.transform.y});
         json_.endObject();
     }
 
     JsonWriter& json_;
-    const TweenScene& scene_;
+    HoverTargets hover_;
     double time_;
 };
 

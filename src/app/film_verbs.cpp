@@ -6,24 +6,13 @@
 #include "platform/file_io.h"
 #include "platform/png_writer.h"
 
-#include <cmath>
-#include <new>
+#include <memory>
 
 #include <fmt/format.h>
 
 namespace larkspool {
 
 namespace {
-
-/// Throws Failure, naming the size, for a canvas that no picture can have.
-void checkPictureSize(CGSize size)
-{
-    constexpr auto largest = static_cast<double>(PixelBuffer::maximumSide);
-    const auto fits = [](double side) { return side >= 1 && side <= largest; };
-    if (fits(size.width) && fits(size.height)) return;
-    throw Failure(fmt::format("A picture of {:.15g} x {:.15g} pixels cannot be drawn: each side must be 1 to {}", size.width, size.height,
-                              PixelBuffer::maximumSide));
-}
 
 int runFrame(const Call& call, const Terminal&)
 {
@@ -33,8 +22,11 @@ int runFrame(const Call& call, const Terminal&)
     keepDocumentWhole(call.operand(0), path);
     const TweenScene& scene = document.scenes[sceneIndex(call, document)];
 
-    checkPictureSize(scene.size());
     const std::unique_ptr<PixelBuffer> picture = Exporter::renderSceneToImage(scene, time, scene.size());
+    if (!picture)
+        throw Failure(fmt::format("A picture of {:.15g} x {:.15g} pixels cannot be drawn: each side must be 1 to {}, and the pixels "
+                                  "{} at most",
+                                  scene.width, scene.height, PixelBuffer::maximumSide, PixelBuffer::maximumArea));
     replaceFileAtomically(path, encodePng(*picture));
     return 0;
 }
@@ -77,20 +69,20 @@ int runExport(const Call& call, const Terminal& terminal)
     try {
         const CancelOnInterrupt cancelOnInterrupt(cancel);
         ProgressBar bar(terminal);
-        const Exporter::ExportOptions options{
-            .outputScale = scale,
-            .progress =
-                [&](double part) {
-                    bar.frameWritten(part);
-                    written = bar.progress();
-                },
-            .cancel = &cancel};
+        const Exporter::ExportOptions options{.outputScale = scale,
+                                              .progress =
+                                                  [&](double part) {
+                                                      bar.frameWritten(part);
+                                                      written = bar.progress();
+                                                  },
+                                              .cancel = &cancel};
         Exporter::exportMP4(scene, path, /*startTime=*/0, /*audio=*/{}, /*videoAudioClips=*/{}, options);
         written = bar.progress();
     } catch (const Exporter::ExportError& error) {
         if (error.kind() != Exporter::ExportError::Kind::userCancelled) throw;
         if (written.frames == 0) throw Failure("Export cancelled before the first frame: nothing was written");
-        throw Failure(fmt::format("Export cancelled: {} has the first {} of {} frames", path, written.frames, written.totalFrames));
+        throw Failure(
+            fmt::format("Export cancelled: {} has the first {} of {} frames", path, written.frames, written.totalFrames));
     }
 
     const bool silenced = document.audio && !call.has("--no-audio");

@@ -58,9 +58,8 @@ void ProgressBar::frameWritten(double part)
 
 FilmProgress ProgressBar::progress() const
 {
-    return {.frames = frames_,
-            .totalFrames = totalFrames_,
-            .seconds = std::chrono::duration<double>(Clock::now() - start_).count()};
+    return {
+        .frames = frames_, .totalFrames = totalFrames_, .seconds = std::chrono::duration<double>(Clock::now() - start_).count()};
 }
 
 } // namespace larkspool

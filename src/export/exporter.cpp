@@ -1,7 +1,8 @@
 #include "export/exporter.h"
 
-#include "evaluation/evaluated_frame.h"
 #include "export/film.h"
+#include "export/film_source.h"
+#include "export/segments.h"
 
 #include <algorithm>
 
@@ -9,34 +10,12 @@ namespace larkspool {
 
 namespace {
 
-using Exporter::FilmFrames;
+using Exporter::ExportError;
 
-/// The frames of one scene from a start time on. A frame that shows what the one before did is not painted again.
-class SceneFrames final : public FilmFrames {
-public:
-    SceneFrames(const TweenScene& scene, double start, CGSize viewSize) : scene_(scene), start_(start), viewSize_(viewSize) {}
-
-    Next advance(std::int64_t index) override
-    {
-        const double time = start_ + static_cast<double>(index) / static_cast<double>(scene_.fps);
-        EvaluatedFrame frame = evaluateFrame(scene_, time);
-        const bool unchanged = index > 0 && !frame.movesByItself && frame == frame_;
-        frame_ = std::move(frame);
-        return unchanged ? Next::unchanged : Next::drawn;
-    }
-
-    void paint(PixelBuffer& picture) override
-    {
-        const std::unique_ptr<RasterContext> context = makeRasterContext(picture);
-        Exporter::drawFrame(frame_, *context, viewSize_);
-    }
-
-private:
-    const TweenScene& scene_;
-    double start_;
-    CGSize viewSize_;
-    EvaluatedFrame frame_;
-};
+void refuseSound(const std::optional<Exporter::ExportAudio>& audio, const std::vector<Exporter::VideoAudioClip>& clips)
+{
+    if (audio || !clips.empty()) throw ExportError(ExportError::Kind::writeFailed, "Sound cannot be exported yet");
+}
 
 } // namespace
 
@@ -44,21 +23,23 @@ void Exporter::exportMP4(const TweenScene& scene, const std::string& path, doubl
                          const std::optional<ExportAudio>& audio, const std::vector<VideoAudioClip>& videoAudioClips,
                          const ExportOptions& options)
 {
-    if (audio || !videoAudioClips.empty()) throw ExportError(ExportError::Kind::writeFailed, "Sound cannot be exported yet");
-
+    refuseSound(audio, videoAudioClips);
     const double start = std::max(std::min(startTime, scene.duration), 0.0);
-    const double remaining = std::max(scene.duration - start, 0.0);
-    const FilmPlan plan = planFilm(scene.size(), options.outputScale, scene.fps, remaining);
-    SceneFrames frames(scene, start, {static_cast<double>(plan.width), static_cast<double>(plan.height)});
-    writeFilm(plan, frames, path, options);
+    const FilmPlan plan = planFilm(scene.size(), options.outputScale, scene.fps, std::max(scene.duration - start, 0.0));
+    const auto source = makeSceneSource(scene);
+    writeFilm(plan, *makeFilmFrames(*source, start, plan.fps, options.motionBlurSamples), path, options);
 }
 
 void Exporter::exportMP4(const Array<TweenScene>& scenes, const std::string& path, const std::optional<ExportAudio>& audio,
                          const std::vector<VideoAudioClip>& videoAudioClips, const ExportOptions& options)
 {
     if (scenes.empty()) throw ExportError(ExportError::Kind::writeFailed, "No scenes to export");
-    if (scenes.size() > 1) throw ExportError(ExportError::Kind::writeFailed, "Scenes cannot be joined yet");
-    exportMP4(scenes.front(), path, 0, audio, videoAudioClips, options);
+    refuseSound(audio, videoAudioClips);
+    ExportPlan layout = planExport(scenes);
+    const TweenScene& first = scenes.front();
+    const FilmPlan plan = planFilm(first.size(), options.outputScale, first.fps, layout.totalDuration);
+    const auto source = makeScenesSource(scenes, std::move(layout.segments));
+    writeFilm(plan, *makeFilmFrames(*source, 0, plan.fps, options.motionBlurSamples), path, options);
 }
 
 } // namespace larkspool

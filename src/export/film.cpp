@@ -1,12 +1,10 @@
 #include "export/film.h"
 
-#include "foundation/uuid.h"
+#include "export/pending_file.h"
 
 #include <algorithm>
 #include <cmath>
 #include <exception>
-#include <filesystem>
-#include <system_error>
 #include <thread>
 
 #include <fmt/format.h>
@@ -21,7 +19,7 @@ using enum ExportError::Kind;
 constexpr double leastOutputScale = 0.1;
 constexpr std::int64_t leastSide = 2;
 /// The longest side that H.264 knows.
-constexpr double greatestSide = 16384;
+constexpr std::int64_t greatestSide = 16384;
 constexpr std::int64_t greatestFps = 1000;
 /// A day at the greatest rate of a cinema camera; more is a slip of the pen, and would fill any disk.
 constexpr double greatestFrameCount = 24.0 * 60 * 60 * 120;
@@ -36,37 +34,6 @@ double honouredScale(double outputScale)
 {
     throw ExportError(writeFailed, std::move(detail));
 }
-
-/// A file that is written beside its place. Removed at the end of its life unless it took its name.
-class PendingFile {
-public:
-    explicit PendingFile(std::filesystem::path destination)
-        : destination_(std::move(destination)),
-          pending_(destination_.parent_path() / fmt::format(".{}.{}.part", destination_.filename().string(), UUID::random().string()))
-    {
-    }
-    ~PendingFile()
-    {
-        std::error_code ignored;
-        std::filesystem::remove(pending_, ignored);
-    }
-    PendingFile(const PendingFile&) = delete;
-    PendingFile& operator=(const PendingFile&) = delete;
-
-    std::string path() const { return pending_.string(); }
-
-    void takeName()
-    {
-        std::error_code error;
-        std::filesystem::rename(pending_, destination_, error);
-        if (!error) return;
-        failWriting(fmt::format("The film cannot be put at {}: {}", destination_.string(), error.message()));
-    }
-
-private:
-    std::filesystem::path destination_;
-    std::filesystem::path pending_;
-};
 
 /// One pass over a film's frames: paint, hand over, tell.
 class FilmPass {
@@ -144,8 +111,8 @@ void writePending(const Exporter::FilmPlan& plan, Exporter::FilmFrames& frames, 
         file.takeName();
         return;
     }
-    // A film without a single frame is none: an earlier one is worth more.
-    if (pass.appendedFrames() > 0) file.takeName();
+    // A film without a single frame, or one that could not be closed, is none: an earlier one is worth more.
+    if (finished && pass.appendedFrames() > 0) file.takeName();
     throw ExportError(userCancelled);
 }
 
@@ -160,7 +127,7 @@ Exporter::FilmPlan Exporter::planFilm(CGSize sceneSize, double outputScale, std:
     };
     const double width = filmSide(sceneSize.width), height = filmSide(sceneSize.height);
     if (width > greatestSide || height > greatestSide)
-        failWriting(fmt::format("A film of {:.0f} x {:.0f} pixels is too large; {:.0f} is the longest side", width, height, greatestSide));
+        failWriting(fmt::format("A film of {:.15g} x {:.15g} pixels is too large; {} is the longest side", width, height, greatestSide));
 
     const auto even = [](double side) { return std::max(static_cast<std::int64_t>(side) & ~std::int64_t{1}, leastSide); };
     return {.width = even(width), .height = even(height), .fps = fps, .seconds = seconds};
@@ -172,7 +139,7 @@ std::int64_t Exporter::frameCount(const FilmPlan& plan)
         failWriting(fmt::format("A film cannot have {} frames a second; 1 to {} it can", plan.fps, greatestFps));
     const double frames = std::round(plan.seconds * static_cast<double>(plan.fps));
     if (!(frames <= greatestFrameCount)) failWriting(fmt::format("A film of {:g} seconds is too long", plan.seconds));
-    return std::max<std::int64_t>(static_cast<std::int64_t>(frames), 1);
+    return static_cast<std::int64_t>(std::max(frames, 1.0));
 }
 
 void Exporter::writeFilm(const FilmPlan& plan, FilmFrames& frames, const std::string& path, const ExportOptions& options)

@@ -19,7 +19,8 @@ void exportFilm(const TweenDocument& document, const std::string& outPath, const
 {
     const Exporter::ExportOptions options{.motionBlurSamples = 1, .outputScale = 1};
     if (document.scenes.size() == 1)
-        surroundings.exportScene(document.scenes.front(), outPath, /*startTime=*/0, /*audio=*/{}, /*videoAudioClips=*/{}, options);
+        surroundings.exportScene(document.scenes.front(), outPath, /*startTime=*/0, /*audio=*/{}, /*videoAudioClips=*/{},
+                                 options);
     else
         surroundings.exportScenes(document.scenes, outPath, /*audio=*/{}, /*videoAudioClips=*/{}, options);
 }

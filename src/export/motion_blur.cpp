@@ -1,5 +1,7 @@
 #include "export/motion_blur.h"
 
+#include "platform/raster_context.h"
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -109,6 +111,18 @@ double sampleTime(double centerTime, std::int64_t fps, int samples, int k)
     const double frame = fps > 0 ? 1 / static_cast<double>(fps) : 1;
     const double open = centerTime - frame * 0.5;
     return std::max(open + frame * ((k + 0.5) / samples), 0.0);
+}
+
+void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bool halfRes, double centerTime,
+                          const std::function<void(double time, PixelBuffer&)>& render)
+{
+    if (!halfRes) return accumulate(target, fps, samples, centerTime, render);
+
+    PixelBuffer half(std::max(target.width() / 2, 1), std::max(target.height() / 2, 1));
+    accumulate(half, fps, samples, centerTime, render);
+    const auto image = std::make_shared<const Image>(std::move(half), Image::Alpha::opaque);
+    const CGSize size{static_cast<double>(target.width()), static_cast<double>(target.height())};
+    makeRasterContext(target)->drawImage(image, {{0, 0}, image->size()}, {{0, 0}, size});
 }
 
 void blendRunningMean(PixelBuffer& mean, const PixelBuffer& sample, int k)

@@ -34,8 +34,8 @@ std::string complaint(const std::vector<std::string>& arguments)
 
 TEST(Call, SortsOperandsAndOptionsInAnyOrder)
 {
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"a.doc", "--at", "1.5", "-o", "b.png", "--quiet"}, {"--at=1.5", "--quiet", "-o", "b.png", "a.doc"}}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"a.doc", "--at", "1.5", "-o", "b.png", "--quiet"},
+                                                      {"--at=1.5", "--quiet", "-o", "b.png", "a.doc"}}) {
         SCOPED_TRACE(arguments[0]);
         const Call parsed = call(arguments);
         EXPECT_EQ(parsed.operand(0), "a.doc");
@@ -94,10 +94,21 @@ TEST(Call, TakesFiniteDecimalNumbersAndNothingBehindThem)
         const char* text;
         std::optional<double> number;
     };
-    const Case cases[] = {{"0", 0.0},          {"-0.5", -0.5},         {"1e3", 1000.0},       {".25", 0.25},
-                          {"", std::nullopt},  {"1s", std::nullopt},   {"1 ", std::nullopt},  {" 1", std::nullopt},
-                          {"nan", std::nullopt}, {"-nan", std::nullopt}, {"inf", std::nullopt}, {"1e999", std::nullopt},
-                          {"1,5", std::nullopt}, {"0x10", std::nullopt}, {"--", std::nullopt}};
+    const Case cases[] = {{"0", 0.0},
+                          {"-0.5", -0.5},
+                          {"1e3", 1000.0},
+                          {".25", 0.25},
+                          {"", std::nullopt},
+                          {"1s", std::nullopt},
+                          {"1 ", std::nullopt},
+                          {" 1", std::nullopt},
+                          {"nan", std::nullopt},
+                          {"-nan", std::nullopt},
+                          {"inf", std::nullopt},
+                          {"1e999", std::nullopt},
+                          {"1,5", std::nullopt},
+                          {"0x10", std::nullopt},
+                          {"--", std::nullopt}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
         const std::string expected = c.number ? "" : std::string("--at is not a number: ") + c.text;

@@ -157,8 +157,11 @@ TEST_F(CommandLine, TellsItsVersionAndItsHelp)
 
 TEST_F(CommandLine, HelpFitsAHundredAndThirtyColumns)
 {
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"--help"}, {"check", "--help"}, {"convert", "--help"}, {"evaluate", "--help"}, {"frame", "--help"}}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                      {"check", "--help"},
+                                                      {"convert", "--help"},
+                                                      {"evaluate", "--help"},
+                                                      {"frame", "--help"}}) {
         std::istringstream lines(call(arguments).out);
         for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 130u) << line;
     }
@@ -206,7 +209,8 @@ TEST_F(CommandLine, AFailedConversionLeavesItsOutputAsItWas)
 
 TEST_F(CommandLine, EvaluateTakesTheNamedSceneOrTheActiveOne)
 {
-    EXPECT_EQ(call({"evaluate", document, "--scene", "0", "--at", "0.5"}).out, "{\"scene\":0,\"time\":0.5,\"zoom\":null,\"layers\":[]}\n");
+    EXPECT_EQ(call({"evaluate", document, "--scene", "0", "--at", "0.5"}).out,
+              "{\"scene\":0,\"time\":0.5,\"zoom\":null,\"layers\":[]}\n");
     EXPECT_EQ(call({"evaluate", document, "--at", "-2"}).out, "{\"scene\":1,\"time\":-2,\"zoom\":null,\"layers\":[]}\n");
 }
 
@@ -235,8 +239,9 @@ TEST_F(CommandLine, EvaluateAndFrameGoAsDeepAsADocumentMay)
     const std::string deeper = folder.write("deeper.larkspool", nested(100'000));
     EXPECT_EQ(call({"evaluate", deep, "--at", "0"}).error, "");
     EXPECT_EQ(call({"frame", deep, "--at", "0", "-o", folder.file("frame.png")}).error, "");
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"check", deeper}, {"convert", deeper, folder.file("out")}, {"evaluate", deeper, "--at", "0"}}) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"check", deeper},
+                                                      {"convert", deeper, folder.file("out")},
+                                                      {"evaluate", deeper, "--at", "0"}}) {
         SCOPED_TRACE(arguments[0]);
         const Outcome outcome = call(arguments);
         EXPECT_EQ(outcome.status, 1);
@@ -298,13 +303,18 @@ TEST_F(CommandLine, RefusesSizesThatCannotBeWithAMessageThatNamesThem)
         SCOPED_TRACE(c.when);
         const std::string wrong = folder.write("wrong.larkspool", documentText({c.scene}));
         for (const std::vector<std::string>& arguments :
-             {std::vector<std::string>{"frame", wrong, "--at", "0", "-o", folder.file("out")}, {"export", wrong, "-o", folder.file("out")}}) {
+             {std::vector<std::string>{"frame", wrong, "--at", "0", "-o", folder.file("out")},
+              {"export", wrong, "-o", folder.file("out")}}) {
             const Outcome outcome = call(arguments);
             EXPECT_EQ(outcome.status, 1);
             EXPECT_THAT(outcome.error, IsOneLine(c.words));
         }
         EXPECT_FALSE(folder.has("out"));
     }
+    const std::string vast = folder.write("vast.larkspool", documentText({{.width = "32767", .height = "32767"}}));
+    const Outcome refused = call({"frame", vast, "--at", "0", "-o", folder.file("out")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.error, IsOneLine("32767 x 32767"));
     for (const char* side : {"0", "-5", "0.5"}) {
         SCOPED_TRACE(side);
         const std::string wrong = folder.write("wrong.larkspool", documentText({{.height = side}}));
@@ -317,7 +327,8 @@ TEST_F(CommandLine, RefusesSizesThatCannotBeWithAMessageThatNamesThem)
 TEST_F(CommandLine, ExportWritesTheFilmAndOneLine)
 {
     const std::string out = folder.file("film.mp4");
-    const Outcome outcome = call({"export", document, "-o", out, "--scene", "0", "--no-audio", "--exporter", "cpu", "--motion-blur", "1"});
+    const Outcome outcome =
+        call({"export", document, "-o", out, "--scene", "0", "--no-audio", "--exporter", "cpu", "--motion-blur", "1"});
     EXPECT_EQ(outcome.status, 0) << outcome.error;
     EXPECT_EQ(outcome.error, "");
     EXPECT_THAT(outcome.out, StartsWith("Wrote " + out + ": 10 frames in "));

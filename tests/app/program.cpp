@@ -104,14 +104,17 @@ ProgramResult runProgram(const ProgramRun& run)
 
     ProgramResult result;
     const auto deadline = std::chrono::steady_clock::now() + timeLimit;
-    std::array<pollfd, 2> channels{{{.fd = out.reading, .events = POLLIN, .revents = 0}, {.fd = error.reading, .events = POLLIN, .revents = 0}}};
+    std::array<pollfd, 2> channels{
+        {{.fd = out.reading, .events = POLLIN, .revents = 0}, {.fd = error.reading, .events = POLLIN, .revents = 0}}};
     while (channels[0].fd >= 0 || channels[1].fd >= 0) {
         poll(channels.data(), channels.size(), 100);
         if (std::chrono::steady_clock::now() > deadline) kill(process, SIGKILL);
         if (channels[0].revents && !readInto(result.out, channels[0].fd)) channels[0].fd = -1;
         if (channels[1].revents) {
-            if (!readInto(result.error, channels[1].fd)) channels[1].fd = -1;
-            else if (run.watch) run.watch(result.error, process);
+            if (!readInto(result.error, channels[1].fd))
+                channels[1].fd = -1;
+            else if (run.watch)
+                run.watch(result.error, process);
         }
     }
     close(out.reading);

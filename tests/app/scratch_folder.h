@@ -2,6 +2,7 @@
 
 #include "foundation/uuid.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -17,9 +17,10 @@ struct SceneText {
 
     std::string json() const
     {
-        return fmt::format(R"({{"width":{},"height":{},"fps":{},"duration":{},"endPause":0,)"
-                           R"("id":"10000000-0000-0000-0000-000000000000","background":{{"r":1,"g":1,"b":1,"a":1}},"layers":[{}]}})",
-                           width, height, fps, duration, layers);
+        return fmt::format(
+            R"({{"width":{},"height":{},"fps":{},"duration":{},"endPause":0,)"
+            R"("id":"10000000-0000-0000-0000-000000000000","background":{{"r":1,"g":1,"b":1,"a":1}},"layers":[{}]}})",
+            width, height, fps, duration, layers);
     }
 };
 
@@ -30,7 +31,7 @@ inline std::string documentText(const std::vector<SceneText>& scenes, int active
     return fmt::format(R"({{"version":2,"activeSceneIndex":{},"scenes":[{}]}})", activeSceneIndex, list);
 }
 
-/// A red box with soft edges to its move: 24 x 24 at (x, 6), going to x + 200 over ten seconds.
+/// A red box: 24 x 24 at (x, 6), going to x + 200 over ten seconds.
 inline std::string movingBoxText(int x)
 {
     return fmt::format(

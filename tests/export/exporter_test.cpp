@@ -5,8 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace larkspool {
 namespace {
@@ -107,13 +111,16 @@ TEST(FilmPlan, AHugeSizeIsRefusedWithItsName)
 {
     EXPECT_EQ(failureOf([] { Exporter::planFilm({1e9, 1e9}, 1, 60, 1); }),
               "Export failed: A film of 1000000000 x 1000000000 pixels is too large; 16384 is the longest side");
+    EXPECT_EQ(failureOf([] { Exporter::planFilm({50, 1e300}, 1, 60, 1); }),
+              "Export failed: A film of 50 x 1e+300 pixels is too large; 16384 is the longest side");
 }
 
 TEST(FilmPlan, FramesAreTheNearestWholeNumberAndAtLeastOne)
 {
     struct Case { const char* what; double seconds; std::int64_t fps, frames; };
     for (const Case& c : {Case{"a second", 1, 30, 30}, Case{"nothing left", 0, 30, 1}, Case{"half a frame rounds up", 0.05, 30, 2},
-                          Case{"less than half a frame", 0.01, 30, 1}, Case{"five seconds", 5, 60, 300}}) {
+                          Case{"less than half a frame", 0.01, 30, 1}, Case{"five seconds", 5, 60, 300},
+                          Case{"less than nothing", -3, 60, 1}, Case{"beyond all whole numbers below nothing", -1e300, 60, 1}}) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(Exporter::frameCount({.width = 2, .height = 2, .fps = c.fps, .seconds = c.seconds}), c.frames);
     }
@@ -252,6 +259,60 @@ TEST(Export, ACancelBeforeTheFirstFrameLeavesAnEarlierFilm)
     options.cancel = &cancel;
     EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
     EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+}
+
+TEST(Export, ACancelledFilmThatCannotBeClosedLeavesAnEarlierOne)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("film.mp4")) << "earlier";
+    WriterLog log;
+    log.finishFails = true;
+    Exporter::ExportCancelFlag cancel;
+    ExportOptions options = optionsWritingTo(log);
+    options.cancel = &cancel;
+    options.progress = [&](double) { cancel.cancel(); };
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+    EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
+}
+
+TEST(Export, APlaceWhereNoFileCanStandIsRefusedBeforeAnyWork)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("taken"));
+    for (const std::string& path : {folder.file("taken"), folder.file(""), std::string()}) {
+        WriterLog log;
+        EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), path, optionsWritingTo(log)); }),
+                  "Export failed: \"" + path + "\" is no name of a file that a film can take");
+        EXPECT_TRUE(log.appended.empty());
+    }
+    EXPECT_THAT(folder.names(), testing::ElementsAre("taken"));
+}
+
+TEST(Export, AFilmMayHaveTheLongestNameThereIs)
+{
+    const TemporaryFolder folder;
+    const std::string name = std::string(251, 'n') + ".mp4";
+    WriterLog log;
+    exportScene(movingScene(1, 4), folder.file(name), optionsWritingTo(log));
+    EXPECT_THAT(folder.names(), testing::ElementsAre(name));
+}
+
+TEST(Export, AListOfScenesHasTheSizeAndRateOfTheFirstAndAllPauses)
+{
+    const TemporaryFolder folder;
+    WriterLog log;
+    TweenScene first = movingScene(1, 4), second = movingScene(1, 60);
+    first.endPause = 0.5;
+    second.width = 100;
+    second.height = 60;
+    second.endPause = 1;
+    Exporter::exportMP4(Array<TweenScene>{first, second}, folder.file("film.mp4"), std::nullopt, {}, optionsWritingTo(log));
+    EXPECT_EQ(log.settings.width, 8);
+    EXPECT_EQ(log.settings.height, 4);
+    EXPECT_EQ(log.settings.fps, 4);
+    EXPECT_EQ(log.appended.size() + log.repeated.size(), 14u); // 1.5 and 2 seconds of 4 frames.
+    EXPECT_THAT(log.repeated, testing::IsSupersetOf({5, 11, 12, 13}));
 }
 
 TEST(Export, EveryFailureHasItsWordsAndLeavesAnEarlierFilm)

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <stdexcept>
 
@@ -221,7 +222,8 @@ TEST_F(HeadlessRun, ADocumentThatDoesNotLoadGivesOneLineAndNoExport)
 
 TEST_F(HeadlessRun, AMissingOrMalformedFileGivesOneLine)
 {
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("larkspool-headless-" + UUID::random().string());
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("larkspool-headless-" + UUID::random().string());
     std::filesystem::create_directory(folder);
     std::ofstream(folder / "text.larkspool") << "no document";
     const auto load = HeadlessSurroundings::system().load;
