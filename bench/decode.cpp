@@ -52,7 +52,9 @@ TweenDocument layersDocument()
     const auto number = [&] { return static_cast<double>(random() % 192'000) / 100; };
     std::vector<Layer> layers;
     for (int i = 0; i < layerCount; ++i) {
-        Layer layer{.name = fmt::format("Rectangle {}", i + 1), .transform = {.x = number(), .y = number()}, .size = {number(), number()}};
+        Layer layer{.name = fmt::format("Rectangle {}", i + 1),
+                    .transform = {.x = number(), .y = number()},
+                    .size = {number(), number()}};
         for (int k = 0; k < keyframeCount; ++k)
             layer.keyframes.append({.property = k % 2 ? Keyframe::AnimatableProperty::x : Keyframe::AnimatableProperty::y,
                                     .time = k * 0.5,

@@ -120,7 +120,8 @@ int main()
     std::printf("%-8s %7.3f ms (median %7.3f)\n", "fill", floor.best, floor.median);
     const auto print = [&](const char* name, void (*draw)(RasterContext&)) {
         const Times times = measured([&] { draw(*context); });
-        std::printf("%-8s %7.3f ms (median %7.3f), %5.1f fills of the frame\n", name, times.best, times.median, times.best / floor.best);
+        std::printf("%-8s %7.3f ms (median %7.3f), %5.1f fills of the frame\n", name, times.best, times.median,
+                    times.best / floor.best);
     };
     print("cards", drawCards);
     print("shadows", drawShadows);
