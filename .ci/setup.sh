@@ -29,10 +29,11 @@ install_packages() {
     "${apt[@]}" install --yes --no-install-recommends "${missing[@]}" >&2
 }
 
-# configure PRESET: makes its build folder ready. Under CI a warning is an error. Says nothing on standard output.
+# configure PRESET: makes its build folder ready. Under CI a warning of the preset dev is an error; under the sanitizers the
+# compiler sees some that are none. Says nothing on standard output.
 configure() {
     local warnings=OFF
-    [[ ${CI:-} != true ]] || warnings=ON
+    [[ ${CI:-} != true || $1 != dev ]] || warnings=ON
     (cd "$project" && cmake --preset "$1" --log-level=WARNING -DLARKSPOOL_WARNINGS_AS_ERRORS=$warnings) >&2
 }
 

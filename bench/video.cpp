@@ -84,8 +84,8 @@ int decodeAlone(const std::string& path)
     int count = 0;
     const auto receive = [&] {
         while (count < frames && avcodec_receive_frame(codec, frame) >= 0) {
-            scaler = sws_getCachedContext(scaler, frame->width, frame->height, static_cast<AVPixelFormat>(frame->format), frame->width,
-                                          frame->height, AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr, nullptr);
+            scaler = sws_getCachedContext(scaler, frame->width, frame->height, static_cast<AVPixelFormat>(frame->format),
+                                          frame->width, frame->height, AV_PIX_FMT_BGRA, SWS_BICUBIC, nullptr, nullptr, nullptr);
             pixels.resize(static_cast<std::size_t>(frame->width) * static_cast<std::size_t>(frame->height) * 4);
             std::uint8_t* const rows[4] = {pixels.data()};
             const int bytesPerRow[4] = {frame->width * 4};
@@ -132,7 +132,8 @@ std::string madeFilm(const std::string& folder)
 {
     const std::string path = folder + "/film.mp4";
     const std::string command = "ffmpeg -nostdin -v error -y -f lavfi -i testsrc2=s=1920x1080:r=30:d=12 -c:v libx264 "
-                                "-pix_fmt yuv420p -preset veryfast '" + path + "'";
+                                "-pix_fmt yuv420p -preset veryfast '" +
+                                path + "'";
     require(std::system(command.c_str()) == 0, "ffmpeg cannot make the film");
     return path;
 }

@@ -31,6 +31,8 @@ if(LARKSPOOL_FUZZ)
 endif()
 if(LARKSPOOL_SANITIZE)
   add_compile_options(-fsanitize=${LARKSPOOL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  # With checks between the instructions GCC 12 no longer sees that variants and optionals are set before they are read.
+  add_compile_options(-Wno-maybe-uninitialized)
   add_link_options(-fsanitize=${LARKSPOOL_SANITIZE})
 endif()
 

@@ -8,17 +8,21 @@ Python 3, standard library only. Identifiers come from the name of the document 
 write the same bytes.
 
     welcome              a project board: cards rise, a button is pressed, a panel opens, a switch brings it to life
+    gallery              all kinds of layers but video, which needs a film beside the document
     shapes-and-strokes   rectangles, ellipses and free paths with every kind of stroke
     shadows-and-glow     the shadow presets, and pulses that glow and bounce
     groups-and-stacks    stacks that make room, gaps that open, groups that turn
     zoom                 the camera: a span that zooms, one that cuts, and a zoom that pans while it lasts
     effects-and-easing   how layers come and go, and how they move in between
 """
+import base64
 import hashlib
 import json
 import math
+import struct
 import sys
 import uuid
+import zlib
 from pathlib import Path
 
 MAGIC = b'LKS\x00'
@@ -67,6 +71,9 @@ def curve_to(c1, c2, end):
 CLOSE = {'close': {}}
 
 
+ONLY_WHERE_SET = {'imageData', 'cursorHoverOverride'}   # keys that a layer without them lacks
+
+
 class Maker:
     """Makes the records of one document, each with every key of the format."""
 
@@ -104,7 +111,7 @@ class Maker:
             'lineShape': 'freeform', 'lineArcBend': 0.5, 'lineArcReversed': False, 'lineWaveFrequency': 3,
             'lineWaveAmplitude': 0.6, 'linePoints': [], 'lineArrowStart': False, 'lineArrowEnd': False, 'lineCurved': False,
         }
-        unknown = set(fields) - set(layer)
+        unknown = set(fields) - set(layer) - ONLY_WHERE_SET
         assert not unknown, unknown
         layer.update(fields)
         return layer
@@ -113,7 +120,7 @@ class Maker:
         return self.layer('rectangle', name, x, y, width, height, moves, fill=fill, cornerRadius=radius, **fields)
 
     def bar(self, name, x, y, width, height, fill, moves=(), **fields):
-        """A rectangle with round ends: it stands where a finished design has words."""
+        """A rectangle with round ends."""
         return self.rectangle(name, x, y, width, height, fill, height / 2, moves, **fields)
 
     def ellipse(self, name, x, y, width, height, fill, moves=(), **fields):
@@ -121,6 +128,11 @@ class Maker:
 
     def path(self, name, x, y, width, height, commands, fill, moves=(), **fields):
         return self.layer('path', name, x, y, width, height, moves, path=commands, fill=fill, **fields)
+
+    def text(self, words, x, y, width, height, size, tone, face='Inter', alignment='left', moves=(), **fields):
+        """Words in a box of its own size: the box stays as it is, whatever fonts a machine has."""
+        return self.layer('text', words.replace('\n', ' '), x, y, width, height, moves, text=words, fontSize=size, fontName=face, textColor=tone,
+                          textAlignment=alignment, textAutoFit=False, textUserResized=True, **fields)
 
     def group(self, name, x, y, width, height, children, moves=(), **fields):
         return self.layer('group', name, x, y, width, height, moves, children=children, **fields)
@@ -187,14 +199,11 @@ STRONG, SOFT, FAINT = color('#C4C9DB'), color('#DDE1EC'), color('#EDF0F6')
 EDGE, WASH = color('#E6E9F2'), color('#F7F8FC')
 ACCENT, PRESSED, TINT = color('#5B5BF0'), color('#4340CE'), color('#ECECFE')
 CORAL, MINT, AMBER, SKY, VIOLET = (color(c) for c in ('#FF8E72', '#34C79A', '#FFC062', '#56B4FC', '#A58BFA'))
+GREY, DIM = color('#666C87'), color('#9AA0B8')
+CORAL_INK, MINT_INK, AMBER_INK, SKY_INK = (color(c) for c in ('#C04A2E', '#12795A', '#8F5D06', '#1A6AAE'))
+MEDIUM, SEMI, BOLD = 'Inter Medium', 'Inter Semi Bold', 'Inter Bold'
 CORAL_TINT, MINT_TINT, AMBER_TINT, SKY_TINT, VIOLET_TINT = (
     color(c) for c in ('#FFEDE8', '#E0F6EF', '#FFF3E0', '#E4F3FF', '#F1EDFE'))
-
-
-def arrow_path():
-    """A pointer, 24 by 36, with its tip at the origin."""
-    points = [(0, 0), (0, 29), (6.8, 22.6), (11.6, 33.4), (16.6, 31.2), (11.9, 20.6), (21.2, 20.2)]
-    return [move_to(*points[0])] + [line_to(*p) for p in points[1:]] + [CLOSE]
 
 
 def plus_path(side, thickness):
@@ -219,52 +228,43 @@ def wing_path():
             curve_to((22, 10), (17, 19), (10, 20)), curve_to((11, 16), (10, 13), (7, 11)), curve_to((3, 9), (1, 6), (0, 3)), CLOSE]
 
 
-def glow_rings(m, name, x, y, radius, tint, rings, alpha):
-    """A wide soft light: discs of one faint colour, each within the one before."""
-    return m.group(name, 0, 0, radius * 2, radius * 2, [
-        m.ellipse(f'{name} {n + 1}', x - r, y - r, r * 2, r * 2, dict(tint, a=alpha))
-        for n in range(rings) for r in [radius * (rings - n) / rings]])
-
-
 # ---------------------------------------------------------------- welcome
 
 WINDOW = (200, 100, 1520, 880)
 LIST = (280, 208, 1192, 112, 128)   # x, y, width, height of a row, distance to the next
 NARROW = 720
 PANEL = (1032, 136, 440, 696)
-PRESS, FOLD, OPEN, SWITCH = 2.0, 2.06, 2.2, 4.5
+PRESS, FOLD, OPEN, SWITCH, LENS = 2.0, 2.06, 2.2, 4.5, 5.5
 
 
 def welcome_backdrop(m):
-    return m.group('Backdrop', 0, 0, 1920, 1080, [
-        glow_rings(m, 'Cool light', 260, 980, 760, color('#8080FF'), 13, 0.0157),
-        glow_rings(m, 'Warm light', 1700, 60, 680, color('#FFBFA0'), 13, 0.0157),
-    ])
+    return m.layer('gradientField', 'Backdrop', 0, 0, 1920, 1080, fill=color('#8F93EE'), stroke=color('#F0A9B8'),
+                   opacity=0.34, gradientWarpSpeed=1, gradientPulseAmount=0.2)
 
 
 def welcome_sidebar(m):
     rows = []
-    for n, width in enumerate((96, 120, 80, 112, 88)):
+    for n, name in enumerate(('Overview', 'Projects', 'Calendar', 'Reports', 'Team')):
         chosen = n == 1
         mark = ACCENT if chosen else STRONG
         icon = (m.ellipse if n in (0, 3) else m.rectangle)('Icon', 16, 14, 20, 20, mark, **({} if n in (0, 3) else {'radius': 6}))
         rows.append(m.group(f'Entry {n + 1}', 0, 0, 184, 48, [
             m.rectangle('Back', 0, 0, 184, 48, TINT if chosen else dict(WASH, a=0), 12),
-            icon, m.bar('Name', 52, 18, width, 12, ACCENT if chosen else STRONG, opacity=0.72 if chosen else 1)]))
+            icon, m.text(name, 52, 8, 128, 32, 17, ACCENT if chosen else GREY, SEMI if chosen else MEDIUM)]))
     return m.group('Sidebar', 0, 0, 232, 880, [
         m.path('Pane', 0, 0, 232, 880, [
             move_to(28, 0), line_to(232, 0), line_to(232, 880), line_to(28, 880), curve_to((12.5, 880), (0, 867.5), (0, 852)),
             line_to(0, 28), curve_to((0, 12.5), (12.5, 0), (28, 0)), CLOSE], WASH),
         m.rectangle('Divider', 231, 0, 1, 880, EDGE),
-        m.group('Mark', 32, 40, 160, 40, [
+        m.group('Mark', 32, 40, 184, 40, [
             m.rectangle('Tile', 0, 0, 40, 40, ACCENT, 12),
             m.path('Lark', 8, 10, 24, 20, wing_path(), WHITE),
-            m.bar('Name', 56, 12, 88, 16, INK)]),
+            m.text('Larkspool', 56, 4, 128, 32, 22, INK, BOLD)]),
         m.group('Entries', 24, 128, 184, 272, rows, groupLayout='vertical', groupGap=8),
-        m.group('Person', 32, 792, 168, 48, [
+        m.group('Person', 32, 792, 184, 48, [
             m.ellipse('Face', 0, 0, 48, 48, AMBER),
             m.ellipse('Head', 16, 10, 16, 16, WHITE), m.bar('Shoulders', 11, 29, 26, 12, WHITE),
-            m.bar('Name', 64, 10, 88, 12, STRONG), m.bar('Role', 64, 30, 56, 8, SOFT)]),
+            m.text('Ada Wren', 64, 1, 120, 24, 17, INK, SEMI), m.text('Designer', 64, 25, 120, 22, 15, GREY)]),
     ])
 
 
@@ -274,22 +274,31 @@ def welcome_button(m):
     return m.group('Button', 1296, 48, 176, 56, [
         m.rectangle('Light', 0, 0, 176, 56, ACCENT, 16, opacity=0.5, pulses=[m.pulse(PRESS, 'glow')]),
         m.rectangle('Back', 0, 0, 176, 56, ACCENT, 16, [tone]),
-        m.path('Chart', 28, 19, 18, 18, chart_path(18), WHITE),
-        m.bar('Label', 60, 22, 88, 12, WHITE)], dip)
+        m.path('Chart', 32, 19, 18, 18, chart_path(18), WHITE),
+        m.text('Insights', 64, 12, 104, 32, 20, WHITE, SEMI)], dip)
 
 
 def welcome_header(m):
     filters = [m.group(f'Filter {n + 1}', 0, 0, width, 40, [
         m.rectangle('Back', 0, 0, width, 40, INK if n == 0 else WHITE, 20, stroke=EDGE, strokeWidth=0 if n == 0 else 1.5),
-        m.bar('Name', 20, 15, width - 40, 10, WHITE if n == 0 else STRONG)]) for n, width in enumerate((96, 120, 104))]
+        m.text(name, 0, 4, width, 32, 16, WHITE if n == 0 else GREY, MEDIUM, 'center')])
+        for n, (name, width) in enumerate((('All', 72), ('Active', 96), ('Shipped', 112)))]
     return m.group('Header', 0, 0, 1520, 176, [
-        m.bar('Title', 280, 52, 232, 24, INK), m.bar('Subtitle', 280, 90, 344, 12, STRONG),
+        m.text('Projects', 280, 36, 480, 48, 40, INK, BOLD),
+        m.text('Five in motion, one ready to launch', 280, 88, 480, 28, 18, GREY),
         m.group('Filters', 280, 136, 336, 40, filters, groupLayout='horizontal', groupGap=8),
         welcome_button(m)])
 
 
+CARDS = (('Onboarding flow', 'Updated two hours ago', 'Review', 72), ('Spring launch', 'Due on Friday', 'Active', 40),
+         ('Mobile app', 'All checks passed', 'Ready', 88), ('Brand refresh', 'Waiting for feedback', 'On hold', 56),
+         ('Data export', 'Starts in June', 'Planned', 24))
+
+
 def welcome_card(m, n):
-    tone, tint = [(CORAL, CORAL_TINT), (ACCENT, TINT), (MINT, MINT_TINT), (AMBER, AMBER_TINT), (SKY, SKY_TINT)][n]
+    tone, tint, ink = ((CORAL, CORAL_TINT, CORAL_INK), (ACCENT, TINT, PRESSED), (MINT, MINT_TINT, MINT_INK),
+                       (AMBER, AMBER_TINT, AMBER_INK), (SKY, SKY_TINT, SKY_INK))[n]
+    name, note, state, percent = CARDS[n]
     x, y, wide, height, pitch = LIST
     rise, fold = 0.5 + 0.09 * n, FOLD + 0.025 * n
     top = y + pitch * n
@@ -301,7 +310,7 @@ def welcome_card(m, n):
         return [m.move('opacity', 1, (PRESS - 0.04, PRESS + 0.14, until, EASE_OUT))]
 
     shrink = NARROW - wide
-    share = (0.72, 0.4, 0.88, 0.56, 0.24)[n]
+    way = [(LENS - 0.1, LENS + 0.3, 0, EASE_IN_OUT)] if n > 1 else []
     chosen = n == 1
     edge = m.move('stroke', EDGE, (fold, fold + 0.4, ACCENT if chosen else EDGE, EASE_OUT))
     edge_width = m.move('strokeWidth', 1.5, (fold, fold + 0.4, 2 if chosen else 1.5, EASE_OUT))
@@ -310,18 +319,20 @@ def welcome_card(m, n):
         m.rectangle('Back', 0, 0, wide, height, WHITE, 20, follow('width', wide, NARROW) + [edge, edge_width], stroke=EDGE, strokeWidth=1.5),
         m.rectangle('Tile', 24, 24, 64, 64, tint, 18),
         m.ellipse('Sign', 44, 44, 24, 24, tone) if n % 2 == 0 else m.rectangle('Sign', 44, 44, 24, 24, tone, 7),
-        m.bar('Name', 112, 32, (216, 184, 248, 168, 200)[n], 16, INK),
-        m.bar('Note', 112, 64, (152, 208, 136, 192, 120)[n], 12, SOFT),
-        m.group('Progress', 520, 50, 280, 12, [
-            m.bar('Track', 0, 0, 280, 12, FAINT, fade(0)),
-            m.bar('Done', 0, 0, 280 * share, 12, tone,
-                  [m.move('width', 12, (rise + 0.35, rise + 1.25, 280 * share, ARRIVE))] + fade(0))]),
+        m.text(name, 112, 24, 376, 32, 22, INK, SEMI),
+        m.text(note, 112, 58, 376, 28, 17, GREY),
+        m.group('Progress', 520, 40, 344, 32, [
+            m.bar('Track', 0, 12, 264, 8, FAINT, fade(0)),
+            m.bar('Done', 0, 12, 2.64 * percent, 8, tone,
+                  [m.move('width', 8, (rise + 0.35, rise + 1.25, 2.64 * percent, ARRIVE))] + fade(0)),
+            m.text(f'{percent}%', 280, 0, 64, 32, 17, GREY, MEDIUM, moves=fade(0))]),
         m.group('People', 0, 0, 1, 1, [
-            m.ellipse(f'Face {k + 1}', 880 + 28 * k, 38, 36, 36, face, fade(0), stroke=WHITE, strokeWidth=3, strokeOutside=True)
+            m.ellipse(f'Face {k + 1}', 896 + 28 * k, 38, 36, 36, face, fade(0), stroke=WHITE, strokeWidth=3, strokeOutside=True)
             for k, face in enumerate([(VIOLET, SKY, AMBER), (CORAL, MINT), (AMBER, VIOLET), (SKY, CORAL, MINT), (MINT, VIOLET)][n])]),
-        m.group('State', wide - 120, 40, 96, 32, [
-            m.bar('Back', 0, 0, 96, 32, tint), m.bar('Word', 20, 11, 56, 10, tone)], follow('x', wide - 120, wide - 120 + shrink)),
-    ], [m.move('y', top + 72, (rise, rise + 0.9, top, ARRIVE)), m.move('opacity', 0, (rise, rise + 0.3, 1, EASE_OUT))])
+        m.group('State', wide - 128, 40, 104, 32, [
+            m.bar('Back', 0, 0, 104, 32, tint), m.text(state, 0, 0, 104, 32, 16, ink, SEMI, 'center')],
+            follow('x', wide - 128, wide - 128 + shrink)),
+    ], [m.move('y', top + 72, (rise, rise + 0.9, top, ARRIVE)), m.move('opacity', 0, (rise, rise + 0.3, 1, EASE_OUT), *way)])
 
 
 def welcome_panel(m):
@@ -333,30 +344,36 @@ def welcome_panel(m):
                        [m.move('y', py + 28, (at, at + 0.7, py, ARRIVE)), m.move('opacity', 0, (at, at + 0.3, 1, EASE_OUT))])
 
     start = OPEN + 0.1
-    face = come_in('Person', start, 32, 32, 376, 64, [
+    face = come_in('Project', start, 32, 32, 376, 64, [
         m.rectangle('Tile', 0, 0, 64, 64, TINT, 20),
         m.rectangle('Sign', 20, 20, 24, 24, ACCENT, 7),
         m.ellipse('Badge', 52, 52, 16, 16, STRONG, [m.move('fill', STRONG, (SWITCH + 0.1, SWITCH + 0.3, MINT, EASE_OUT))],
                   stroke=WHITE, strokeWidth=4, strokeOutside=True, pulses=[m.pulse(SWITCH + 0.1, 'scale')]),
-        m.bar('Name', 88, 12, 168, 18, INK), m.bar('Note', 88, 42, 112, 12, SOFT),
+        m.text('Spring launch', 88, 2, 240, 34, 26, INK, BOLD), m.text('Due on Friday', 88, 36, 240, 26, 17, GREY),
         m.ellipse('Close', 336, 12, 40, 40, WASH),
-        m.path('Cross', 349, 25, 14, 14, plus_path(14, 2.5), STRONG, rotation=45)])
-    heights, first = (56, 88, 72, 112, 96, 136, 120), start + 0.2
+        m.path('Cross', 349, 25, 14, 14, plus_path(14, 2.5), GREY, rotation=45)])
+    days, ground, first, pale = (('M', 52), ('T', 84), ('W', 68), ('T', 108), ('F', 92), ('S', 80), ('S', 96)), 208, start + 0.2, color('#DFDFFC')
+    live = LENS + 0.55
+    bars = []
+    for n, (day, tall) in enumerate(days):
+        at, last = first + 0.05 * n, n == len(days) - 1
+        more = [(live, live + 0.8, 124, LIVELY)] if last else []
+        bars.append(m.rectangle(f'Day {n + 1}', 56 * n, ground - tall, 40, tall, pale, 10, [
+            m.move('height', 12, (at, at + 0.9, tall, LIVELY), *more),
+            m.move('y', ground - 12, (at, at + 0.9, ground - tall, LIVELY), *((a, b, ground - v, e) for a, b, v, e in more)),
+            *([m.move('fill', pale, (live, live + 0.4, ACCENT, EASE_IN_OUT))] if last else [])]))
+        bars.append(m.text(day, 56 * n, ground + 8, 40, 24, 15, GREY, MEDIUM, 'center'))
     chart = come_in('Chart', start + 0.1, 32, 144, 376, 240, [
-        m.bar('Label', 0, 4, 96, 12, SOFT), m.bar('Value', 0, 32, 136, 24, INK),
-        m.group('Change', 152, 32, 72, 24, [m.bar('Back', 0, 0, 72, 24, MINT_TINT), m.bar('Word', 16, 8, 40, 8, MINT)])] + [
-        m.rectangle(f'Day {n + 1}', 56 * n, 240 - tall, 40, tall, color('#DFDFFC'), 10, [
-            m.move('height', 12, (first + 0.05 * n, first + 0.05 * n + 0.9, tall, LIVELY)),
-            m.move('y', 228, (first + 0.05 * n, first + 0.05 * n + 0.9, 240 - tall, LIVELY))] + (
-                [m.move('fill', color('#DFDFFC'), (first + 0.05 * n + 0.35, first + 0.05 * n + 0.75, ACCENT, EASE_IN_OUT))] if n == 5 else []))
-        for n, tall in enumerate(heights)])
+        m.text('Visits this week', 0, 4, 240, 24, 17, GREY), m.text('12,480', 0, 30, 132, 40, 34, INK, BOLD),
+        m.group('Change', 140, 34, 80, 32, [m.bar('Back', 0, 0, 80, 32, MINT_TINT), m.text('+18%', 0, 0, 80, 32, 16, MINT_INK, SEMI, 'center')]),
+        *bars])
     tiles = [come_in(f'Figure {n + 1}', start + 0.24 + 0.08 * n, 32 + 196 * n, 408, 180, 96, [
-        m.rectangle('Back', 0, 0, 180, 96, WASH, 16), m.rectangle('Tile', 16, 16, 32, 32, tint, 10),
-        m.ellipse('Sign', 26, 26, 12, 12, tone), m.bar('Name', 64, 27, 72, 10, STRONG), m.bar('Value', 16, 64, width, 16, INK)])
-        for n, (tone, tint, width) in enumerate(((CORAL, CORAL_TINT, 104), (SKY, SKY_TINT, 80)))]
+        m.rectangle('Back', 0, 0, 180, 96, WASH, 16), m.rectangle('Tile', 16, 14, 32, 32, tint, 10),
+        m.ellipse('Sign', 26, 24, 12, 12, tone), m.text(name, 60, 14, 116, 32, 16, GREY, MEDIUM), m.text(value, 16, 52, 148, 34, 24, INK, BOLD)])
+        for n, (tone, tint, name, value) in enumerate(((CORAL, CORAL_TINT, 'Sign-ups', '1,204'), (SKY, SKY_TINT, 'Activation', '68%')))]
     switch = come_in('Switch row', start + 0.42, 32, 536, 376, 40, [
-        m.rectangle('Tile', 0, 0, 40, 40, VIOLET_TINT, 12), m.bar('Sign', 11, 17, 18, 6, VIOLET),
-        m.bar('Name', 56, 6, 128, 12, INK), m.bar('Note', 56, 26, 168, 8, SOFT),
+        m.rectangle('Tile', 0, 0, 40, 40, VIOLET_TINT, 12), m.ellipse('Sign', 13, 13, 14, 14, CLEAR, stroke=VIOLET, strokeWidth=3.5),
+        m.text('Publish', 56, -6, 240, 28, 18, INK, SEMI), m.text('Visible to everyone', 56, 20, 240, 24, 16, GREY),
         m.group('Switch', 320, 4, 56, 32, [
             m.bar('Track', 0, 0, 56, 32, SOFT, [m.move('fill', SOFT, (SWITCH, SWITCH + 0.25, ACCENT, EASE_IN_OUT))]),
             m.soft_shadow(24, 24, 12, 'low', 0.5, [m.move('x', 4, (SWITCH, SWITCH + 0.5, 28, LIVELY))], 4, 4),
@@ -366,7 +383,7 @@ def welcome_panel(m):
         m.rectangle('Light', 0, 0, 376, 56, ACCENT, 16, [m.move('opacity', 0, (wake, wake + 0.2, 0.5, EASE_OUT))],
                     opacity=0, pulses=[m.pulse(wake, 'glow')]),
         m.rectangle('Back', 0, 0, 376, 56, FAINT, 16, [m.move('fill', FAINT, (wake, wake + 0.35, ACCENT, EASE_IN_OUT))]),
-        m.bar('Label', 132, 22, 112, 12, STRONG, [m.move('fill', STRONG, (wake, wake + 0.35, WHITE, EASE_IN_OUT))])])
+        m.text('View live page', 0, 12, 376, 32, 20, DIM, SEMI, 'center', [m.move('textColor', DIM, (wake, wake + 0.35, WHITE, EASE_IN_OUT))])])
     return m.group('Panel', x, y, width, height, [
         m.soft_shadow(width, height, 24, 'high', 0.3, after=OPEN + 0.12), m.soft_shadow(width, height, 24, 'low', 0.25, after=OPEN + 0.12),
         m.rectangle('Back', 0, 0, width, height, WHITE, 24, stroke=EDGE, strokeWidth=1.5),
@@ -375,27 +392,52 @@ def welcome_panel(m):
         spans=[m.span(OPEN, 7)])
 
 
+def welcome_note(m):
+    """A word in the margin and a line that draws itself from there to the switch."""
+    begin, end = 3.55, 4.95
+    return [
+        m.text('One tap,\nand it is live', 1744, 604, 168, 64, 24, PRESSED, SEMI, moves=[
+            m.move('y', 616, (begin, begin + 0.6, 604, ARRIVE))], spans=[m.span(begin, end, ('fadeIn', 0.3), ('fadeOut', 0.3))]),
+        m.layer('line', 'To the switch', 1656, 680, 128, 116, lineCurved=True, linePoints=[[124, 0], [115, 43], [89, 79], [50, 103], [4, 112]],
+                lineArrowEnd=True, stroke=ACCENT, strokeWidth=4,
+                spans=[m.span(begin + 0.25, end, ('drawOn', 0.55), ('fadeOut', 0.3))])]
+
+
 def welcome_pointer(m):
     """Comes in from below, presses the button, then the switch, and steps aside. Its two axes ease differently, so that it
-    swings rather than slides along a ruler."""
-    button, switch, aside = (1590, 182), (1593, 801), (1556, 880)
+    swings rather than slides along a ruler. Two hot spots turn the arrow into a hand where there is something to press."""
+    button, switch, aside = (1628, 180), (1604, 796), (1776, 1000)
     taps = [(PRESS - 0.1, PRESS), (SWITCH - 0.1, SWITCH)]
-    tap = [(step, end) for a, b in taps for step, end in (((a, b, 0.84, EASE_OUT), None), ((b, b + 0.25, 1, EASE_IN_OUT), None))]
-    steps = [step for step, _ in tap]
-    return m.path('Pointer', *button, 24, 36, arrow_path(), INK, [
-        m.move('x', 1180, (1.0, 1.86, button[0], TRAVEL), (3.5, 4.36, switch[0], TRAVEL), (5.15, 5.9, aside[0], TRAVEL)),
-        m.move('y', 1120, (1.0, 1.86, button[1], cubic(0.4, 0, 0.1, 1)), (3.5, 4.36, switch[1], CAMERA), (5.15, 5.9, aside[1], CAMERA)),
-        m.move('scaleX', 1, *steps), m.move('scaleY', 1, *steps)],
-        anchor=(0, 0), stroke=WHITE, strokeWidth=2.5, strokeOutside=True, shadow='low')
+    steps = [step for a, b in taps for step in ((a, b, 0.86, EASE_OUT), (b, b + 0.25, 1, EASE_IN_OUT))]
+    spots = [m.layer('hotspot', name, *box, cursorHoverOverride='pointer') for name, box in (
+        ('Over the button', (1520, 164, 144, 24)), ('Over the switch', (1592, 780, 40, 24)))]
+    return spots + [m.layer('cursor', 'Pointer', *button, 56, 56, [
+        m.move('x', 1180, (1.0, 1.86, button[0], TRAVEL), (3.5, 4.3, switch[0], TRAVEL), (4.9, 5.6, aside[0], TRAVEL)),
+        m.move('y', 1120, (1.0, 1.86, button[1], cubic(0.4, 0, 0.1, 1)), (3.5, 4.3, switch[1], CAMERA), (4.9, 5.6, aside[1], CAMERA)),
+        m.move('scaleX', 1, *steps), m.move('scaleY', 1, *steps)], anchor=(0.39, 0.11))]
 
 
 def welcome_camera(m):
-    x, y, width, height = 576, 206, 1344, 756
-    into, out = (2.9, 4.2), (5.3, 6.5)
+    x, y, width, height = 576, 220, 1344, 756
+    into, out = (2.9, 4.0), (4.8, 5.6)
     return m.layer('zoom', 'Camera', x, y, width, height, [
         m.move(prop, whole, (*into, near, CAMERA), (*out, whole, CAMERA))
         for prop, whole, near in (('x', 0, x), ('y', 0, y), ('width', 1920, width), ('height', 1080, height))],
         spans=[m.span(into[0], out[1], zoom_start='none', zoom_end='none')])
+
+
+def welcome_lens(m):
+    """A viewport lifts off the chart and grows where the lower cards make way; a thin frame tells what it looks at."""
+    x, y, width, height = 1244, 366, 416, 270
+    frame = m.rectangle('Looked at', x - 4, y - 4, width + 8, height + 8, CLEAR, 20, stroke=color('#A9A9F7'), strokeWidth=2,
+                        spans=[m.span(LENS, 7, ('fadeIn', 0.4))])
+    begin, end = LENS, LENS + 0.8
+    moves = [m.move(prop, there, (begin, end, here, TRAVEL)) for prop, there, here in (
+        ('x', x, 480), ('y', y, 564), ('width', width, NARROW), ('height', height, height * NARROW / width), ('strokeWidth', 0, 2))]
+    fall = [m.key('shadow', time, preset) for time, preset in ((begin, 'none'), (begin + 0.1, 'low'), (begin + 0.25, 'medium'))]
+    view = m.rectangle('Viewport', x, y, width, height, WHITE, 20, [*moves, fall], stroke=color('#A9A9F7'), shadow='none', pipRendition=True,
+                       spans=[m.span(begin, 7)])
+    return [frame, m.layer('zoom', 'Lens', x, y, width, height, zoomType='pictureInPicture', children=[view], spans=[m.span(LENS, 7)])]
 
 
 def make_welcome():
@@ -408,7 +450,123 @@ def make_welcome():
         m.group('Cards', 0, 0, width, height, [welcome_card(m, n) for n in range(5)]),
         welcome_panel(m),
     ], [m.move('y', y + 56, (0, 0.9, y, ARRIVE)), m.move('opacity', 0, (0, 0.25, 1, EASE_OUT))])
-    return document(m.scene('Welcome', 1920, 1080, 7, PAPER, [welcome_backdrop(m), window, welcome_pointer(m), welcome_camera(m)]))
+    frame, lens = welcome_lens(m)
+    return document(m.scene('Welcome', 1920, 1080, 7, PAPER, [
+        welcome_backdrop(m), window, frame, *welcome_note(m), *welcome_pointer(m), welcome_camera(m), lens]))
+
+
+# ---------------------------------------------------------------- gallery
+
+def picture_png():
+    """A small landscape: 384 by 256 pixels of 16 colours. Its data stand uncompressed, so that no version of zlib matters."""
+    width, height = 384, 256
+    palette = ('#6C6CF2', '#8B86F5', '#AFA0F7', '#D6BDF6', '#F6D3E6', '#FFE3D2', '#FFF1D6', '#FFC062',
+               '#FF8E72', '#34C79A', '#1F9C78', '#136B57', '#232741', '#FFFFFF', '#56B4FC', '#5B5BF0')
+
+    def tone(x, y):
+        far = 168 - 44 * math.sin(x / 62 + 0.4) - 12 * math.sin(x / 23)
+        near = 206 - 26 * math.sin(x / 84 + 2.6)
+        if y > near:
+            return 11
+        if y > far:
+            return 10 if y > far + 26 + 10 * math.sin(x / 17) else 9
+        if math.hypot(x - 262, y - 92) < 40:
+            return 7
+        return min(int(y / 26), 6)
+
+    rows = b''.join(b'\0' + bytes(tone(x, y) << 4 | tone(x + 1, y) for x in range(0, width, 2)) for y in range(height))
+    pieces = [rows[i:i + 65535] for i in range(0, len(rows), 65535)]
+    stored = b''.join(struct.pack('<BHH', n == len(pieces) - 1, len(p), len(p) ^ 0xFFFF) + p for n, p in enumerate(pieces))
+    chunks = ((b'IHDR', struct.pack('>IIBBBBB', width, height, 4, 3, 0, 0, 0)),
+              (b'PLTE', b''.join(bytes.fromhex(c[1:]) for c in palette)),
+              (b'IDAT', b'\x78\x01' + stored + struct.pack('>I', zlib.adler32(rows))), (b'IEND', b''))
+    return b'\x89PNG\r\n\x1a\n' + b''.join(
+        struct.pack('>I', len(data)) + kind + data + struct.pack('>I', zlib.crc32(kind + data)) for kind, data in chunks)
+
+
+PICTURE_SVG = b'''<svg xmlns="http://www.w3.org/2000/svg" width="180" height="120" viewBox="0 0 180 120">
+  <defs><linearGradient id="g" x1="0" y1="0" x2="1" y2="1"><stop offset="0" stop-color="#5B5BF0"/><stop offset="1" stop-color="#A58BFA"/></linearGradient></defs>
+  <rect width="180" height="120" fill="url(#g)"/>
+  <g fill="none" stroke="#fff" stroke-width="2" opacity="0.35"><circle cx="90" cy="60" r="36"/><circle cx="90" cy="60" r="56"/><circle cx="90" cy="60" r="76"/></g>
+  <path transform="translate(66 40) scale(2)" fill="#fff" d="M0 3C6 1 11 4 13 9C15 4 19 0 24 0C22 10 17 19 10 20C11 16 10 13 7 11C3 9 1 6 0 3Z"/>
+</svg>
+'''
+
+
+def gallery_cells(m):
+    """What each cell shows, in the space of a stage of 424 by 208: the name, a remark, the layers."""
+    def there_and_back(prop, at_first, value, begin, seconds=1.1):
+        return m.move(prop, at_first, (begin, begin + seconds, value, TRAVEL), (begin + seconds + 0.5, begin + 2 * seconds + 0.5, at_first, TRAVEL))
+
+    rectangle = [m.rectangle('Rectangle', 152, 44, 120, 120, TINT, 16, [
+        there_and_back('cornerRadius', 16, 60, 1), there_and_back('rotation', 0, 90, 1), there_and_back('strokeWidth', 4, 12, 1)],
+        stroke=ACCENT, strokeWidth=4)]
+    ellipse = [m.ellipse('Ellipse', 132, 44, 160, 120, CORAL_TINT, [
+        there_and_back('width', 160, 120, 1.1), there_and_back('x', 132, 152, 1.1), there_and_back('strokeWidth', 8, 40, 1.1)],
+        stroke=CORAL, strokeWidth=8)]
+    path = [m.path('Star', 148, 40, 128, 128, star_path(6, 64, 36), AMBER, [m.move('rotation', 0, (0.8, 5.6, 240, EASE_IN_OUT))],
+                   stroke=color('#F29C38'), strokeWidth=6)]
+    span = m.span(1, 6, ('typeOn', 2.4))
+    span['cursorBlinkRanges'] = [{'id': m.id(), 'start': 1, 'end': 6}]
+    words = [m.text('Words arrive one\nletter at a time.', 72, 52, 320, 104, 34, INK, SEMI, spans=[span])]
+    images = [m.layer('image', name, x, 44, 180, 120, [there_and_back('y', 44, 36, begin, 0.9)], cornerRadius=16,
+                      imageData=base64.b64encode(data).decode(), shadow='low')
+              for name, x, begin, data in (('PNG', 24, 1, picture_png()), ('SVG', 220, 1.3, PICTURE_SVG))]
+    parts = []
+    for n, tone in enumerate((ACCENT, CORAL, MINT, SKY)):   # the wide one hands its width on, so that the row stays as long
+        turns = [(1 + k, 1.7 + k, 120 if n == k + 1 else 56, TRAVEL) for k in range(3) if n in (k, k + 1)]
+        parts.append(m.rectangle(f'Part {n + 1}', 0, 0, 56, 72, tone, 16, [m.move('width', 120 if n == 0 else 56, *turns)]))
+    group = [m.group('Row', 44, 68, 336, 72, parts, groupLayout='horizontal', groupGap=16)]
+    places = [(40 + 96 * n, 32) for n in range(4)] + [(88 + 96 * n, 124) for n in range(3)]
+    cursors = [m.layer('cursor', variant, x, y, 56, 56, [
+        m.move('y', y, (1 + 0.35 * n, 1.3 + 0.35 * n, y - 8, EASE_OUT), (1.35 + 0.35 * n, 1.9 + 0.35 * n, y, LIVELY))], cursorVariant=variant)
+        for n, ((x, y), variant) in enumerate(zip(places, ('arrow', 'pointer', 'grab', 'grabbing', 'ibeam', 'duplicate', 'wait')))]
+    lines = []
+    for n, (shape, tone, more) in enumerate((
+            ('freeform', ACCENT, {'linePoints': [[0, 56], [32, 8], [64, 56], [96, 16]], 'lineCurved': True, 'lineArrowEnd': True}),
+            ('arc', CORAL, {'lineArcBend': -1.2, 'lineArrowStart': True, 'lineArrowEnd': True}),
+            ('wave', MINT, {'lineWaveFrequency': 2, 'lineWaveAmplitude': 0.7, 'lineArrowEnd': True}),
+            ('square', AMBER, {}), ('circle', SKY, {}), ('triangle', VIOLET, {}))):
+        wide = 96 if n < 3 else 64
+        lines.append(m.layer('line', shape, 40 + 124 * (n % 3) + (96 - wide) / 2, 28 + 92 * (n // 3), wide, 64, lineShape=shape,
+                             stroke=tone, strokeWidth=4, spans=[m.span(1 + 0.3 * n, 6, ('drawOn', 1))], **more))
+    field = [m.layer('gradientField', 'Field', 24, 24, 376, 176, fill=color('#4A3FD0'), stroke=color('#A23E78'),
+                     gradientWarpSpeed=4, gradientPulseAmount=0.8)]
+    hot = m.layer('hotspot', 'Hot spot', 152, 92, 120, 24, cursorHoverOverride='pointer')
+    passing = m.layer('cursor', 'Passing', 40, 144, 48, 48, [
+        m.move('x', 40, (1.2, 2.3, 244, TRAVEL), (3.2, 4.3, 352, TRAVEL)), m.move('y', 144, (1.2, 2.3, 108, CAMERA), (3.2, 4.3, 144, CAMERA))])
+    spot = [m.rectangle('Button', 124, 72, 176, 64, ACCENT, 20), m.text('Save', 124, 84, 176, 40, 24, WHITE, SEMI, 'center'), hot, passing]
+    pulse = [m.group('Half size', 212, 104, 1, 1, [
+        m.ellipse('Source', -52, -52, 104, 104, ACCENT, pulses=[m.pulse(t, 'radiate', 'scale') for t in (1.2, 2.9, 4.6)])], scale=0.5)]
+    return (('Rectangle', 'radius, stroke, turn', rectangle), ('Ellipse', 'stroke inside', ellipse), ('Path', 'free outline', path),
+            ('Text', 'type on, caret', words), ('Image', 'PNG and SVG', images), ('Group', 'a stack makes room', group),
+            ('Cursor', 'seven variants', cursors), ('Line', 'shapes, arrows, draw on', lines), ('Gradient field', 'drifts and breathes', field),
+            ('Hot spot', 'changes the cursor', spot), ('Zoom', 'picture in picture', []), ('Pulse', 'radiate and scale', pulse))
+
+
+def make_gallery():
+    """Every kind but video, which would need a film beside the document: none is kept here."""
+    m = Maker('gallery')
+    layers = [m.text('Every kind of layer', 64, 56, 960, 72, 52, INK, BOLD),
+              m.text('Eleven kinds at work, and a pulse', 1056, 72, 800, 48, 22, GREY, MEDIUM, 'right')]
+    for n, (name, note, children) in enumerate(gallery_cells(m)):
+        x, y, begin = 64 + 456 * (n % 4), 168 + 296 * (n // 4), 0.06 * n
+        layers.append(m.group(name, x, y, 424, 264, [
+            m.rectangle('Back', 0, 0, 424, 264, WHITE, 24, stroke=EDGE, strokeWidth=1.5),
+            m.text(name, 24, 216, 184, 32, 20, INK, SEMI), m.text(note, 184, 216, 216, 32, 16, GREY, alignment='right'), *children,
+        ], [m.move('y', y + 40, (begin, begin + 0.7, y, ARRIVE)), m.move('opacity', 0, (begin, begin + 0.3, 1, EASE_OUT))]))
+    # The frame goes along the cursors while the viewport in the cell below shows what is in it.
+    left, right, y, width, height = 986.25, 1178.25, 474.5, 211.5, 99
+
+    def travel():
+        return m.move('x', left, (2.8, 4.2, right, TRAVEL))
+
+    layers.append(m.rectangle('Looked at', left, y, width, height, CLEAR, 9, [travel()], stroke=ACCENT, strokeWidth=2, strokeOutside=True,
+                              spans=[m.span(1, 6, ('fadeIn', 0.4))]))
+    view = m.rectangle('Viewport', 1000, 784, 376, 176, WHITE, 16, stroke=ACCENT, strokeWidth=2, strokeOutside=True, shadow='low',
+                       pipRendition=True, spans=[m.span(1, 6, ('popIn', 0.5))])
+    layers.append(m.layer('zoom', 'Lens', left, y, width, height, [travel()], zoomType='pictureInPicture', children=[view], spans=[m.span(1, 6)]))
+    return document(m.scene('Gallery', 1920, 1080, 6, PAPER, layers))
 
 
 # ---------------------------------------------------------------- shapes and strokes
@@ -546,7 +704,7 @@ def make_effects():
     return document(m.scene('Effects and easing', 1280, 720, 4, WASH, comers + runners))
 
 
-EXAMPLES = {'welcome': make_welcome, 'shapes-and-strokes': make_shapes, 'shadows-and-glow': make_shadows,
+EXAMPLES = {'welcome': make_welcome, 'gallery': make_gallery, 'shapes-and-strokes': make_shapes, 'shadows-and-glow': make_shadows,
             'groups-and-stacks': make_groups, 'zoom': make_zoom, 'effects-and-easing': make_effects}
 
 

@@ -16,8 +16,7 @@ char lowercased(char c)
 
 bool hasScheme(std::string_view text)
 {
-    return text.size() >= scheme.size() &&
-           std::ranges::equal(text.substr(0, scheme.size()), scheme, {}, lowercased);
+    return text.size() >= scheme.size() && std::ranges::equal(text.substr(0, scheme.size()), scheme, {}, lowercased);
 }
 
 std::optional<int> hexDigit(char c)

@@ -107,10 +107,10 @@ LARKSPOOL_VECTORISED void widenRow(const std::int16_t* __restrict samples, Sitin
 {
     constexpr std::int16_t middle = 128 << chromaBits;
     for (int i = 0; i < count; ++i) {
-        widened[2 * i] = static_cast<std::int16_t>(samples[i] * siting.even.nearest + samples[i - 1] * siting.even.neighbour -
-                                                   middle);
-        widened[2 * i + 1] = static_cast<std::int16_t>(samples[i] * siting.odd.nearest +
-                                                       samples[i + 1] * siting.odd.neighbour - middle);
+        widened[2 * i] =
+            static_cast<std::int16_t>(samples[i] * siting.even.nearest + samples[i - 1] * siting.even.neighbour - middle);
+        widened[2 * i + 1] =
+            static_cast<std::int16_t>(samples[i] * siting.odd.nearest + samples[i + 1] * siting.odd.neighbour - middle);
     }
 }
 
@@ -136,8 +136,13 @@ LARKSPOOL_VECTORISED void colourRow(const std::uint8_t* __restrict luma, const s
 class ChromaRows {
 public:
     ChromaRows(const std::uint8_t* plane, std::ptrdiff_t bytesPerRow, int width, int height, AVChromaLocation location)
-        : plane_(plane), bytesPerRow_(bytesPerRow), width_(width), height_(height), horizontal_(horizontalSiting(location)),
-          vertical_(verticalSiting(location)), blended_(static_cast<std::size_t>(width) + 2),
+        : plane_(plane),
+          bytesPerRow_(bytesPerRow),
+          width_(width),
+          height_(height),
+          horizontal_(horizontalSiting(location)),
+          vertical_(verticalSiting(location)),
+          blended_(static_cast<std::size_t>(width) + 2),
           widened_(static_cast<std::size_t>(width) * 2)
     {}
 
@@ -226,17 +231,21 @@ public:
     {
         auto image = std::make_unique<Image>(std::move(pixels), alpha);
         Image* const made = image.release();
-        return ImageRef(made, [memory = shared_from_this(), made](const Image*) { memory->giveBack(std::unique_ptr<Image>(made)); });
+        return ImageRef(made,
+                        [memory = shared_from_this(), made](const Image*) { memory->giveBack(std::unique_ptr<Image>(made)); });
     }
 
 private:
-    /// More than are let go between two pictures would only lie there.
+    /// More than are let go between two pictures would only lie there, and very large ones weigh more than the time they save.
     static constexpr std::size_t mostFree = 3;
+    static constexpr std::size_t mostFreeBytes = std::size_t{64} << 20;
 
     void giveBack(std::unique_ptr<Image> image)
     {
+        const PixelBuffer& pixels = image->pixels();
+        const std::size_t bytes = pixels.bytesPerRow() * static_cast<std::size_t>(pixels.height());
         const std::lock_guard lock(mutex_);
-        if (free_.size() >= mostFree) return;
+        if (free_.size() >= mostFree || bytes > mostFreeBytes) return;
         // The image was made without `const`, and nobody holds it.
         free_.push_back(std::move(const_cast<PixelBuffer&>(image->pixels())));
     }
@@ -245,8 +254,7 @@ private:
     std::vector<PixelBuffer> free_;
 };
 
-FrameConverter::FrameConverter() : memory_(std::make_shared<Memory>())
-{}
+FrameConverter::FrameConverter() : memory_(std::make_shared<Memory>()) {}
 
 FrameConverter::~FrameConverter() = default;
 
@@ -266,18 +274,20 @@ FrameConverter::Colour FrameConverter::colourOf(const AVFrame& picture)
     const auto isOneOf = [&](std::initializer_list<AVPixelFormat> formats) {
         return std::ranges::find(formats, static_cast<AVPixelFormat>(picture.format)) != formats.end();
     };
-    const bool isFullByFormat = isRGB || isGrey ||
-                                isOneOf({AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUVJ444P, AV_PIX_FMT_YUVJ440P,
-                                         AV_PIX_FMT_YUVJ411P});
+    const bool isFullByFormat =
+        isRGB || isGrey ||
+        isOneOf({AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUVJ444P, AV_PIX_FMT_YUVJ440P, AV_PIX_FMT_YUVJ411P});
 
     Colour colour;
     const bool isHighDefinition = picture.width >= 1280 || picture.height > 576;
     const bool saysNothing = picture.colorspace == AVCOL_SPC_UNSPECIFIED || picture.colorspace == AVCOL_SPC_RESERVED ||
                              picture.colorspace == AVCOL_SPC_RGB;
-    if (!saysNothing) colour.matrix = picture.colorspace;
-    else if (!isHighDefinition) colour.matrix = AVCOL_SPC_SMPTE170M;
-    colour.isFullRange = picture.color_range == AVCOL_RANGE_UNSPECIFIED ? isFullByFormat
-                                                                        : picture.color_range == AVCOL_RANGE_JPEG || isRGB;
+    if (!saysNothing)
+        colour.matrix = picture.colorspace;
+    else if (!isHighDefinition)
+        colour.matrix = AVCOL_SPC_SMPTE170M;
+    colour.isFullRange =
+        picture.color_range == AVCOL_RANGE_UNSPECIFIED ? isFullByFormat : picture.color_range == AVCOL_RANGE_JPEG || isRGB;
     if (isOneOf({AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUVJ444P})) colour.isFullRange = true;
     if (picture.chroma_location != AVCHROMA_LOC_UNSPECIFIED) colour.chroma = picture.chroma_location;
     return colour;
@@ -291,8 +301,10 @@ ImageRef FrameConverter::convert(const AVFrame& picture, FrameOrientation orient
     PixelBuffer pixels = memory_->take(picture.width, picture.height);
 
     const bool isPlanar420 = picture.format == AV_PIX_FMT_YUV420P || picture.format == AV_PIX_FMT_YUVJ420P;
-    if (isPlanar420) convertPlanar(picture, colour, pixels);
-    else if (!scale(picture, colour, pixels)) return nullptr;
+    if (isPlanar420)
+        convertPlanar(picture, colour, pixels);
+    else if (!scale(picture, colour, pixels))
+        return nullptr;
 
     const bool hasAlpha = (format->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
     if (hasAlpha)
@@ -345,8 +357,7 @@ bool FrameConverter::prepareScaler(const ScalerKey& key)
     constexpr int inTheMiddle = 128;
     if (format.log2_chroma_w == 1)
         set("src_h_chr_pos", horizontalSiting(key.colour.chroma).even.neighbour == 0 ? 0 : inTheMiddle);
-    if (format.log2_chroma_h == 1)
-        set("src_v_chr_pos", verticalSiting(key.colour.chroma).even.neighbour == 0 ? 0 : inTheMiddle);
+    if (format.log2_chroma_h == 1) set("src_v_chr_pos", verticalSiting(key.colour.chroma).even.neighbour == 0 ? 0 : inTheMiddle);
 
     const int* const matrix = sws_getCoefficients(key.colour.matrix);
     const int* const output = sws_getCoefficients(SWS_CS_DEFAULT);

@@ -12,8 +12,15 @@ namespace larkspool {
 
 namespace {
 
-/// How many pictures before the one on show are kept, so that several askers a few pictures apart cost no seek.
+/// How many pictures before the one on show are kept, so that several askers a few pictures apart cost no seek: none of very
+/// large ones, whose memory would cost more.
 constexpr std::size_t keptPictures = 4;
+constexpr double mostKeptPixels = 4096.0 * 2304;
+
+std::size_t picturesKept(CGSize size)
+{
+    return size.width * size.height <= mostKeptPixels ? keptPictures : 0;
+}
 
 /// What a codec keeps besides: its pictures for reference and one for each thread.
 constexpr std::int64_t codecPictures = 8;
@@ -96,7 +103,7 @@ bool ImageGenerator::bringOnShow(double time)
             continue;
         }
         window.pictures.push_back({std::move(*next), nullptr});
-        if (window.pictures.size() > keptPictures + 2) window.pictures.pop_front();
+        if (window.pictures.size() > picturesKept(decoder_->codedSize()) + 2) window.pictures.pop_front();
     }
     return true;
 }
@@ -140,7 +147,7 @@ std::int64_t ImageGenerator::memoryBytes() const
     const CGSize size = decoder_->codedSize();
     const auto pixels = static_cast<std::int64_t>(size.width * size.height);
     constexpr std::int64_t bytesOfPlanarPixel = 2, bytesOfImagePixel = 4;
-    constexpr auto windowPictures = static_cast<std::int64_t>(keptPictures) + 2;
+    const auto windowPictures = static_cast<std::int64_t>(picturesKept(size)) + 2;
     return pixels * ((codecPictures + windowPictures) * bytesOfPlanarPixel + windowPictures * bytesOfImagePixel);
 }
 

@@ -25,6 +25,9 @@ struct VideoFrame {
 /// Times that rise cost one decoded picture for each new one; the last few pictures are kept, and asking for one of them again
 /// costs nothing. A jump back, or far enough ahead that a key picture lies between, seeks.
 ///
+/// The largest picture allowed costs some 256 MB as an image and half of that or more for each that the codec keeps, so that a
+/// file that goes to the limits can hold about 2 GB; a 1080p film holds about 100 MB at most.
+///
 /// A file that is missing, broken or none of video, and pictures with a side above 16384 or with more than 64 x 1024 x 1024
 /// pixels, give no image, without a word. Only regular files are opened, and nothing outside the one file is read. Used by one
 /// thread at a time.
@@ -56,9 +59,9 @@ public:
     VideoFrame frame(double seconds);
 
     bool hasVideo() const { return decoder_ != nullptr; }
-    double duration() const;          ///< Of the file, in seconds; 0 if unknown.
-    double frameInterval() const;     ///< The mean time from picture to picture, in seconds; 1/30 if unknown.
-    CGSize naturalSize() const;       ///< In pixels, turned if the settings say so; zero without video.
+    double duration() const; ///< Of the file, in seconds; 0 if unknown.
+    double frameInterval() const; ///< The mean time from picture to picture, in seconds; 1/30 if unknown.
+    CGSize naturalSize() const; ///< In pixels, turned if the settings say so; zero without video.
     std::int64_t memoryBytes() const; ///< About what decoding this file holds at most.
 
     /// How much work was done so far.

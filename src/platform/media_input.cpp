@@ -18,8 +18,9 @@ constexpr const char* containers = "mov,matroska,avi,mpegts,mpeg,mpegvideo,flv,o
                                    "yuv4mpegpipe";
 
 /// Those in which sound may come: these, and files of sound alone.
-constexpr const char* soundContainers = "mov,matroska,avi,mpegts,mpeg,flv,ogg,asf,mxf,nut,dv,wav,w64,aiff,caf,au,mp3,flac,aac,loas,"
-                                        "ac3,eac3,dts,dtshd,truehd,amr,ape,wv,tta,tak,mpc,mpc8,dsf,voc,iff";
+constexpr const char* soundContainers =
+    "mov,matroska,avi,mpegts,mpeg,flv,ogg,asf,mxf,nut,dv,wav,w64,aiff,caf,au,mp3,flac,aac,loas,"
+    "ac3,eac3,dts,dtshd,truehd,amr,ape,wv,tta,tak,mpc,mpc8,dsf,voc,iff";
 
 constexpr int bufferBytes = 64 * 1024;
 
@@ -27,7 +28,7 @@ constexpr int bufferBytes = 64 * 1024;
 int openRegularFile(const std::string& path)
 {
     if (path.find('\0') != std::string::npos) return -1;
-    struct stat status {};
+    struct stat status{};
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) return -1;
@@ -52,7 +53,7 @@ std::int64_t seekBytes(void* opaque, std::int64_t offset, int whence)
     const int descriptor = *static_cast<const int*>(opaque);
     whence &= ~AVSEEK_FORCE;
     if (whence == AVSEEK_SIZE) {
-        struct stat status {};
+        struct stat status{};
         return ::fstat(descriptor, &status) == 0 ? static_cast<std::int64_t>(status.st_size) : AVERROR(errno);
     }
     const off_t position = ::lseek(descriptor, offset, whence);
@@ -129,8 +130,10 @@ bool MediaInput::open()
 
 void MediaInput::chooseTrack()
 {
-    if (purpose_ == Purpose::sound) chooseSound();
-    else chooseVideo();
+    if (purpose_ == Purpose::sound)
+        chooseSound();
+    else
+        chooseVideo();
 }
 
 void MediaInput::chooseSound()

@@ -94,8 +94,8 @@ void VideoDecoder::readTrack()
         const std::int64_t start = track.start_time == AV_NOPTS_VALUE ? 0 : track.start_time;
         trackEnd_ = seconds(start) + static_cast<double>(track.duration) * av_q2d(track.time_base);
     }
-    const AVRational rate = track.avg_frame_rate.num > 0 && track.avg_frame_rate.den > 0 ? track.avg_frame_rate
-                                                                                         : track.r_frame_rate;
+    const AVRational rate =
+        track.avg_frame_rate.num > 0 && track.avg_frame_rate.den > 0 ? track.avg_frame_rate : track.r_frame_rate;
     if (rate.num > 0 && rate.den > 0) frameInterval_ = static_cast<double>(rate.den) / rate.num;
 
     std::size_t bytes = 0;

@@ -45,7 +45,7 @@ public:
     FrameOrientation orientation() const { return orientation_; }
     double duration() const { return duration_; } ///< Of the file, in seconds; 0 if unknown.
     double frameInterval() const { return frameInterval_; } ///< The mean of the track; 1/30 if unknown.
-    double firstTime() const { return firstTime_; }         ///< Of the first picture.
+    double firstTime() const { return firstTime_; } ///< Of the first picture.
     const Work& work() const { return work_; }
 
 private:
@@ -75,14 +75,14 @@ private:
     double trackEnd_ = std::numeric_limits<double>::infinity();
     double firstTime_ = notYet;
 
-    std::optional<Picture> pending_;   ///< Decoded already, for `next`.
-    double lastTime_ = notYet;         ///< Of the last picture decoded.
-    double trustedFrom_ = notYet;      ///< After a seek: pictures before this may refer to some that were left out.
-    bool waitsForKeyPacket_ = false;   ///< After a seek.
-    bool packetWaits_ = false;         ///< `packet_` is still to be taken by the codec.
-    bool isDrained_ = false;           ///< The codec was told that nothing more comes.
-    bool isLost_ = false;              ///< The file could not be opened again.
-    double lastKeyTime_ = notYet;      ///< Of the key packets, as read.
+    std::optional<Picture> pending_; ///< Decoded already, for `next`.
+    double lastTime_ = notYet; ///< Of the last picture decoded.
+    double trustedFrom_ = notYet; ///< After a seek: pictures before this may refer to some that were left out.
+    bool waitsForKeyPacket_ = false; ///< After a seek.
+    bool packetWaits_ = false; ///< `packet_` is still to be taken by the codec.
+    bool isDrained_ = false; ///< The codec was told that nothing more comes.
+    bool isLost_ = false; ///< The file could not be opened again.
+    double lastKeyTime_ = notYet; ///< Of the key packets, as read.
     double longestKeyInterval_ = 0;
     Work work_;
 };

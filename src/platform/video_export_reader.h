@@ -32,7 +32,7 @@ public:
 
     const std::string& path() const { return path_; }
     bool preferredTransformIsIdentity() const { return preferredTransformIsIdentity_; } ///< Pictures need no turning.
-    double sourceDuration() const { return sourceDuration_; }                           ///< Seconds; 0 if unknown.
+    double sourceDuration() const { return sourceDuration_; } ///< Seconds; 0 if unknown.
     double cachedFrameInterval() const { return cachedFrameInterval_; } ///< The length of the last picture that told one.
     std::int64_t convertedPictures() const { return convertedPictures_; }
 

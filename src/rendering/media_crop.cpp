@@ -42,8 +42,7 @@ public:
     bool hasDarkCorners() const
     {
         const int right = width_ - 1, bottom = height_ - 1;
-        return at(0, 0).largest() + at(right, 0).largest() + at(0, bottom).largest() + at(right, bottom).largest() <
-               lightCorners;
+        return at(0, 0).largest() + at(right, 0).largest() + at(0, bottom).largest() + at(right, bottom).largest() < lightCorners;
     }
 
 private:
@@ -52,10 +51,7 @@ private:
         return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
     }
 
-    static int edge(int sample, int samples, int pixels)
-    {
-        return static_cast<int>(std::int64_t{sample} * pixels / samples);
-    }
+    static int edge(int sample, int samples, int pixels) { return static_cast<int>(std::int64_t{sample} * pixels / samples); }
 
     Sample mean(const Image& image, int sampleX, int sampleY) const
     {
@@ -91,8 +87,7 @@ void mask(PixelBuffer& pixels, const PixelBuffer& shape)
     for (int y = 0; y < pixels.height(); ++y) {
         std::uint8_t* row = pixels.row(y);
         const std::uint8_t* alpha = shape.row(y);
-        for (int i = 0; i < 4 * pixels.width(); ++i)
-            row[i] = static_cast<std::uint8_t>((row[i] * alpha[i | 3] + 127) / 255);
+        for (int i = 0; i < 4 * pixels.width(); ++i) row[i] = static_cast<std::uint8_t>((row[i] * alpha[i | 3] + 127) / 255);
     }
 }
 
@@ -165,8 +160,9 @@ ImageRef blackKeyMasked(const ImageRef& image, const std::optional<CGRect>& box,
     if (!pixels) return nullptr;
 
     PixelBuffer result = copied(*image, *pixels);
-    if (key->radius <= 0) return std::make_shared<const Image>(std::move(result), image->isOpaque() ? Image::Alpha::opaque
-                                                                                                    : Image::Alpha::translucent);
+    if (key->radius <= 0)
+        return std::make_shared<const Image>(std::move(result),
+                                             image->isOpaque() ? Image::Alpha::opaque : Image::Alpha::translucent);
     PixelBuffer shape(result.width(), result.height());
     const CGRect within{{key->crop.minX() - pixels->minX(), key->crop.minY() - pixels->minY()}, key->crop.size};
     const std::unique_ptr<RasterContext> context = makeRasterContext(shape);

@@ -52,8 +52,10 @@ public:
 
     ImageGenerator& generator()
     {
-        if (!entry_->generator) entry_->generator = std::make_unique<ImageGenerator>(entry_->path, exportSettings);
-        else before_ = entry_->generator->work();
+        if (!entry_->generator)
+            entry_->generator = std::make_unique<ImageGenerator>(entry_->path, exportSettings);
+        else
+            before_ = entry_->generator->work();
         return *entry_->generator;
     }
 
@@ -92,8 +94,10 @@ VideoGeneratorPool::Entries::iterator VideoGeneratorPool::reserve(std::unique_lo
         entry = choose(path, time);
     }
     const double ahead = time - entry->position;
-    if (ahead > longestStep || ahead < -entry->keptBehind) entry->step = 0;
-    else if (ahead > 0) entry->step = ahead;
+    if (ahead > longestStep || ahead < -entry->keptBehind)
+        entry->step = 0;
+    else if (ahead > 0)
+        entry->step = ahead;
     entry->isBusy = true;
     entry->position = time;
     entry->lastUse = ++uses_;

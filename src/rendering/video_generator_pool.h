@@ -46,9 +46,9 @@ private:
     struct Entry {
         std::string path;
         std::unique_ptr<ImageGenerator> generator; ///< Absent while it is being opened.
-        double position = 0;                       ///< The time that it serves or served last.
-        double step = 0;                           ///< What it last read on by; 0 after a jump.
-        double keptBehind = 0;                     ///< So far before that, in seconds, it still has the pictures.
+        double position = 0; ///< The time that it serves or served last.
+        double step = 0; ///< What it last read on by; 0 after a jump.
+        double keptBehind = 0; ///< So far before that, in seconds, it still has the pictures.
         std::uint64_t lastUse = 0;
         std::int64_t bytes = 0;
         bool isBusy = false;

@@ -76,9 +76,9 @@ struct VideoPlayerStep {
     enum class Kind { tearDown, build, seek, setRate };
 
     Kind kind;
-    double time = 0;      ///< Of `seek`, in seconds of the source.
+    double time = 0; ///< Of `seek`, in seconds of the source.
     double tolerance = 0; ///< Of `seek`, in seconds either way.
-    double rate = 0;      ///< Of `setRate`.
+    double rate = 0; ///< Of `setRate`.
 
     bool operator==(const VideoPlayerStep&) const = default;
 };
@@ -90,8 +90,8 @@ public:
     static constexpr double driftTolerance = 0.2;
 
     /// `playerTime` is where the player stands now; it counts only while it plays on.
-    std::vector<VideoPlayerStep> configure(const std::string& path, double time, bool isPlaying,
-                                           const BlackKeySettings& settings, double playerTime);
+    std::vector<VideoPlayerStep> configure(const std::string& path, double time, bool isPlaying, const BlackKeySettings& settings,
+                                           double playerTime);
 
 private:
     void seek(std::vector<VideoPlayerStep>& steps, double time, double tolerance);

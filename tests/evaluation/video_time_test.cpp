@@ -69,8 +69,10 @@ TEST(VideoTime, FollowsTheClip)
                              .endBehavior = c.end,
                              .sourceTrimLength = c.trim};
         const std::optional<double> source = sourceTime(videoLayer(c.duration, clip), c.time);
-        if (c.source == none) EXPECT_EQ(source, std::nullopt);
-        else EXPECT_NEAR(source.value_or(none), c.source, 1e-9);
+        if (c.source == none)
+            EXPECT_EQ(source, std::nullopt);
+        else
+            EXPECT_NEAR(source.value_or(none), c.source, 1e-9);
     }
 }
 

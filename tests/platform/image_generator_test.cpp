@@ -21,9 +21,8 @@
 namespace larkspool {
 namespace {
 
-constexpr ImageGenerator::Settings upright{.appliesPreferredTrackTransform = true,
-                                           .requestedTimeToleranceBefore = 1.0 / 240,
-                                           .requestedTimeToleranceAfter = 1.0 / 240};
+constexpr ImageGenerator::Settings upright{
+    .appliesPreferredTrackTransform = true, .requestedTimeToleranceBefore = 1.0 / 240, .requestedTimeToleranceAfter = 1.0 / 240};
 constexpr ImageGenerator::Settings exact{.appliesPreferredTrackTransform = true};
 
 /// Groups of twelve pictures with pictures between that refer to later ones.
@@ -72,19 +71,14 @@ TEST_F(ImageGeneratorTest, GivesThePictureOnShowInEveryContainerAndCodec)
         const char* name;
         std::string encoding;
     };
-    for (const Case& c : {Case{"bframes.mp4", h264},
-                          Case{"bframes.mov", h264},
-                          Case{"milliseconds.mkv", h264},
-                          Case{"bframes.ts", h264},
-                          Case{"fragmented.mp4", std::string(h264) + " -bf 0 -movflags frag_keyframe+empty_moov"},
-                          Case{"open.mp4", std::string(h264) + " -x264-params open-gop=1:b-pyramid=strict"},
-                          Case{"intra.mov", "-c:v prores_ks"},
-                          Case{"ten.mp4", std::string(h264) + " -pix_fmt yuv420p10le"},
-                          Case{"vp9.webm", "-c:v libvpx-vp9 -crf 4 -b:v 0 -deadline realtime -cpu-used 8 -g 12"},
-                          Case{"mpeg4.avi", "-c:v mpeg4 -q:v 1 -g 12"},
-                          Case{"raw.h264", std::string(h264) + " -bf 0"},
-                          Case{"withsound.mp4",
-                               std::string("-f lavfi -i sine=d=1.6 -shortest -c:a aac ") + h264}}) {
+    for (const Case& c :
+         {Case{"bframes.mp4", h264}, Case{"bframes.mov", h264}, Case{"milliseconds.mkv", h264}, Case{"bframes.ts", h264},
+          Case{"fragmented.mp4", std::string(h264) + " -bf 0 -movflags frag_keyframe+empty_moov"},
+          Case{"open.mp4", std::string(h264) + " -x264-params open-gop=1:b-pyramid=strict"}, Case{"intra.mov", "-c:v prores_ks"},
+          Case{"ten.mp4", std::string(h264) + " -pix_fmt yuv420p10le"},
+          Case{"vp9.webm", "-c:v libvpx-vp9 -crf 4 -b:v 0 -deadline realtime -cpu-used 8 -g 12"},
+          Case{"mpeg4.avi", "-c:v mpeg4 -q:v 1 -g 12"}, Case{"raw.h264", std::string(h264) + " -bf 0"},
+          Case{"withsound.mp4", std::string("-f lavfi -i sine=d=1.6 -shortest -c:a aac ") + h264}}) {
         SCOPED_TRACE(c.name);
         const int frames = 48;
         ImageGenerator generator(makeCounting(c.name, frames, c.encoding), upright);
@@ -229,10 +223,10 @@ TEST_F(ImageGeneratorTest, SeeksOnAJumpAlone)
 TEST_F(ImageGeneratorTest, TurnsPicturesAsTheFileSays)
 {
     // Red and green above, blue and white below.
-    const std::string corners = make(
-        "corners.mp4", "-f lavfi -i \"color=red:s=32x16:d=0.1[a];color=lime:s=32x16:d=0.1[b];color=blue:s=32x16:d=0.1[c];"
-                       "color=white:s=32x16:d=0.1[d];[a][b]hstack[t];[c][d]hstack[l];[t][l]vstack\" "
-                       "-c:v libx264 -pix_fmt yuv444p -crf 1");
+    const std::string corners =
+        make("corners.mp4", "-f lavfi -i \"color=red:s=32x16:d=0.1[a];color=lime:s=32x16:d=0.1[b];color=blue:s=32x16:d=0.1[c];"
+                            "color=white:s=32x16:d=0.1[d];[a][b]hstack[t];[c][d]hstack[l];[t][l]vstack\" "
+                            "-c:v libx264 -pix_fmt yuv444p -crf 1");
     constexpr Colour red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255}, white{255, 255, 255, 255};
     struct Case {
         int degrees; ///< Counterclockwise.
@@ -284,9 +278,9 @@ TEST_F(ImageGeneratorTest, FollowsColourMatrixAndRange)
     };
     const Case cases[] = {
         {"plain standard definition", "64x48", "yuv420p", "", 0.299, 0.114, false},
-        {"plain high definition", "1280x720", "yuv420p", "", 0.2126, 0.0722, false},
+        {"plain high definition", "1280x16", "yuv420p", "", 0.2126, 0.0722, false},
         {"plain and tall", "64x578", "yuv420p", "", 0.2126, 0.0722, false},
-        {"601 in high definition", "1280x720", "yuv420p", "-colorspace smpte170m", 0.299, 0.114, false},
+        {"601 in high definition", "1280x16", "yuv420p", "-colorspace smpte170m", 0.299, 0.114, false},
         {"601 by its other name", "64x48", "yuv420p", "-colorspace bt470bg", 0.299, 0.114, false},
         {"709 in standard definition", "64x48", "yuv420p", "-colorspace bt709", 0.2126, 0.0722, false},
         {"709 full", "64x48", "yuv420p", "-colorspace bt709 -color_range pc", 0.2126, 0.0722, true},
@@ -311,8 +305,8 @@ TEST_F(ImageGeneratorTest, FollowsColourMatrixAndRange)
             ASSERT_TRUE(image);
             EXPECT_TRUE(image->isOpaque());
             const Colour expected = fromYUV(yuv[0], yuv[1], yuv[2], c.red, c.blue, c.isFullRange);
-            for (const auto& [x, y] : {std::pair{0, 0}, {image->width() / 2, image->height() / 2},
-                                       {image->width() - 1, image->height() - 1}})
+            for (const auto& [x, y] :
+                 {std::pair{0, 0}, {image->width() / 2, image->height() / 2}, {image->width() - 1, image->height() - 1}})
                 EXPECT_LE(distance(colourAt(image, x, y), expected), 2)
                     << yuv[0] << ' ' << yuv[1] << ' ' << yuv[2] << ": " << colourAt(image, x, y) << ", not " << expected;
         }
@@ -379,12 +373,26 @@ TEST_F(ImageGeneratorTest, PremultipliesTransparentPictures)
     EXPECT_LE(distance(colourAt(image, 20, 20), {100, 50, 0, 128}), 1) << colourAt(image, 20, 20);
 }
 
+TEST_F(ImageGeneratorTest, ImagesOutliveTheirGeneratorAndLaterPictures)
+{
+    const std::string path = makeCounting("film.mp4", 40, h264);
+    std::vector<ImageRef> held;
+    {
+        ImageGenerator generator(path, upright);
+        for (int i = 0; i < 40; ++i) {
+            const ImageRef image = generator.copyImage(i / 30.0);
+            if (i % 3 == 0) held.push_back(image);
+        }
+    }
+    for (std::size_t i = 0; i < held.size(); ++i) EXPECT_EQ(toldNumber(held[i]), 3 * static_cast<int>(i));
+}
+
 TEST_F(ImageGeneratorTest, HasNoPictureOfSoundAlone)
 {
     const std::string sound = make("sound.m4a", "-f lavfi -i sine=d=0.5 -c:a aac");
     const std::string cover = make("cover.png", "-f lavfi -i color=red:s=32x32 -frames:v 1");
-    const std::string covered = make(
-        "covered.m4a", fmt::format("-i '{}' -i '{}' -map 0 -map 1 -c copy -disposition:v attached_pic", sound, cover));
+    const std::string covered =
+        make("covered.m4a", fmt::format("-i '{}' -i '{}' -map 0 -map 1 -c copy -disposition:v attached_pic", sound, cover));
     for (const std::string& path : {sound, covered}) {
         ImageGenerator generator(path, upright);
         EXPECT_FALSE(generator.hasVideo());
@@ -482,8 +490,7 @@ std::vector<std::uint8_t> claimingFile(int width, int height)
 {
     const auto low = [](int value) { return static_cast<std::uint8_t>(value & 255); };
     const auto high = [](int value) { return static_cast<std::uint8_t>(value >> 8); };
-    std::vector<std::uint8_t> picture{0x10,       0x02,        0x00,        0x9d,        0x01, 0x2a,
-                                      low(width), high(width), low(height), high(height)};
+    std::vector<std::uint8_t> picture{0x10, 0x02, 0x00, 0x9d, 0x01, 0x2a, low(width), high(width), low(height), high(height)};
     picture.resize(80);
     constexpr std::size_t headerBytes = 44; // Of the file and of its one picture.
     std::vector<std::uint8_t> file(headerBytes + picture.size());

@@ -68,8 +68,7 @@ TEST(CroppedPixels, AreWholeAndWithinThePicture)
     for (const Case& c : {Case{"whole already", {{10, 20}, {30, 40}}, CGRect{{10, 20}, {30, 40}}},
                           Case{"widened", {{10.2, 20.9}, {30, 40}}, CGRect{{10, 20}, {31, 41}}},
                           Case{"held within", {{150, 90}, {100, 100}}, CGRect{{150, 90}, {50, 10}}},
-                          Case{"outside", {{300, 0}, {10, 10}}, std::nullopt},
-                          Case{"no area", {{10, 10}, {0, 10}}, std::nullopt},
+                          Case{"outside", {{300, 0}, {10, 10}}, std::nullopt}, Case{"no area", {{10, 10}, {0, 10}}, std::nullopt},
                           Case{"numbers that are none", {{NAN, 0}, {10, 10}}, std::nullopt},
                           Case{"a width that is none", {{0, 0}, {NAN, 10}}, CGRect{{0, 0}, {200, 10}}},
                           Case{"endless", {{0, 0}, {INFINITY, INFINITY}}, CGRect{{0, 0}, {200, 100}}}}) {

@@ -120,10 +120,10 @@ TEST_F(VideoMedia, LayersOnOneFileAtDifferentTimesDoNotThrash)
         std::vector<int> offsets; ///< Pictures that the layers are apart.
         std::size_t decoders;
     };
-    for (const Case& c : {Case{"far apart", {0, 150}, 2}, Case{"the later one first", {150, 0}, 2},
-                          Case{"a second apart", {0, 30}, 2}, Case{"three layers", {0, 60, 150}, 3},
-                          Case{"a picture apart", {1, 0}, 1}, Case{"at one time", {7, 7}, 1},
-                          Case{"a little more apart than is kept", {8, 0}, 2}}) {
+    for (const Case& c :
+         {Case{"far apart", {0, 150}, 2}, Case{"the later one first", {150, 0}, 2}, Case{"a second apart", {0, 30}, 2},
+          Case{"three layers", {0, 60, 150}, 3}, Case{"a picture apart", {1, 0}, 1}, Case{"at one time", {7, 7}, 1},
+          Case{"a little more apart than is kept", {8, 0}, 2}}) {
         SCOPED_TRACE(c.when);
         VideoGeneratorPool pool({});
         const int frames = 100;

@@ -6,6 +6,21 @@
 #include <map>
 #include <memory>
 
+#if defined(__has_feature)
+#define LARKSPOOL_HAS_FEATURE(feature) __has_feature(feature)
+#else
+#define LARKSPOOL_HAS_FEATURE(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || LARKSPOOL_HAS_FEATURE(address_sanitizer)
+/// Fontconfig loses a pattern of some 300 bytes while it reads its settings, once in a process.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig.so.1\n";
+}
+#endif
+#undef LARKSPOOL_HAS_FEATURE
+
 namespace larkspool {
 
 namespace {
