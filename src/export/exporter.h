@@ -3,11 +3,14 @@
 #include "document/tween_scene.h"
 #include "foundation/array.h"
 #include "platform/asset_writer.h"
+#include "platform/composition_export.h"
+#include "platform/sample_source.h"
 #include "rendering/frame_composition.h"
 
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -45,20 +48,32 @@ private:
     std::atomic<bool> flagged_{false};
 };
 
-/// The sound bed of a film.
+/// The sound bed of a film. Times are seconds.
 struct ExportAudio {
-    std::string url;
-    double volume = 1;
-    double startOffset = 0;
-    double fadeOut = 0;
+    std::string url; ///< The path of the file.
+    double startOffset = 0; ///< In the file, where to begin.
+    double duration = 0;    ///< As much as is wanted.
+    double fadeOutLast = 0; ///< The length of a linear fade at the end; 0 is none.
+    float volume = 1;       ///< Linear gain.
+
+    bool operator==(const ExportAudio&) const = default;
 };
 
-/// The sound of a video layer at its place in a film.
+/// The sound of a video layer at its place in a film. Times are seconds.
 struct VideoAudioClip {
-    std::string url;
-    double outputStart = 0;
-    double sourceStart = 0;
-    double duration = 0;
+    std::string url; ///< The path of the video file.
+    double outputStart = 0; ///< In the film.
+    double sourceStart = 0; ///< In the file.
+    double duration = 0;    ///< As much as is wanted.
+    float volume = 1;       ///< Linear gain.
+
+    bool operator==(const VideoAudioClip&) const = default;
+};
+
+/// What laying sound beside a film asks of the system; the system's own, where none is given.
+struct SoundServices {
+    std::function<std::unique_ptr<Composition>(const std::string& path)> openComposition;
+    std::function<std::unique_ptr<SampleSource>(const std::string& path)> openSound; ///< May throw PlatformFailure.
 };
 
 /// Called with a picture of every sixth frame, on the export's thread. The picture holds during the call alone.
@@ -76,12 +91,20 @@ struct ExportOptions {
     const ExportCancelFlag* cancel = nullptr;
     /// Makes the writer of the film; the system's, where none is given.
     std::function<std::unique_ptr<AssetWriter>(const std::string& path, const FilmSettings&)> makeWriter;
+    SoundServices sound;
 };
+
+/// A path in the system's temporary folder that no film has had. Throws writeFailed if there is no such folder.
+std::string makeTempVideoURL();
 
 /// Writes `scene` from `startTime` (held within the scene) to its end as an MP4 file. Returns when the file is whole.
 ///
 /// The film takes its name when it is finished; until then, an earlier file of that name stays. A cancel closes a playable
 /// file of the frames so far and throws userCancelled.
+///
+/// With sound, a silent film is written to a temporary file first (the first 88 % of the progress), and sound laid beside its
+/// pictures afterwards. A cancel during the first stage leaves the silent part at `path`; the second is not cancelled any more.
+/// Every other failure leaves what was there. The temporary file goes in any case.
 void exportMP4(const TweenScene& scene, const std::string& path, double startTime, const std::optional<ExportAudio>& audio,
                const std::vector<VideoAudioClip>& videoAudioClips, const ExportOptions& options);
 

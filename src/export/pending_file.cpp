@@ -30,8 +30,7 @@ PendingFile::PendingFile(std::filesystem::path destination) : destination_(std::
     if (name.empty() || (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there)))
         failWriting(fmt::format("\"{}\" is no name of a file that a film can take", destination_.string()));
 
-    pending_ = destination_.parent_path() /
-               fmt::format(".{}.{}.part", name.substr(0, longestNamePart), UUID::random().string());
+    pending_ = destination_.parent_path() / fmt::format(".{}.{}.part", name.substr(0, longestNamePart), UUID::random().string());
 }
 
 PendingFile::~PendingFile()

@@ -220,6 +220,24 @@ TEST(TextDrawing, PaintsNothingThatCannotBeTold)
     for (const auto& draw : draws) EXPECT_EQ(pixelHash(drawn(20, 20, draw)), pixelHash(PixelBuffer(20, 20)));
 }
 
+TEST(TextDrawing, OfAnySizeLeavesTheContextUsable)
+{
+    for (const double size : {1e-300, 1e-160, 1e-5, 1e5, 1e8, 1e155, 1e300}) {
+        SCOPED_TRACE(size);
+        const PixelBuffer picture = drawn(20, 20, [&](RasterContext& context) {
+            const auto text = laidOut("\U0001F600n", size);
+            for (const double scale : {1.0, 1e-5, 1e5}) {
+                SavedState saved(context);
+                context.concatCTM({scale, 0, scale / 2, scale, 0, 0});
+                context.drawText(*text, {0, -text->lines[0].start.y}, black);
+            }
+            context.setFillColor(green);
+            context.fillPath(Path::ellipse({{-100, -100}, {300, 300}}), FillRule::winding);
+        });
+        EXPECT_EQ(storedPixelAt(picture, 10, 10), (StoredPixel{.r = 0, .g = 255, .b = 0, .a = 255}));
+    }
+}
+
 TEST(TextDrawing, ShowsPartOfALetterOfAnySize)
 {
     // The stem of an enormous letter covers the picture.

@@ -14,6 +14,9 @@ namespace {
 /// Anti-aliasing, and glyphs rounded to a phase, reach beyond the outlines' bounds by at most this, in device pixels.
 constexpr double boundsMargin = 1;
 
+/// Glyphs with an em outside of this, in device pixels, are not drawn: they are too small to see, or beyond all measure.
+constexpr double leastEm = 1e-3, greatestEm = 1e9;
+
 struct SurfaceDeleter {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
 };
@@ -133,14 +136,17 @@ public:
         : layout_(layout), toDevice_(toDevice), clear_(clear), coverage_(coverage), seen_(rectOf(coverage.area())),
           fontSize_(layout.request.fontSize), em_{toDevice.a * fontSize_, toDevice.d * fontSize_}
     {
-        const double largest = std::max(std::hypot(toDevice.a, toDevice.b), std::hypot(toDevice.c, toDevice.d)) * fontSize_;
-        if (largest > greatestMaskEm) way_ = Way::path;
+        const double across = std::hypot(toDevice.a, toDevice.b) * fontSize_, down = std::hypot(toDevice.c, toDevice.d) * fontSize_;
+        const double area = std::abs(toDevice.determinant()) * fontSize_ * fontSize_;
+        if (!(area > leastEm * leastEm && std::max(across, down) < greatestEm)) way_ = Way::none;
+        else if (std::max(across, down) > greatestMaskEm) way_ = Way::path;
         else if (toDevice.b == 0 && toDevice.c == 0 && em_.width > 0 && em_.height > 0) way_ = Way::keptMask;
         else way_ = Way::mask;
     }
 
     void compose()
     {
+        if (way_ == Way::none) return;
         for (const TextLayout::Line& line : layout_.lines) {
             if (line.ink.isNull() || !touchesSeen(toDevice_.apply(line.ink))) continue;
             const CGRect reach = toDevice_.apply(line.reach);
@@ -156,7 +162,7 @@ public:
     }
 
 private:
-    enum class Way { keptMask, mask, path };
+    enum class Way { none, keptMask, mask, path };
 
     struct Image {
         std::shared_ptr<const GlyphShape> shape;
@@ -206,7 +212,7 @@ private:
         }
         const std::shared_ptr<const GlyphShape> shape = glyphShape(*face, id);
         if (shape->image) {
-            images_.push_back({shape, placed(device)});
+            if (isNear(device)) images_.push_back({shape, placed(device)});
         } else {
             composeOutline(shape->outline, device);
         }
