@@ -131,8 +131,9 @@ class Maker:
 
     def text(self, words, x, y, width, height, size, tone, face='Inter', alignment='left', moves=(), **fields):
         """Words in a box of its own size: the box stays as it is, whatever fonts a machine has."""
-        return self.layer('text', words.replace('\n', ' '), x, y, width, height, moves, text=words, fontSize=size, fontName=face, textColor=tone,
-                          textAlignment=alignment, textAutoFit=False, textUserResized=True, **fields)
+        return self.layer('text', words.replace('\n', ' '), x, y, width, height, moves, text=words, fontSize=size,
+                          fontName=face, textColor=tone, textAlignment=alignment, textAutoFit=False, textUserResized=True,
+                          **fields)
 
     def group(self, name, x, y, width, height, children, moves=(), **fields):
         return self.layer('group', name, x, y, width, height, moves, children=children, **fields)
@@ -352,7 +353,8 @@ def welcome_panel(m):
         m.text('Spring launch', 88, 2, 240, 34, 26, INK, BOLD), m.text('Due on Friday', 88, 36, 240, 26, 17, GREY),
         m.ellipse('Close', 336, 12, 40, 40, WASH),
         m.path('Cross', 349, 25, 14, 14, plus_path(14, 2.5), GREY, rotation=45)])
-    days, ground, first, pale = (('M', 52), ('T', 84), ('W', 68), ('T', 108), ('F', 92), ('S', 80), ('S', 96)), 208, start + 0.2, color('#DFDFFC')
+    days = (('M', 52), ('T', 84), ('W', 68), ('T', 108), ('F', 92), ('S', 80), ('S', 96))
+    ground, first, pale = 208, start + 0.2, color('#DFDFFC')
     live = LENS + 0.55
     bars = []
     for n, (day, tall) in enumerate(days):
@@ -365,14 +367,18 @@ def welcome_panel(m):
         bars.append(m.text(day, 56 * n, ground + 8, 40, 24, 15, GREY, MEDIUM, 'center'))
     chart = come_in('Chart', start + 0.1, 32, 144, 376, 240, [
         m.text('Visits this week', 0, 4, 240, 24, 17, GREY), m.text('12,480', 0, 30, 132, 40, 34, INK, BOLD),
-        m.group('Change', 140, 34, 80, 32, [m.bar('Back', 0, 0, 80, 32, MINT_TINT), m.text('+18%', 0, 0, 80, 32, 16, MINT_INK, SEMI, 'center')]),
+        m.group('Change', 140, 34, 80, 32, [
+            m.bar('Back', 0, 0, 80, 32, MINT_TINT), m.text('+18%', 0, 0, 80, 32, 16, MINT_INK, SEMI, 'center')]),
         *bars])
     tiles = [come_in(f'Figure {n + 1}', start + 0.24 + 0.08 * n, 32 + 196 * n, 408, 180, 96, [
         m.rectangle('Back', 0, 0, 180, 96, WASH, 16), m.rectangle('Tile', 16, 14, 32, 32, tint, 10),
-        m.ellipse('Sign', 26, 24, 12, 12, tone), m.text(name, 60, 14, 116, 32, 16, GREY, MEDIUM), m.text(value, 16, 52, 148, 34, 24, INK, BOLD)])
-        for n, (tone, tint, name, value) in enumerate(((CORAL, CORAL_TINT, 'Sign-ups', '1,204'), (SKY, SKY_TINT, 'Activation', '68%')))]
+        m.ellipse('Sign', 26, 24, 12, 12, tone), m.text(name, 60, 14, 116, 32, 16, GREY, MEDIUM),
+        m.text(value, 16, 52, 148, 34, 24, INK, BOLD)])
+        for n, (tone, tint, name, value) in enumerate((
+            (CORAL, CORAL_TINT, 'Sign-ups', '1,204'), (SKY, SKY_TINT, 'Activation', '68%')))]
     switch = come_in('Switch row', start + 0.42, 32, 536, 376, 40, [
-        m.rectangle('Tile', 0, 0, 40, 40, VIOLET_TINT, 12), m.ellipse('Sign', 13, 13, 14, 14, CLEAR, stroke=VIOLET, strokeWidth=3.5),
+        m.rectangle('Tile', 0, 0, 40, 40, VIOLET_TINT, 12),
+        m.ellipse('Sign', 13, 13, 14, 14, CLEAR, stroke=VIOLET, strokeWidth=3.5),
         m.text('Publish', 56, -6, 240, 28, 18, INK, SEMI), m.text('Visible to everyone', 56, 20, 240, 24, 16, GREY),
         m.group('Switch', 320, 4, 56, 32, [
             m.bar('Track', 0, 0, 56, 32, SOFT, [m.move('fill', SOFT, (SWITCH, SWITCH + 0.25, ACCENT, EASE_IN_OUT))]),
@@ -383,7 +389,8 @@ def welcome_panel(m):
         m.rectangle('Light', 0, 0, 376, 56, ACCENT, 16, [m.move('opacity', 0, (wake, wake + 0.2, 0.5, EASE_OUT))],
                     opacity=0, pulses=[m.pulse(wake, 'glow')]),
         m.rectangle('Back', 0, 0, 376, 56, FAINT, 16, [m.move('fill', FAINT, (wake, wake + 0.35, ACCENT, EASE_IN_OUT))]),
-        m.text('View live page', 0, 12, 376, 32, 20, DIM, SEMI, 'center', [m.move('textColor', DIM, (wake, wake + 0.35, WHITE, EASE_IN_OUT))])])
+        m.text('View live page', 0, 12, 376, 32, 20, DIM, SEMI, 'center', [
+            m.move('textColor', DIM, (wake, wake + 0.35, WHITE, EASE_IN_OUT))])])
     return m.group('Panel', x, y, width, height, [
         m.soft_shadow(width, height, 24, 'high', 0.3, after=OPEN + 0.12), m.soft_shadow(width, height, 24, 'low', 0.25, after=OPEN + 0.12),
         m.rectangle('Back', 0, 0, width, height, WHITE, 24, stroke=EDGE, strokeWidth=1.5),
@@ -398,8 +405,8 @@ def welcome_note(m):
     return [
         m.text('One tap,\nand it is live', 1744, 604, 168, 64, 24, PRESSED, SEMI, moves=[
             m.move('y', 616, (begin, begin + 0.6, 604, ARRIVE))], spans=[m.span(begin, end, ('fadeIn', 0.3), ('fadeOut', 0.3))]),
-        m.layer('line', 'To the switch', 1656, 680, 128, 116, lineCurved=True, linePoints=[[124, 0], [115, 43], [89, 79], [50, 103], [4, 112]],
-                lineArrowEnd=True, stroke=ACCENT, strokeWidth=4,
+        m.layer('line', 'To the switch', 1656, 680, 128, 116, lineCurved=True,
+                linePoints=[[124, 0], [115, 43], [89, 79], [50, 103], [4, 112]], lineArrowEnd=True, stroke=ACCENT, strokeWidth=4,
                 spans=[m.span(begin + 0.25, end, ('drawOn', 0.55), ('fadeOut', 0.3))])]
 
 
@@ -413,7 +420,8 @@ def welcome_pointer(m):
         ('Over the button', (1520, 164, 144, 24)), ('Over the switch', (1592, 780, 40, 24)))]
     return spots + [m.layer('cursor', 'Pointer', *button, 56, 56, [
         m.move('x', 1180, (1.0, 1.86, button[0], TRAVEL), (3.5, 4.3, switch[0], TRAVEL), (4.9, 5.6, aside[0], TRAVEL)),
-        m.move('y', 1120, (1.0, 1.86, button[1], cubic(0.4, 0, 0.1, 1)), (3.5, 4.3, switch[1], CAMERA), (4.9, 5.6, aside[1], CAMERA)),
+        m.move('y', 1120, (1.0, 1.86, button[1], cubic(0.4, 0, 0.1, 1)),
+               (3.5, 4.3, switch[1], CAMERA), (4.9, 5.6, aside[1], CAMERA)),
         m.move('scaleX', 1, *steps), m.move('scaleY', 1, *steps)], anchor=(0.39, 0.11))]
 
 
@@ -433,11 +441,13 @@ def welcome_lens(m):
                         spans=[m.span(LENS, 7, ('fadeIn', 0.4))])
     begin, end = LENS, LENS + 0.8
     moves = [m.move(prop, there, (begin, end, here, TRAVEL)) for prop, there, here in (
-        ('x', x, 480), ('y', y, 564), ('width', width, NARROW), ('height', height, height * NARROW / width), ('strokeWidth', 0, 2))]
+        ('x', x, 480), ('y', y, 564), ('width', width, NARROW),
+        ('height', height, height * NARROW / width), ('strokeWidth', 0, 2))]
     fall = [m.key('shadow', time, preset) for time, preset in ((begin, 'none'), (begin + 0.1, 'low'), (begin + 0.25, 'medium'))]
-    view = m.rectangle('Viewport', x, y, width, height, WHITE, 20, [*moves, fall], stroke=color('#A9A9F7'), shadow='none', pipRendition=True,
+    view = m.rectangle('Viewport', x, y, width, height, WHITE, 20, [*moves, fall], stroke=color('#A9A9F7'), pipRendition=True,
                        spans=[m.span(begin, 7)])
-    return [frame, m.layer('zoom', 'Lens', x, y, width, height, zoomType='pictureInPicture', children=[view], spans=[m.span(LENS, 7)])]
+    lens = m.layer('zoom', 'Lens', x, y, width, height, zoomType='pictureInPicture', children=[view], spans=[m.span(LENS, 7)])
+    return frame, lens
 
 
 def make_welcome():
@@ -485,10 +495,15 @@ def picture_png():
 
 
 PICTURE_SVG = b'''<svg xmlns="http://www.w3.org/2000/svg" width="180" height="120" viewBox="0 0 180 120">
-  <defs><linearGradient id="g" x1="0" y1="0" x2="1" y2="1"><stop offset="0" stop-color="#5B5BF0"/><stop offset="1" stop-color="#A58BFA"/></linearGradient></defs>
+  <linearGradient id="g" x1="0" y1="0" x2="1" y2="1">
+    <stop offset="0" stop-color="#5B5BF0"/><stop offset="1" stop-color="#A58BFA"/>
+  </linearGradient>
   <rect width="180" height="120" fill="url(#g)"/>
-  <g fill="none" stroke="#fff" stroke-width="2" opacity="0.35"><circle cx="90" cy="60" r="36"/><circle cx="90" cy="60" r="56"/><circle cx="90" cy="60" r="76"/></g>
-  <path transform="translate(66 40) scale(2)" fill="#fff" d="M0 3C6 1 11 4 13 9C15 4 19 0 24 0C22 10 17 19 10 20C11 16 10 13 7 11C3 9 1 6 0 3Z"/>
+  <g fill="none" stroke="#fff" stroke-width="2" opacity="0.35">
+    <circle cx="90" cy="60" r="36"/><circle cx="90" cy="60" r="56"/><circle cx="90" cy="60" r="76"/>
+  </g>
+  <path transform="translate(66 40) scale(2)" fill="#fff"
+    d="M0 3C6 1 11 4 13 9C15 4 19 0 24 0C22 10 17 19 10 20C11 16 10 13 7 11C3 9 1 6 0 3Z"/>
 </svg>
 '''
 
@@ -496,7 +511,8 @@ PICTURE_SVG = b'''<svg xmlns="http://www.w3.org/2000/svg" width="180" height="12
 def gallery_cells(m):
     """What each cell shows, in the space of a stage of 424 by 208: the name, a remark, the layers."""
     def there_and_back(prop, at_first, value, begin, seconds=1.1):
-        return m.move(prop, at_first, (begin, begin + seconds, value, TRAVEL), (begin + seconds + 0.5, begin + 2 * seconds + 0.5, at_first, TRAVEL))
+        back = begin + seconds + 0.5
+        return m.move(prop, at_first, (begin, begin + seconds, value, TRAVEL), (back, back + seconds, at_first, TRAVEL))
 
     rectangle = [m.rectangle('Rectangle', 152, 44, 120, 120, TINT, 16, [
         there_and_back('cornerRadius', 16, 60, 1), there_and_back('rotation', 0, 90, 1), there_and_back('strokeWidth', 4, 12, 1)],
@@ -519,11 +535,14 @@ def gallery_cells(m):
     group = [m.group('Row', 44, 68, 336, 72, parts, groupLayout='horizontal', groupGap=16)]
     places = [(40 + 96 * n, 32) for n in range(4)] + [(88 + 96 * n, 124) for n in range(3)]
     cursors = [m.layer('cursor', variant, x, y, 56, 56, [
-        m.move('y', y, (1 + 0.35 * n, 1.3 + 0.35 * n, y - 8, EASE_OUT), (1.35 + 0.35 * n, 1.9 + 0.35 * n, y, LIVELY))], cursorVariant=variant)
-        for n, ((x, y), variant) in enumerate(zip(places, ('arrow', 'pointer', 'grab', 'grabbing', 'ibeam', 'duplicate', 'wait')))]
+        m.move('y', y, (1 + 0.35 * n, 1.3 + 0.35 * n, y - 8, EASE_OUT), (1.35 + 0.35 * n, 1.9 + 0.35 * n, y, LIVELY))],
+        cursorVariant=variant)
+        for n, ((x, y), variant) in enumerate(zip(places, (
+            'arrow', 'pointer', 'grab', 'grabbing', 'ibeam', 'duplicate', 'wait')))]
     lines = []
     for n, (shape, tone, more) in enumerate((
-            ('freeform', ACCENT, {'linePoints': [[0, 56], [32, 8], [64, 56], [96, 16]], 'lineCurved': True, 'lineArrowEnd': True}),
+            ('freeform', ACCENT, {'linePoints': [[0, 56], [32, 8], [64, 56], [96, 16]],
+                                   'lineCurved': True, 'lineArrowEnd': True}),
             ('arc', CORAL, {'lineArcBend': -1.2, 'lineArrowStart': True, 'lineArrowEnd': True}),
             ('wave', MINT, {'lineWaveFrequency': 2, 'lineWaveAmplitude': 0.7, 'lineArrowEnd': True}),
             ('square', AMBER, {}), ('circle', SKY, {}), ('triangle', VIOLET, {}))):
@@ -532,28 +551,34 @@ def gallery_cells(m):
                              stroke=tone, strokeWidth=4, spans=[m.span(1 + 0.3 * n, 6, ('drawOn', 1))], **more))
     field = [m.layer('gradientField', 'Field', 24, 24, 376, 176, fill=color('#4A3FD0'), stroke=color('#A23E78'),
                      gradientWarpSpeed=4, gradientPulseAmount=0.8)]
-    hot = m.layer('hotspot', 'Hot spot', 152, 92, 120, 24, cursorHoverOverride='pointer')
+    hot = m.layer('hotspot', 'Hot spot', 152, 72, 148, 56, cursorHoverOverride='pointer')
     passing = m.layer('cursor', 'Passing', 40, 144, 48, 48, [
-        m.move('x', 40, (1.2, 2.3, 244, TRAVEL), (3.2, 4.3, 352, TRAVEL)), m.move('y', 144, (1.2, 2.3, 108, CAMERA), (3.2, 4.3, 144, CAMERA))])
-    spot = [m.rectangle('Button', 124, 72, 176, 64, ACCENT, 20), m.text('Save', 124, 84, 176, 40, 24, WHITE, SEMI, 'center'), hot, passing]
+        m.move('x', 40, (1.2, 2.3, 244, TRAVEL), (3.2, 4.3, 352, TRAVEL)),
+        m.move('y', 144, (1.2, 2.3, 108, CAMERA), (3.2, 4.3, 144, CAMERA))])
+    spot = [m.rectangle('Button', 124, 72, 176, 64, ACCENT, 20),
+            m.text('Save', 124, 84, 176, 40, 24, WHITE, SEMI, 'center'), hot, passing]
     pulse = [m.group('Half size', 212, 104, 1, 1, [
-        m.ellipse('Source', -52, -52, 104, 104, ACCENT, pulses=[m.pulse(t, 'radiate', 'scale') for t in (1.2, 2.9, 4.6)])], scale=0.5)]
-    return (('Rectangle', 'radius, stroke, turn', rectangle), ('Ellipse', 'stroke inside', ellipse), ('Path', 'free outline', path),
-            ('Text', 'type on, caret', words), ('Image', 'PNG and SVG', images), ('Group', 'a stack makes room', group),
-            ('Cursor', 'seven variants', cursors), ('Line', 'shapes, arrows, draw on', lines), ('Gradient field', 'drifts and breathes', field),
-            ('Hot spot', 'changes the cursor', spot), ('Zoom', 'picture in picture', []), ('Pulse', 'radiate and scale', pulse))
+        m.ellipse('Source', -52, -52, 104, 104, ACCENT,
+                  pulses=[m.pulse(t, 'radiate', 'scale') for t in (1.2, 2.9, 4.6)])], scale=0.5)]
+    return (('Rectangle', 'radius, stroke, turn', rectangle), ('Ellipse', 'stroke inside', ellipse),
+            ('Path', 'free outline', path), ('Text', 'type on, caret', words),
+            ('Image', 'PNG and SVG', images), ('Group', 'a stack makes room', group),
+            ('Cursor', 'seven variants', cursors), ('Line', 'shapes, arrows, draw on', lines),
+            ('Gradient field', 'drifts and breathes', field), ('Hot spot', 'changes the cursor', spot),
+            ('Zoom', 'picture in picture', []), ('Pulse', 'radiate and scale', pulse))
 
 
 def make_gallery():
     """Every kind but video, which would need a film beside the document: none is kept here."""
     m = Maker('gallery')
-    layers = [m.text('Every kind of layer', 64, 56, 960, 72, 52, INK, BOLD),
+    layers = [m.text('Kinds of layers', 64, 56, 960, 72, 52, INK, BOLD),
               m.text('Eleven kinds at work, and a pulse', 1056, 72, 800, 48, 22, GREY, MEDIUM, 'right')]
     for n, (name, note, children) in enumerate(gallery_cells(m)):
         x, y, begin = 64 + 456 * (n % 4), 168 + 296 * (n // 4), 0.06 * n
         layers.append(m.group(name, x, y, 424, 264, [
             m.rectangle('Back', 0, 0, 424, 264, WHITE, 24, stroke=EDGE, strokeWidth=1.5),
-            m.text(name, 24, 216, 184, 32, 20, INK, SEMI), m.text(note, 184, 216, 216, 32, 16, GREY, alignment='right'), *children,
+            m.text(name, 24, 216, 184, 32, 20, INK, SEMI),
+            m.text(note, 184, 216, 216, 32, 16, GREY, alignment='right'), *children,
         ], [m.move('y', y + 40, (begin, begin + 0.7, y, ARRIVE)), m.move('opacity', 0, (begin, begin + 0.3, 1, EASE_OUT))]))
     # The frame goes along the cursors while the viewport in the cell below shows what is in it.
     left, right, y, width, height = 986.25, 1178.25, 474.5, 211.5, 99
@@ -561,11 +586,12 @@ def make_gallery():
     def travel():
         return m.move('x', left, (2.8, 4.2, right, TRAVEL))
 
-    layers.append(m.rectangle('Looked at', left, y, width, height, CLEAR, 9, [travel()], stroke=ACCENT, strokeWidth=2, strokeOutside=True,
-                              spans=[m.span(1, 6, ('fadeIn', 0.4))]))
+    layers.append(m.rectangle('Looked at', left, y, width, height, CLEAR, 9, [travel()], stroke=ACCENT, strokeWidth=2,
+                              strokeOutside=True, spans=[m.span(1, 6, ('fadeIn', 0.4))]))
     view = m.rectangle('Viewport', 1000, 784, 376, 176, WHITE, 16, stroke=ACCENT, strokeWidth=2, strokeOutside=True, shadow='low',
                        pipRendition=True, spans=[m.span(1, 6, ('popIn', 0.5))])
-    layers.append(m.layer('zoom', 'Lens', left, y, width, height, [travel()], zoomType='pictureInPicture', children=[view], spans=[m.span(1, 6)]))
+    layers.append(m.layer('zoom', 'Lens', left, y, width, height, [travel()], zoomType='pictureInPicture',
+                          children=[view], spans=[m.span(1, 6)]))
     return document(m.scene('Gallery', 1920, 1080, 6, PAPER, layers))
 
 
