@@ -57,8 +57,8 @@ int main()
             sum += times.back();
         }
         const double mean = sum / frames;
-        std::printf("%-10s %7.3f ms a frame (median %.3f, slowest %.3f), %.1f fills of the frame; the target is %.0f ms\n", pass, mean,
-                    medianOf(times), *std::ranges::max_element(times), mean / fill, targetMilliseconds);
+        std::printf("%-10s %7.3f ms a frame (median %.3f, slowest %.3f), %.1f fills of the frame; the target is %.0f ms\n", pass,
+                    mean, medianOf(times), *std::ranges::max_element(times), mean / fill, targetMilliseconds);
     }
     return 0;
 }

@@ -1,5 +1,5 @@
-// Any bytes can be laid out and drawn as a text layer, in a box and a font size of any number, with any count of typed characters.
-// What is told of where a layer paints holds what it paints.
+// Any bytes can be laid out and drawn as a text layer, in a box and a font size of any number, with any count of typed
+// characters. What is told of where a layer paints holds what it paints.
 
 #include "platform/pixel_buffer.h"
 #include "rendering/shapes.h"

@@ -42,7 +42,8 @@ constexpr std::size_t keptFontBytes = 64 << 10;
 struct ObjectDeleter {
     void operator()(void* object) const { g_object_unref(object); }
 };
-template <typename T> using Owned = std::unique_ptr<T, ObjectDeleter>;
+template <typename T>
+using Owned = std::unique_ptr<T, ObjectDeleter>;
 
 struct DescriptionDeleter {
     void operator()(PangoFontDescription* description) const { pango_font_description_free(description); }
@@ -75,7 +76,8 @@ GlyphFace::Source sourceOf(PangoFont* font)
         source.variations = reinterpret_cast<const char*>(text);
     FcPatternGetInteger(pattern, FC_INDEX, 0, &source.index);
     FcMatrix* matrix = nullptr;
-    if (FcPatternGetMatrix(pattern, FC_MATRIX, 0, &matrix) == FcResultMatch && matrix->yy != 0) source.slant = matrix->xy / matrix->yy;
+    if (FcPatternGetMatrix(pattern, FC_MATRIX, 0, &matrix) == FcResultMatch && matrix->yy != 0)
+        source.slant = matrix->xy / matrix->yy;
     FcBool emboldened = FcFalse;
     if (FcPatternGetBool(pattern, FC_EMBOLDEN, 0, &emboldened) == FcResultMatch) source.emboldened = emboldened;
     return source;
@@ -216,10 +218,11 @@ CGRect movedBy(const CGRect& rect, CGPoint by)
 class LayoutBuilder {
 public:
     LayoutBuilder(TextLayout& layout, Shaper& shaper)
-        : layout_(layout), shaper_(shaper), baseFace_(shaper.face(layout.request.fontName)),
+        : layout_(layout),
+          shaper_(shaper),
+          baseFace_(shaper.face(layout.request.fontName)),
           baseMetrics_(baseFace_ ? baseFace_->metrics() : FontMetrics{})
-    {
-    }
+    {}
 
     void build()
     {
@@ -256,7 +259,8 @@ private:
                 pieceBytes = std::min(pieceBytes * 4, greatestLineBytes);
                 continue;
             }
-            if (lines && !direction) direction = pango_layout_line_get_resolved_direction(static_cast<PangoLayoutLine*>(lines->data));
+            if (lines && !direction)
+                direction = pango_layout_line_get_resolved_direction(static_cast<PangoLayoutLine*>(lines->data));
             std::size_t taken = piece.size();
             for (GSList* at = lines; at; at = at->next) {
                 const auto* line = static_cast<PangoLayoutLine*>(at->data);
@@ -269,7 +273,8 @@ private:
             text.remove_prefix(taken);
             offset += taken;
             const std::size_t lineCount = g_slist_length(lines);
-            pieceBytes = std::clamp(piece.size() / std::max<std::size_t>(lineCount, 1) * linesPerPiece, leastPieceBytes, greatestLineBytes);
+            pieceBytes = std::clamp(piece.size() / std::max<std::size_t>(lineCount, 1) * linesPerPiece, leastPieceBytes,
+                                    greatestLineBytes);
         }
     }
 
@@ -298,7 +303,8 @@ private:
 
     void addItem(const PangoGlyphItem& item, std::size_t offset, TextLayout::Line& line)
     {
-        const std::shared_ptr<const GlyphFace> face = item.item->analysis.font ? shaper_.face(item.item->analysis.font) : baseFace_;
+        const std::shared_ptr<const GlyphFace> face =
+            item.item->analysis.font ? shaper_.face(item.item->analysis.font) : baseFace_;
         if (face) {
             const FontMetrics& metrics = face->metrics();
             lineMetrics_.ascender = std::max(lineMetrics_.ascender, metrics.ascender);

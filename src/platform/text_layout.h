@@ -65,20 +65,21 @@ inline constexpr std::size_t greatestTextBytes = 1 << 20;
 /// threads at once.
 struct TextLayout {
     struct Glyph {
-        std::uint32_t id = 0;   ///< Within its face.
+        std::uint32_t id = 0; ///< Within its face.
         std::uint32_t byte = 0; ///< Where the characters that it stands for begin.
-        float x = 0, y = 0;     ///< Its origin from the beginning of the line's baseline, in ems.
+        float x = 0, y = 0; ///< Its origin from the beginning of the line's baseline, in ems.
     };
     struct Run {
-        std::shared_ptr<const GlyphFace> face; ///< Absent for characters that no font has: their glyph's id is their width in em/1000.
+        std::shared_ptr<const GlyphFace>
+            face; ///< Absent for characters that no font has: their glyph's id is their width in em/1000.
         std::size_t firstGlyph = 0, glyphCount = 0;
     };
     struct Line {
-        CGPoint start;  ///< Of the baseline.
+        CGPoint start; ///< Of the baseline.
         double top = 0; ///< Lines lie one below the other.
         double height = 0;
         double width = 0;
-        CGRect ink;   ///< Holds all that is drawn; null where nothing is.
+        CGRect ink; ///< Holds all that is drawn; null where nothing is.
         CGRect reach; ///< Holds each glyph, from its own origin.
         std::size_t firstRun = 0, runCount = 0;
     };

@@ -25,9 +25,12 @@ HueSaturationValue hueSaturationValue(const ColorRGBA& c)
     const double greatest = std::max({c.r, c.g, c.b}), range = greatest - std::min({c.r, c.g, c.b});
     double hue = 0;
     if (range > 0) {
-        if (greatest == c.r) hue = 60 * std::fmod((c.g - c.b) / range, 6);
-        else if (greatest == c.g) hue = 60 * ((c.b - c.r) / range + 2);
-        else hue = 60 * ((c.r - c.g) / range + 4);
+        if (greatest == c.r)
+            hue = 60 * std::fmod((c.g - c.b) / range, 6);
+        else if (greatest == c.g)
+            hue = 60 * ((c.b - c.r) / range + 2);
+        else
+            hue = 60 * ((c.r - c.g) / range + 4);
     }
     if (hue < 0) hue += 360;
     return {hue, greatest == 0 ? 0 : range / greatest, greatest};

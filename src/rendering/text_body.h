@@ -61,7 +61,8 @@ struct CanvasFont {
 CanvasFont canvasFont(std::string_view name, double size);
 
 /// How far the live canvas moves a layer's text down from where its lines' box is centred, in view points, so that capitals
-/// look centred. Only a single line that is centred vertically and fits its box is moved. `fitScale` is view points per scene unit.
+/// look centred. Only a single line that is centred vertically and fits its box is moved. `fitScale` is view points per
+/// scene unit.
 double opticalCentringOffset(const Layer& layer, double fitScale);
 
 } // namespace larkspool

@@ -20,7 +20,8 @@ class SystemTextMeasurer final : public TextMeasurer {
 public:
     CGSize boundingSize(std::string_view text, std::string_view fontName, double fontSize, double width) const override
     {
-        return layOutText({.text = std::string(text), .fontName = std::string(fontName), .fontSize = fontSize, .width = width})->size;
+        return layOutText({.text = std::string(text), .fontName = std::string(fontName), .fontSize = fontSize, .width = width})
+            ->size;
     }
     FontMetrics metrics(std::string_view fontName, double fontSize) const override { return fontMetrics(fontName, fontSize); }
 };

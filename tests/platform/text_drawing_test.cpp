@@ -63,7 +63,8 @@ TEST(TextDrawing, GlidesByPartsOfAPixel)
     for (const double step : {0.25, 0.1, 1.0 / 3}) {
         for (int i = 1; i < 9; ++i) {
             const double by = step * i;
-            const CGPoint across = massOf(drawnText("o", {20 + by, 20})).centre, down = massOf(drawnText("o", {20, 20 + by})).centre;
+            const CGPoint across = massOf(drawnText("o", {20 + by, 20})).centre,
+                          down = massOf(drawnText("o", {20, 20 + by})).centre;
             EXPECT_NEAR(across.x - start.centre.x, by, 0.13) << by;
             EXPECT_NEAR(across.y, start.centre.y, 0.01) << by;
             EXPECT_NEAR(down.y - start.centre.y, by, 0.13) << by;
@@ -76,11 +77,16 @@ TEST(TextDrawing, HasTheSameInkHoweverItStands)
 {
     // Upright text, turned text and very large text are painted in three ways.
     const double ink = massOf(drawnText("Rag", {20, 20})).total;
-    struct Case { const char* what; AffineTransform transform; double ink; };
-    for (const Case& c : {Case{"turned by a right angle", {0, 1, -1, 0, 70, 5}, ink}, Case{"upside down", {-1, 0, 0, -1, 120, 70}, ink},
-                          Case{"mirrored", {-1, 0, 0, 1, 120, 20}, ink}, Case{"turned", {0.8, 0.6, -0.6, 0.8, 60, 10}, ink},
-                          Case{"sheared", {1, 0, 0.5, 1, 20, 20}, ink}, Case{"twice as large", {2, 0, 0, 2, 5, 5}, 4 * ink},
-                          Case{"twice as wide", {2, 0, 0, 1, 5, 20}, 2 * ink}}) {
+    struct Case {
+        const char* what;
+        AffineTransform transform;
+        double ink;
+    };
+    for (const Case& c :
+         {Case{"turned by a right angle", {0, 1, -1, 0, 70, 5}, ink}, Case{"upside down", {-1, 0, 0, -1, 120, 70}, ink},
+          Case{"mirrored", {-1, 0, 0, 1, 120, 20}, ink}, Case{"turned", {0.8, 0.6, -0.6, 0.8, 60, 10}, ink},
+          Case{"sheared", {1, 0, 0.5, 1, 20, 20}, ink}, Case{"twice as large", {2, 0, 0, 2, 5, 5}, 4 * ink},
+          Case{"twice as wide", {2, 0, 0, 1, 5, 20}, 2 * ink}}) {
         SCOPED_TRACE(c.what);
         const PixelBuffer picture = drawn(200, 80, [&](RasterContext& context) {
             context.concatCTM(c.transform);
@@ -122,7 +128,8 @@ TEST(TextDrawing, LeavesOutClearCharactersAndMovesNoOther)
     // The letters do not touch: what is left out and what is left make the whole.
     for (int y = 0; y < whole.height(); ++y)
         for (int x = 0; x < whole.width(); ++x)
-            ASSERT_EQ(storedPixelAt(rest, x, y).a + storedPixelAt(middle, x, y).a, storedPixelAt(whole, x, y).a) << x << ", " << y;
+            ASSERT_EQ(storedPixelAt(rest, x, y).a + storedPixelAt(middle, x, y).a, storedPixelAt(whole, x, y).a)
+                << x << ", " << y;
 }
 
 TEST(TextDrawing, BlendsTheColourOnceWithItsAlpha)
@@ -157,8 +164,12 @@ TEST(TextDrawing, IsClipped)
         for (int x = 0; x < 200; ++x) {
             const int alpha = storedPixelAt(whole, x, y).a;
             ASSERT_EQ(storedPixelAt(boxed, x, y).a, x >= 30 && x < 50 ? alpha : 0);
-            if (x < 20 || x >= 60) { ASSERT_EQ(storedPixelAt(rounded, x, y).a, 0); }
-            if (x >= 35 && x < 45) { ASSERT_NEAR(storedPixelAt(rounded, x, y).a, alpha, 1); }
+            if (x < 20 || x >= 60) {
+                ASSERT_EQ(storedPixelAt(rounded, x, y).a, 0);
+            }
+            if (x >= 35 && x < 45) {
+                ASSERT_NEAR(storedPixelAt(rounded, x, y).a, alpha, 1);
+            }
         }
 }
 
@@ -183,8 +194,10 @@ TEST(TextDrawing, ShowsEmojiInTheirColoursWithTheAlphaOfTheText)
 {
     const auto yellow = [](double alpha) {
         const auto face = laidOut("\U0001F600", 40);
-        const PixelBuffer picture = drawn(60, 60, [&](RasterContext& context) { context.drawText(*face, {5, 5}, {0, 0, 1, alpha}); });
-        return storedPixelAt(picture, 5 + static_cast<int>(face->ink.midX()), 5 + static_cast<int>(face->ink.minY()) + 5); // The forehead.
+        const PixelBuffer picture =
+            drawn(60, 60, [&](RasterContext& context) { context.drawText(*face, {5, 5}, {0, 0, 1, alpha}); });
+        return storedPixelAt(picture, 5 + static_cast<int>(face->ink.midX()),
+                             5 + static_cast<int>(face->ink.minY()) + 5); // The forehead.
     };
     const StoredPixel full = yellow(1), half = yellow(0.5);
     EXPECT_EQ(full.a, 255);
@@ -199,7 +212,9 @@ TEST(TextDrawing, ShowsEmojiInTheirColoursWithTheAlphaOfTheText)
 TEST(TextDrawing, ScalesEmojiSmoothlyAndLetsThemGlide)
 {
     const auto middle = [](double x) {
-        return massOf(drawn(60, 60, [&](RasterContext& context) { context.drawText(*laidOut("\U0001F600", 24), {x, 10}, black); })).centre.x;
+        return massOf(
+                   drawn(60, 60, [&](RasterContext& context) { context.drawText(*laidOut("\U0001F600", 24), {x, 10}, black); }))
+            .centre.x;
     };
     for (int i = 1; i < 8; ++i) EXPECT_NEAR(middle(10 + i * 0.25) - middle(10), i * 0.25, 0.125);
 }

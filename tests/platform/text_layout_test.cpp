@@ -66,12 +66,18 @@ TEST(FontMetrics, AreNothingWithoutASize)
 
 TEST(FontNames, NameAFamilyOrAFace)
 {
-    struct Case { const char* what; const char* name; double advance; bool isInstalled = true; };
+    struct Case {
+        const char* what;
+        const char* name;
+        double advance;
+        bool isInstalled = true;
+    };
     constexpr double semiBold = 2095 / interUnits;
-    for (const Case& c : {Case{"a family", "Inter", advanceOfH}, Case{"a face in full", "Inter Semi Bold", semiBold},
-                          Case{"as font files name it", "Inter-SemiBold", semiBold}, Case{"in other letters", "inter semibold", semiBold},
-                          Case{"unknown", "No Such Font", advanceOfH, false}, Case{"empty", "", advanceOfH, false},
-                          Case{"not text", "\xff\xfe,,", advanceOfH, false}}) {
+    for (const Case& c :
+         {Case{"a family", "Inter", advanceOfH}, Case{"a face in full", "Inter Semi Bold", semiBold},
+          Case{"as font files name it", "Inter-SemiBold", semiBold}, Case{"in other letters", "inter semibold", semiBold},
+          Case{"unknown", "No Such Font", advanceOfH, false}, Case{"empty", "", advanceOfH, false},
+          Case{"not text", "\xff\xfe,,", advanceOfH, false}}) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(isFontInstalled(c.name), c.isInstalled);
         const auto layout = layOutText({.text = "HH", .fontName = c.name, .fontSize = 100});
@@ -112,11 +118,15 @@ TEST(TextLayout, GrowsWithTheSizeWithoutSteps)
 
 TEST(TextLayout, BreaksLinesWhereTheTextDoes)
 {
-    struct Case { const char* what; const char* text; std::size_t lines; };
-    for (const Case& c : {Case{"none", "nn", 1}, Case{"line feed", "n\nn", 2}, Case{"carriage return", "n\rn", 2},
-                          Case{"both are one", "n\r\nn", 2}, Case{"at the end", "n\n", 2}, Case{"alone", "\n", 2},
-                          Case{"two", "n\n\nn", 3}, Case{"line separator", "n\u2028n", 2}, Case{"paragraph separator", "n\u2029n", 2},
-                          Case{"next line", "n\u0085n", 2}}) {
+    struct Case {
+        const char* what;
+        const char* text;
+        std::size_t lines;
+    };
+    for (const Case& c :
+         {Case{"none", "nn", 1}, Case{"line feed", "n\nn", 2}, Case{"carriage return", "n\rn", 2},
+          Case{"both are one", "n\r\nn", 2}, Case{"at the end", "n\n", 2}, Case{"alone", "\n", 2}, Case{"two", "n\n\nn", 3},
+          Case{"line separator", "n\u2028n", 2}, Case{"paragraph separator", "n\u2029n", 2}, Case{"next line", "n\u0085n", 2}}) {
         SCOPED_TRACE(c.what);
         const auto layout = laidOut(c.text);
         ASSERT_EQ(layout->lines.size(), c.lines);
@@ -152,10 +162,14 @@ TEST(TextLayout, PutsAtLeastOneLetterInALine)
 TEST(TextLayout, AlignsEachLineInTheWidth)
 {
     const double one = 100 * advanceOfN, width = 300;
-    struct Case { LineAlignment alignment; double first, second; };
+    struct Case {
+        LineAlignment alignment;
+        double first, second;
+    };
     for (const Case& c : {Case{LineAlignment::left, 0, 0}, Case{LineAlignment::center, (width - one) / 2, (width - 2 * one) / 2},
                           Case{LineAlignment::right, width - one, width - 2 * one}}) {
-        const auto layout = layOutText({.text = "n\nnn", .fontName = "Inter", .fontSize = 100, .width = width, .alignment = c.alignment});
+        const auto layout =
+            layOutText({.text = "n\nnn", .fontName = "Inter", .fontSize = 100, .width = width, .alignment = c.alignment});
         ASSERT_EQ(layout->lines.size(), 2u);
         EXPECT_NEAR(layout->lines[0].start.x, c.first, near);
         EXPECT_NEAR(layout->lines[1].start.x, c.second, near);

@@ -63,20 +63,23 @@ void expectColor(const ColorRGBA& actual, const ColorRGBA& expected)
 
 TEST(HarmoniousDarkerShade, KeepsTheHueAndDarkens)
 {
-    struct Case { const char* what; ColorRGBA from, shade; };
+    struct Case {
+        const char* what;
+        ColorRGBA from, shade;
+    };
     // Value v becomes max(0.35 v, 0.15), saturation s becomes s + 0.2 (1 - s): the least channel is v (1 - s) of the new ones.
-    for (const Case& c : {Case{"white: the hue of red", {1, 1, 1, 1}, {0.35, 0.28, 0.28, 1}},
-                          Case{"a middle grey", {0.5, 0.5, 0.5, 0.5}, {0.175, 0.14, 0.14, 1}},
-                          Case{"black is raised", {0, 0, 0, 1}, {0.15, 0.12, 0.12, 1}},
-                          Case{"a pure colour", {0, 0, 1, 1}, {0, 0, 0.35, 1}},
-                          // s = 0.5, v = 1, hue 60: s' = 0.6, least = 0.35 * 0.4.
-                          Case{"pale yellow", {1, 1, 0.5, 1}, {0.35, 0.35, 0.14, 1}},
-                          // Hue 330, between magenta and red: the middle channel lies half way up. s' = 0.6.
-                          Case{"pale pink", {1, 0.5, 0.75, 1}, {0.35, 0.14, 0.245, 1}},
-                          // Hue 90. v' = 0.28, s = 0.5, s' = 0.6, least = 0.112, middle half way.
-                          Case{"pale green", {0.6, 0.8, 0.4, 1}, {0.196, 0.28, 0.112, 1}},
-                          // Hue 210.
-                          Case{"pale blue", {0.4, 0.6, 0.8, 1}, {0.112, 0.196, 0.28, 1}}}) {
+    for (const Case& c :
+         {Case{"white: the hue of red", {1, 1, 1, 1}, {0.35, 0.28, 0.28, 1}},
+          Case{"a middle grey", {0.5, 0.5, 0.5, 0.5}, {0.175, 0.14, 0.14, 1}},
+          Case{"black is raised", {0, 0, 0, 1}, {0.15, 0.12, 0.12, 1}}, Case{"a pure colour", {0, 0, 1, 1}, {0, 0, 0.35, 1}},
+          // s = 0.5, v = 1, hue 60: s' = 0.6, least = 0.35 * 0.4.
+          Case{"pale yellow", {1, 1, 0.5, 1}, {0.35, 0.35, 0.14, 1}},
+          // Hue 330, between magenta and red: the middle channel lies half way up. s' = 0.6.
+          Case{"pale pink", {1, 0.5, 0.75, 1}, {0.35, 0.14, 0.245, 1}},
+          // Hue 90. v' = 0.28, s = 0.5, s' = 0.6, least = 0.112, middle half way.
+          Case{"pale green", {0.6, 0.8, 0.4, 1}, {0.196, 0.28, 0.112, 1}},
+          // Hue 210.
+          Case{"pale blue", {0.4, 0.6, 0.8, 1}, {0.112, 0.196, 0.28, 1}}}) {
         SCOPED_TRACE(c.what);
         expectColor(harmoniousDarkerShade(c.from), c.shade);
     }
@@ -126,16 +129,19 @@ TEST(TextString, TakesOnlyTheLastBarForTheCaret)
 
 TEST(TextString, PutsTheCaretBehindWhatIsTyped)
 {
-    struct Case { const char* what; const char* text; std::size_t typed; const char* string; Ranges clear; };
-    for (const Case& c : {Case{"nothing, caret", "Hello|", 0, "|Hello", {{1, 6}}},
-                          Case{"some, caret", "Hello|", 2, "He|llo", {{3, 6}}},
-                          Case{"all, caret", "Hello|", 5, "Hello|", {}},
-                          Case{"more than all, caret", "Hello|", 99, "Hello|", {}},
-                          Case{"nothing", "Hello", 0, "Hello", {{0, 5}}},
-                          Case{"some", "Hello", 3, "Hello", {{3, 5}}},
-                          Case{"more than all", "Hello", 99, "Hello", {}},
-                          Case{"of no text", "", 3, "", {}},
-                          Case{"of the caret alone", "|", 0, "|", {}}}) {
+    struct Case {
+        const char* what;
+        const char* text;
+        std::size_t typed;
+        const char* string;
+        Ranges clear;
+    };
+    for (const Case& c :
+         {Case{"nothing, caret", "Hello|", 0, "|Hello", {{1, 6}}}, Case{"some, caret", "Hello|", 2, "He|llo", {{3, 6}}},
+          Case{"all, caret", "Hello|", 5, "Hello|", {}}, Case{"more than all, caret", "Hello|", 99, "Hello|", {}},
+          Case{"nothing", "Hello", 0, "Hello", {{0, 5}}}, Case{"some", "Hello", 3, "Hello", {{3, 5}}},
+          Case{"more than all", "Hello", 99, "Hello", {}}, Case{"of no text", "", 3, "", {}},
+          Case{"of the caret alone", "|", 0, "|", {}}}) {
         SCOPED_TRACE(c.what);
         Layer layer = textLayer(c.text);
         layer.textTypeOnVisible = c.typed;
@@ -155,17 +161,22 @@ TEST(TextString, HidesTheCaretWhereItStandsWhileTyping)
 TEST(TextString, CountsHiddenCharactersAsCodeUnits)
 {
     const std::string thumbs = std::string(thumb) + thumb + thumb, letters = std::string(marked) + marked + "x";
-    struct Case { const char* what; std::string text; std::size_t typed; std::string string; Ranges clear; };
-    for (const Case& c : {
-             // Three characters of six units: two hidden from unit 1 on, which is the middle of the first, to unit 3.
-             Case{"surrogates, one typed", thumbs, 1, thumbs, {{4, 8}}},
-             // From unit 2 to unit 3: the second, though it has been typed, and not the third.
-             Case{"surrogates, two typed", thumbs, 2, thumbs, {{4, 8}}},
-             Case{"surrogates, none typed", thumbs, 0, thumbs, {{0, 8}}},
-             // The caret is one unit: "e\u0301|e\u0301x", hidden from unit 2 (the caret) to unit 4 (the mark).
-             Case{"combining, one typed, caret", letters + "|", 1, std::string(marked) + "|" + marked + "x", {{3, 5}}},
-             // From unit 1 (the first mark) to unit 3 (the second).
-             Case{"combining, one typed", letters, 1, letters, {{1, 4}}}}) {
+    struct Case {
+        const char* what;
+        std::string text;
+        std::size_t typed;
+        std::string string;
+        Ranges clear;
+    };
+    for (const Case& c :
+         {// Three characters of six units: two hidden from unit 1 on, which is the middle of the first, to unit 3.
+          Case{"surrogates, one typed", thumbs, 1, thumbs, {{4, 8}}},
+          // From unit 2 to unit 3: the second, though it has been typed, and not the third.
+          Case{"surrogates, two typed", thumbs, 2, thumbs, {{4, 8}}}, Case{"surrogates, none typed", thumbs, 0, thumbs, {{0, 8}}},
+          // The caret is one unit: "e\u0301|e\u0301x", hidden from unit 2 (the caret) to unit 4 (the mark).
+          Case{"combining, one typed, caret", letters + "|", 1, std::string(marked) + "|" + marked + "x", {{3, 5}}},
+          // From unit 1 (the first mark) to unit 3 (the second).
+          Case{"combining, one typed", letters, 1, letters, {{1, 4}}}}) {
         SCOPED_TRACE(c.what);
         Layer layer = textLayer(c.text.c_str());
         layer.textTypeOnVisible = c.typed;
@@ -255,7 +266,11 @@ TEST(TextBody, ClipsAStrokeOutside)
 TEST(TextBody, DrawsAStrokeForEachSide)
 {
     const std::string fill = "setFillColor rgba(0 1 0 1)\nfillPath box(0 0 200 60) winding\n";
-    struct Case { const char* what; double top, right, bottom, left; const char* inner; };
+    struct Case {
+        const char* what;
+        double top, right, bottom, left;
+        const char* inner;
+    };
     for (const Case& c : {Case{"top", 2, 0, 0, 0, "0 2 200 58"}, Case{"right", 0, 2, 0, 0, "0 0 198 60"},
                           Case{"bottom", 0, 0, 2, 0, "0 0 200 58"}, Case{"left alone", 0, 0, 0, 2, "2 0 198 60"}}) {
         SCOPED_TRACE(c.what);
@@ -284,8 +299,9 @@ TEST(TextBody, LaysTheStringOutInItsBoxWithoutPadding)
     layer.textAlignment = TextAlignment::right;
     layer.textColor = {0.1, 0.2, 0.3, 0.4};
     const DrawText string = stringOf(layer);
-    EXPECT_EQ(string.request,
-              (TextLayoutRequest{.text = "n", .fontName = "Inter", .fontSize = 20, .width = 200, .alignment = LineAlignment::right}));
+    EXPECT_EQ(
+        string.request,
+        (TextLayoutRequest{.text = "n", .fontName = "Inter", .fontSize = 20, .width = 200, .alignment = LineAlignment::right}));
     EXPECT_EQ(string.origin, (CGPoint{0, 0}));
     EXPECT_EQ(string.color, (RasterColor{0.1, 0.2, 0.3, 0.4}));
     layer.textColor.g = std::nan("");
@@ -296,11 +312,14 @@ TEST(TextBody, PlacesTheStringByTheVerticalAlignmentAlsoOutsideItsBox)
 {
     // Three lines of Inter, each 3408/2816 of the size high.
     const double height = 3 * 20 * 3408 / 2816.0;
-    struct Case { TextVerticalAlignment alignment; double box, top; };
-    for (const Case& c : {Case{TextVerticalAlignment::top, 100, 0}, Case{TextVerticalAlignment::center, 100, (100 - height) / 2},
-                          Case{TextVerticalAlignment::bottom, 100, 100 - height}, Case{TextVerticalAlignment::top, 40, 0},
-                          Case{TextVerticalAlignment::center, 40, (40 - height) / 2},
-                          Case{TextVerticalAlignment::bottom, 40, 40 - height}}) {
+    struct Case {
+        TextVerticalAlignment alignment;
+        double box, top;
+    };
+    for (const Case& c :
+         {Case{TextVerticalAlignment::top, 100, 0}, Case{TextVerticalAlignment::center, 100, (100 - height) / 2},
+          Case{TextVerticalAlignment::bottom, 100, 100 - height}, Case{TextVerticalAlignment::top, 40, 0},
+          Case{TextVerticalAlignment::center, 40, (40 - height) / 2}, Case{TextVerticalAlignment::bottom, 40, 40 - height}}) {
         Layer layer = textLayer("n\nn\nn");
         layer.textVerticalAlignment = c.alignment;
         layer.size.height = c.box;
@@ -326,8 +345,9 @@ TEST(TextBody, DoesNotMoveLettersWhenTheCaretGoesOff)
     bool differs = false;
     for (int y = 0; y < 30; ++y)
         for (int x = 0; x < 60; ++x) {
-            if (x < caretLeft) { ASSERT_EQ(pixelAt(on, x, y), pixelAt(off, x, y)) << x; }
-            else {
+            if (x < caretLeft) {
+                ASSERT_EQ(pixelAt(on, x, y), pixelAt(off, x, y)) << x;
+            } else {
                 differs |= pixelAt(on, x, y).a > 0;
                 ASSERT_EQ(pixelAt(off, x, y).a, 0) << x;
             }
@@ -348,7 +368,7 @@ TEST(TextBody, OverflowsUpwardFromTheBottomUnclipped)
                 if (pixelAt(picture, x, y).r < 100) return true;
         return false;
     };
-    EXPECT_TRUE(isInked(12, 36));  // The first line ends 48.4 above the bottom at 85.
+    EXPECT_TRUE(isInked(12, 36)); // The first line ends 48.4 above the bottom at 85.
     EXPECT_TRUE(isInked(60, 85));
     EXPECT_FALSE(isInked(86, 100));
 }
@@ -366,10 +386,13 @@ TEST(TextBody, TellsWhereItPaints)
     layer.transform = {.x = 100, .y = 250};
     Layer shadowed = layer;
     shadowed.shadow = ShadowPreset::low;
-    const PixelBuffer plain = drawnFrame(sceneWith({300, 300}, {layer})), withShadow = drawnFrame(sceneWith({300, 300}, {shadowed}));
+    const PixelBuffer plain = drawnFrame(sceneWith({300, 300}, {layer})),
+                      withShadow = drawnFrame(sceneWith({300, 300}, {shadowed}));
     for (int y = 0; y < 300; ++y)
         for (int x = 0; x < 300; ++x)
-            if (pixelAt(plain, x, y) == blackPixel) { ASSERT_EQ(pixelAt(withShadow, x, y), blackPixel); }
+            if (pixelAt(plain, x, y) == blackPixel) {
+                ASSERT_EQ(pixelAt(withShadow, x, y), blackPixel);
+            }
 }
 
 TEST(TextBody, DrawsAHundredThousandCharacters)
@@ -389,9 +412,14 @@ TEST(CaretAwareText, IsTheTypedTextThenTheCaretThenWhatIsHidden)
 {
     using Pieces = std::vector<StyledText>;
     const ColorRGBA clear = ColorRGBA::clear;
-    struct Case { const char* what; const char* text; bool caretShows; std::optional<std::size_t> typed; Pieces pieces; };
-    for (const Case& c : {Case{"plain", "Hi", true, {}, {{"Hi", blue}}},
-                          Case{"empty", "", true, {}, {}},
+    struct Case {
+        const char* what;
+        const char* text;
+        bool caretShows;
+        std::optional<std::size_t> typed;
+        Pieces pieces;
+    };
+    for (const Case& c : {Case{"plain", "Hi", true, {}, {{"Hi", blue}}}, Case{"empty", "", true, {}, {}},
                           Case{"caret on", "Hi|", true, {}, {{"Hi", blue}, {"|", blue}}},
                           Case{"caret off", "Hi|", false, {}, {{"Hi", blue}, {"|", clear}}},
                           Case{"typing", "Hello", true, 2, {{"He", blue}, {"llo", clear}}},
@@ -547,7 +575,9 @@ TEST(TextGoldens, Boxes)
 
 TEST(TextGoldens, Scripts)
 {
-    Layer layer = sample("Größe Ελληνικά Привет\nÅngström \u2192 fi ffl 1/2\n\U0001F468\u200D\U0001F469\u200D\U0001F467 \U0001F1E9\U0001F1EA \u2764\uFE0F ok", {10, 10});
+    Layer layer = sample("Größe Ελληνικά Привет\nÅngström \u2192 fi ffl 1/2\n\U0001F468\u200D\U0001F469\u200D\U0001F467 "
+                         "\U0001F1E9\U0001F1EA \u2764\uFE0F ok",
+                         {10, 10});
     layer.size = {240, 90};
     EXPECT_GOLDEN(drawnFrame(sceneWith({260, 110}, {layer}), 0, CGSize{520, 220}), "text-scripts-2x");
 }

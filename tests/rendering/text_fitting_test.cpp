@@ -20,7 +20,10 @@ public:
         const double lines = std::ceil(all / width);
         return {std::min(all, std::floor(width / fontSize) * fontSize), lines * lineHeight * fontSize};
     }
-    FontMetrics metrics(std::string_view, double fontSize) const override { return {fontSize, -0.25 * fontSize, -0.25 * fontSize, 0}; }
+    FontMetrics metrics(std::string_view, double fontSize) const override
+    {
+        return {fontSize, -0.25 * fontSize, -0.25 * fontSize, 0};
+    }
 
     double lineHeight = 1.5;
     mutable std::vector<std::string> asked;
@@ -43,7 +46,12 @@ TEST(AutoGrowTextSize, OfOneLineHasAMarginOfFour)
 TEST(AutoGrowTextSize, WrapsAtFiveHundred)
 {
     const SquareMeasurer measurer;
-    struct Case { const char* what; std::size_t count; double fontSize; CGSize size; };
+    struct Case {
+        const char* what;
+        std::size_t count;
+        double fontSize;
+        CGSize size;
+    };
     for (const Case& c : {Case{"496 and 4 just fit", 62, 8, {500, 16}}, Case{"504 and 4 do not", 63, 8, {500, 28}},
                           Case{"three lines", 150, 8, {500, 40}}}) {
         SCOPED_TRACE(c.what);
@@ -128,7 +136,8 @@ TEST(RefitText, EditsOnlyWhatChanges)
     const SquareMeasurer measurer;
     Layer fitted = textLayer("abc");
     fitted.size = {34, 19};
-    Layer still{.kind = Layer::Kind::group, .children = {fitted}}, moved{.kind = Layer::Kind::group, .children = {textLayer("abc")}};
+    Layer still{.kind = Layer::Kind::group, .children = {fitted}},
+        moved{.kind = Layer::Kind::group, .children = {textLayer("abc")}};
     const Array<Layer> before{still, moved};
     Array<Layer> after = before;
     refitTextHelper(after, measurer);

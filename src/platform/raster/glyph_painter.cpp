@@ -28,7 +28,8 @@ struct CairoDeleter {
 class Coverage {
 public:
     explicit Coverage(const PixelRect& area)
-        : area_(area), stride_(static_cast<std::size_t>(cairo_format_stride_for_width(CAIRO_FORMAT_A8, area.width()))),
+        : area_(area),
+          stride_(static_cast<std::size_t>(cairo_format_stride_for_width(CAIRO_FORMAT_A8, area.width()))),
           values_(stride_ * static_cast<std::size_t>(area.height()))
     {
         surface_.reset(cairo_image_surface_create_for_data(values_.data(), CAIRO_FORMAT_A8, area.width(), area.height(),
@@ -45,11 +46,11 @@ public:
         const PixelRect seen = intersectionOf(placed, area_);
         if (seen.empty()) return;
         for (int row = seen.top; row < seen.bottom; ++row) {
-            const std::uint8_t* from =
-                mask.coverage.data() +
-                static_cast<std::size_t>(row - placed.top) * static_cast<std::size_t>(placed.width()) + (seen.left - placed.left);
-            std::uint8_t* to =
-                values_.data() + static_cast<std::size_t>(row - area_.top) * stride_ + static_cast<std::size_t>(seen.left - area_.left);
+            const std::uint8_t* from = mask.coverage.data() +
+                                       static_cast<std::size_t>(row - placed.top) * static_cast<std::size_t>(placed.width()) +
+                                       (seen.left - placed.left);
+            std::uint8_t* to = values_.data() + static_cast<std::size_t>(row - area_.top) * stride_ +
+                               static_cast<std::size_t>(seen.left - area_.left);
             for (int i = 0; i < seen.width(); ++i) to[i] = over(to[i], from[i]);
         }
         isEmpty_ = false;
@@ -90,7 +91,8 @@ private:
 /// The picture's pixels are mapped to its bounds.
 void drawImage(cairo_t* cairo, const GlyphShape& shape, const AffineTransform& toDevice, double alpha)
 {
-    const int width = cairo_image_surface_get_width(shape.image.get()), height = cairo_image_surface_get_height(shape.image.get());
+    const int width = cairo_image_surface_get_width(shape.image.get()),
+              height = cairo_image_surface_get_height(shape.image.get());
     const CGRect& box = shape.bounds;
     const AffineTransform m =
         toDevice.translatedBy(box.minX(), box.minY()).scaledBy(box.size.width / width, box.size.height / height);
@@ -133,15 +135,25 @@ bool isNear(CGPoint device)
 class Composer {
 public:
     Composer(const TextLayout& layout, const AffineTransform& toDevice, std::span<const TextRange> clear, Coverage& coverage)
-        : layout_(layout), toDevice_(toDevice), clear_(clear), coverage_(coverage), seen_(rectOf(coverage.area())),
-          fontSize_(layout.request.fontSize), em_{toDevice.a * fontSize_, toDevice.d * fontSize_}
+        : layout_(layout),
+          toDevice_(toDevice),
+          clear_(clear),
+          coverage_(coverage),
+          seen_(rectOf(coverage.area())),
+          fontSize_(layout.request.fontSize),
+          em_{toDevice.a * fontSize_, toDevice.d * fontSize_}
     {
-        const double across = std::hypot(toDevice.a, toDevice.b) * fontSize_, down = std::hypot(toDevice.c, toDevice.d) * fontSize_;
+        const double across = std::hypot(toDevice.a, toDevice.b) * fontSize_,
+                     down = std::hypot(toDevice.c, toDevice.d) * fontSize_;
         const double area = std::abs(toDevice.determinant()) * fontSize_ * fontSize_;
-        if (!(area > leastEm * leastEm && std::max(across, down) < greatestEm)) way_ = Way::none;
-        else if (std::max(across, down) > greatestMaskEm) way_ = Way::path;
-        else if (toDevice.b == 0 && toDevice.c == 0 && em_.width > 0 && em_.height > 0) way_ = Way::keptMask;
-        else way_ = Way::mask;
+        if (!(area > leastEm * leastEm && std::max(across, down) < greatestEm))
+            way_ = Way::none;
+        else if (std::max(across, down) > greatestMaskEm)
+            way_ = Way::path;
+        else if (toDevice.b == 0 && toDevice.c == 0 && em_.width > 0 && em_.height > 0)
+            way_ = Way::keptMask;
+        else
+            way_ = Way::mask;
     }
 
     void compose()
@@ -229,7 +241,8 @@ private:
         if (outline.empty()) return;
         if (way_ == Way::path) return coverage_.fill(outline, placed(device));
         const double left = std::floor(device.x), top = std::floor(device.y);
-        coverage_.add(rasterised(outline, placed({device.x - left, device.y - top})), static_cast<int>(left), static_cast<int>(top));
+        coverage_.add(rasterised(outline, placed({device.x - left, device.y - top})), static_cast<int>(left),
+                      static_cast<int>(top));
     }
 
     const TextLayout& layout_;

@@ -9,7 +9,7 @@
 
 namespace larkspool {
 
-/// Paints laid-out text. Glyphs are not hinted, and stand where they belong to an eighth of a pixel, so that text that moves glides.
+/// Paints laid-out text. Glyphs are not hinted, and stand where they belong to an eighth of a pixel, so that moving text glides.
 ///
 ///   - Upright glyphs are composed from masks that are kept.
 ///   - Turned, sheared and mirrored ones are rasterised where they stand.
@@ -23,8 +23,7 @@ public:
     /// outlive the painter.
     GlyphPainter(const TextLayout& layout, const AffineTransform& toDevice, std::span<const TextRange> clear)
         : layout_(layout), toDevice_(toDevice), clear_(clear)
-    {
-    }
+    {}
 
     /// Holds all that is drawn, in device space; null where nothing is.
     CGRect bounds() const;

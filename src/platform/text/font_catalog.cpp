@@ -27,7 +27,7 @@ namespace {
 
 constexpr const char* systemFamily = "Inter";
 
-/// A name without what names are told apart by only by accident: "Inter Semi Bold", "Inter SemiBold" and "Inter-SemiBold" are one.
+/// A name without what tells names apart only by accident: "Inter Semi Bold", "Inter SemiBold" and "Inter-SemiBold" are one.
 std::string plainName(std::string_view name)
 {
     std::string plain;
@@ -85,8 +85,9 @@ void addNames(Catalog& catalog, FcFontSet& fonts, const char* property)
 Catalog readCatalog()
 {
     const std::unique_ptr<FcPattern, PatternDeleter> any(FcPatternCreate());
-    const std::unique_ptr<FcObjectSet, ObjectSetDeleter> objects(FcObjectSetBuild(
-        FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME, FC_STYLE, FC_WEIGHT, FC_SLANT, FC_WIDTH, FC_VARIABLE, static_cast<char*>(nullptr)));
+    const std::unique_ptr<FcObjectSet, ObjectSetDeleter> objects(FcObjectSetBuild(FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME,
+                                                                                  FC_STYLE, FC_WEIGHT, FC_SLANT, FC_WIDTH,
+                                                                                  FC_VARIABLE, static_cast<char*>(nullptr)));
     const std::unique_ptr<FcFontSet, FontSetDeleter> fonts(FcFontList(nullptr, any.get(), objects.get()));
 
     Catalog catalog;

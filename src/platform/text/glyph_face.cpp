@@ -34,7 +34,8 @@ std::vector<hb_variation_t> parsedVariations(const std::string& text)
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find(',', begin), text.size());
         hb_variation_t variation{};
-        if (hb_variation_from_string(text.data() + begin, static_cast<int>(end - begin), &variation)) variations.push_back(variation);
+        if (hb_variation_from_string(text.data() + begin, static_cast<int>(end - begin), &variation))
+            variations.push_back(variation);
         begin = end + 1;
     }
     return variations;
