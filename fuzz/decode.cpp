@@ -2,20 +2,7 @@
 // nothing left to repair.
 
 #include "document/file_format.h"
-
-#include <cstdio>
-#include <cstdlib>
-
-namespace {
-
-void require(bool holds, const char* law)
-{
-    if (holds) return;
-    std::fprintf(stderr, "broken: %s\n", law);
-    std::abort();
-}
-
-} // namespace
+#include "require.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

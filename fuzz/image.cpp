@@ -1,21 +1,9 @@
 // Any bytes give a picture within bounds, art that can be drawn, or nothing.
 
 #include "platform/image_decoding.h"
+#include "require.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-
-namespace {
-
-void require(bool holds, const char* law)
-{
-    if (holds) return;
-    std::fprintf(stderr, "broken: %s\n", law);
-    std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

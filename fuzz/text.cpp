@@ -4,10 +4,9 @@
 #include "platform/pixel_buffer.h"
 #include "rendering/shapes.h"
 #include "rendering/text_body.h"
+#include "require.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -15,13 +14,6 @@ namespace {
 using namespace larkspool;
 
 constexpr int side = 64;
-
-void require(bool holds, const char* law)
-{
-    if (holds) return;
-    std::fprintf(stderr, "broken: %s\n", law);
-    std::abort();
-}
 
 /// Takes numbers from the front of the input; what is left is text.
 struct Input {

@@ -1,5 +1,7 @@
 #include "foundation/json_tree.h"
 
+#include "foundation/text.h"
+
 #include <algorithm>
 #include <bit>
 #include <charconv>
@@ -46,28 +48,11 @@ const char* endOfPlainCharacters(const char* next, const char* end)
     return next;
 }
 
-/// How many bytes the well-formed UTF-8 character at the front of `text` has; 0 if there is none.
-std::size_t characterLength(std::string_view text)
-{
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return 1;
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-
-    const bool isOverlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-    const bool isSurrogate = lead == 0xED && byte(1) >= 0xA0;
-    const bool isBeyondLast = lead == 0xF4 && byte(1) >= 0x90;
-    return isOverlong || isSurrogate || isBeyondLast ? 0 : length;
-}
-
 std::size_t firstMalformedByte(std::string_view text)
 {
     std::size_t offset = 0;
     while (offset < text.size()) {
-        const std::size_t length = characterLength(text.substr(offset));
+        const std::size_t length = wellFormedLength(text.substr(offset));
         if (length == 0) break;
         offset += length;
     }

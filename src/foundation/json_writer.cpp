@@ -2,6 +2,7 @@
 
 #include "foundation/base64.h"
 #include "foundation/json_tree.h"
+#include "foundation/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -34,14 +35,6 @@ std::string described(JsonWriteError::Kind kind, std::string_view path)
 bool isPlain(char c)
 {
     return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20;
-}
-
-/// The length of the well-formed UTF-8 character at the front of `text`, or 0.
-std::size_t wellFormedLength(std::string_view text)
-{
-    for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length)
-        if (simdjson::validate_utf8(text.substr(0, length))) return length;
-    return 0;
 }
 
 std::string repaired(std::string_view text)

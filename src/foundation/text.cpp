@@ -75,6 +75,22 @@ Walk walkCharacters(std::string_view text, std::size_t limit)
 
 } // namespace
 
+std::size_t wellFormedLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const unsigned char lead = byte(0);
+    if (lead < 0x80) return 1;
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
+    for (std::size_t i = 1; i < length; ++i)
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+
+    const bool isOverlong = (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
+    const bool isSurrogate = lead == 0xED && byte(1) >= 0xA0;
+    const bool isBeyondLast = lead == 0xF4 && byte(1) >= 0x90;
+    return isOverlong || isSurrogate || isBeyondLast ? 0 : length;
+}
+
 std::size_t characterCount(std::string_view text)
 {
     return walkCharacters(text, text.size()).characters;

@@ -68,11 +68,16 @@ std::uint64_t littleEndian(std::span<const std::uint8_t> bytes, std::size_t at, 
     return value;
 }
 
-/// Whether a BMP has all of its pixels, as far as its header tells how many bytes they take.
-bool hasAllRows(std::span<const std::uint8_t> bmp)
+/// Whether a BMP has all of its header and its palette, for which the loader takes memory unseen, and of its pixels, as far as the
+/// header tells how many bytes they take.
+bool isWholeBMP(std::span<const std::uint8_t> bmp)
 {
     constexpr std::uint64_t oldHeader = 12;
-    const bool old = littleEndian(bmp, 14, 4) == oldHeader;
+    const std::uint64_t header = littleEndian(bmp, 14, 4);
+    if (header > bmp.size()) return false;
+    const bool old = header == oldHeader;
+    constexpr std::uint64_t paletteEntry = 4;
+    if (!old && littleEndian(bmp, 46, 4) > bmp.size() / paletteEntry) return false;
     const std::uint64_t compression = old ? 0 : littleEndian(bmp, 30, 4);
     const bool runLengths = compression == 1 || compression == 2;
     if (runLengths) return true;
@@ -107,7 +112,7 @@ bool isWhole(std::span<const std::uint8_t> bytes, std::string_view format)
     if (format == "png") return holds(bytes, {'I', 'E', 'N', 'D'});
     if (format == "jpeg") return holds(scansOf(bytes), {0xFF, 0xD9});
     if (format == "webp") return littleEndian(bytes, 4, 4) <= bytes.size() - riffHeader;
-    if (format == "bmp") return hasAllRows(bytes);
+    if (format == "bmp") return isWholeBMP(bytes);
     return true;
 }
 

@@ -2,6 +2,10 @@
 
 #include "export/fake_asset_writer.h"
 #include "export/film.h"
+#include "rendering/video_export_readers.h"
+#include "rendering/video_media.h"
+#include "support/png_bytes.h"
+#include "support/test_media.h"
 
 #include <filesystem>
 #include <fstream>
@@ -11,6 +15,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace larkspool {
 namespace {
@@ -19,30 +24,6 @@ using Exporter::ExportError;
 using Exporter::ExportOptions;
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-
-/// A folder of its own for each test, gone with it.
-class TemporaryFolder {
-public:
-    TemporaryFolder() : path_(std::filesystem::temp_directory_path() / ("larkspool-test-" + UUID::random().string()))
-    {
-        std::filesystem::create_directories(path_);
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(path_)) found.push_back(entry.path().filename().string());
-        return found;
-    }
-
-private:
-    std::filesystem::path path_;
-};
 
 std::string contents(const std::string& path)
 {
@@ -142,7 +123,7 @@ TEST(Export, EveryFrameIsAppendedOnceAndInOrder)
 {
     const TemporaryFolder folder;
     WriterLog log;
-    exportScene(movingScene(1, 7), folder.file("film.mp4"), optionsWritingTo(log));
+    exportScene(movingScene(1, 7), folder.path("film.mp4"), optionsWritingTo(log));
 
     EXPECT_THAT(log.appended, testing::ElementsAre(0, 1, 2, 3, 4, 5, 6));
     EXPECT_TRUE(log.finished);
@@ -161,7 +142,7 @@ TEST(Export, FramesStandAtWholeStepsOfTheRateFromTheStartTime)
         for (int x = 0; x < picture.width(); ++x)
             if (picture.row(0)[4 * x] == 0) places.push_back(x); // Blue is 0 in the red box alone.
     };
-    exportScene(movingScene(1, 8), folder.file("film.mp4"), optionsWritingTo(log), /*startTime=*/0.5);
+    exportScene(movingScene(1, 8), folder.path("film.mp4"), optionsWritingTo(log), /*startTime=*/0.5);
 
     EXPECT_THAT(places, testing::ElementsAre(4, 5, 6, 7)); // The scene's last moment itself, at 8, is not drawn.
 }
@@ -170,7 +151,7 @@ TEST(Export, AStartPastTheEndGivesOneFrameOfTheLastMoment)
 {
     const TemporaryFolder folder;
     WriterLog log;
-    exportScene(movingScene(1, 8), folder.file("film.mp4"), optionsWritingTo(log), /*startTime=*/9);
+    exportScene(movingScene(1, 8), folder.path("film.mp4"), optionsWritingTo(log), /*startTime=*/9);
     EXPECT_THAT(log.appended, testing::ElementsAre(0));
 }
 
@@ -180,7 +161,7 @@ TEST(Export, ASingleSceneHasNoEndPause)
     WriterLog log;
     TweenScene scene = movingScene(1, 5);
     scene.endPause = 3;
-    exportScene(scene, folder.file("film.mp4"), optionsWritingTo(log));
+    exportScene(scene, folder.path("film.mp4"), optionsWritingTo(log));
     EXPECT_EQ(log.appended.size(), 5u);
 }
 
@@ -190,7 +171,7 @@ TEST(Export, AFrameThatShowsWhatTheOneBeforeDidIsRepeated)
     WriterLog log;
     TweenScene scene = movingScene(1, 4);
     scene.duration = 2; // The box stands still in the second half: frames 4 to 7 all show it at its end.
-    exportScene(scene, folder.file("film.mp4"), optionsWritingTo(log));
+    exportScene(scene, folder.path("film.mp4"), optionsWritingTo(log));
     EXPECT_THAT(log.appended, testing::ElementsAre(0, 1, 2, 3, 4));
     EXPECT_THAT(log.repeated, testing::ElementsAre(5, 6, 7));
 }
@@ -202,7 +183,7 @@ TEST(Export, ProgressIsToldAfterEveryFrameAndEndsAtOne)
     std::vector<double> told;
     ExportOptions options = optionsWritingTo(log);
     options.progress = [&](double part) { told.push_back(part); };
-    exportScene(movingScene(1, 4), folder.file("film.mp4"), options);
+    exportScene(movingScene(1, 4), folder.path("film.mp4"), options);
     EXPECT_THAT(told, testing::ElementsAre(0.25, 0.5, 0.75, 1.0));
 }
 
@@ -213,7 +194,7 @@ TEST(Export, EverySixthFrameIsPreviewed)
     std::vector<std::int64_t> previewed;
     ExportOptions options = optionsWritingTo(log);
     options.previewFrame = [&](const PixelBuffer&) { previewed.push_back(static_cast<std::int64_t>(log.appended.size())); };
-    exportScene(movingScene(1, 14), folder.file("film.mp4"), options);
+    exportScene(movingScene(1, 14), folder.path("film.mp4"), options);
     EXPECT_THAT(previewed, testing::ElementsAre(0, 6, 12));
 }
 
@@ -227,7 +208,7 @@ TEST(Export, ACancelKeepsTheFramesSoFarUnderTheFilmsName)
     options.progress = [&](double part) {
         if (part >= 0.5) cancel.cancel();
     };
-    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), options); }), "Export cancelled.");
     EXPECT_THAT(log.appended, testing::ElementsAre(0, 1));
     EXPECT_TRUE(log.finished);
     EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
@@ -243,44 +224,44 @@ TEST(Export, ACancelAfterTheLastFrameStillCounts)
     options.progress = [&](double part) {
         if (part == 1) cancel.cancel();
     };
-    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), options); }), "Export cancelled.");
     EXPECT_EQ(log.appended.size(), 4u);
-    EXPECT_EQ(contents(folder.file("film.mp4")), "film");
+    EXPECT_EQ(contents(folder.path("film.mp4")), "film");
 }
 
 TEST(Export, ACancelBeforeTheFirstFrameLeavesAnEarlierFilm)
 {
     const TemporaryFolder folder;
-    std::ofstream(folder.file("film.mp4")) << "earlier";
+    std::ofstream(folder.path("film.mp4")) << "earlier";
     WriterLog log;
     Exporter::ExportCancelFlag cancel;
     cancel.cancel();
     ExportOptions options = optionsWritingTo(log);
     options.cancel = &cancel;
-    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
-    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(contents(folder.path("film.mp4")), "earlier");
 }
 
 TEST(Export, ACancelledFilmThatCannotBeClosedLeavesAnEarlierOne)
 {
     const TemporaryFolder folder;
-    std::ofstream(folder.file("film.mp4")) << "earlier";
+    std::ofstream(folder.path("film.mp4")) << "earlier";
     WriterLog log;
     log.finishFails = true;
     Exporter::ExportCancelFlag cancel;
     ExportOptions options = optionsWritingTo(log);
     options.cancel = &cancel;
     options.progress = [&](double) { cancel.cancel(); };
-    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }), "Export cancelled.");
-    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), options); }), "Export cancelled.");
+    EXPECT_EQ(contents(folder.path("film.mp4")), "earlier");
     EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
 }
 
 TEST(Export, APlaceWhereNoFileCanStandIsRefusedBeforeAnyWork)
 {
     const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.file("taken"));
-    for (const std::string& path : {folder.file("taken"), folder.file(""), std::string()}) {
+    std::filesystem::create_directory(folder.path("taken"));
+    for (const std::string& path : {folder.path("taken"), folder.path(""), std::string()}) {
         WriterLog log;
         EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), path, optionsWritingTo(log)); }),
                   "Export failed: \"" + path + "\" is no name of a file that a film can take");
@@ -294,7 +275,7 @@ TEST(Export, AFilmMayHaveTheLongestNameThereIs)
     const TemporaryFolder folder;
     const std::string name = std::string(251, 'n') + ".mp4";
     WriterLog log;
-    exportScene(movingScene(1, 4), folder.file(name), optionsWritingTo(log));
+    exportScene(movingScene(1, 4), folder.path(name), optionsWritingTo(log));
     EXPECT_THAT(folder.names(), testing::ElementsAre(name));
 }
 
@@ -307,7 +288,7 @@ TEST(Export, AListOfScenesHasTheSizeAndRateOfTheFirstAndAllPauses)
     second.width = 100;
     second.height = 60;
     second.endPause = 1;
-    Exporter::exportMP4(Array<TweenScene>{first, second}, folder.file("film.mp4"), std::nullopt, {}, optionsWritingTo(log));
+    Exporter::exportMP4(Array<TweenScene>{first, second}, folder.path("film.mp4"), std::nullopt, {}, optionsWritingTo(log));
     EXPECT_EQ(log.settings.width, 8);
     EXPECT_EQ(log.settings.height, 4);
     EXPECT_EQ(log.settings.fps, 4);
@@ -328,11 +309,11 @@ TEST(Export, EveryFailureHasItsWordsAndLeavesAnEarlierFilm)
          }) {
         SCOPED_TRACE(c.what);
         const TemporaryFolder folder;
-        std::ofstream(folder.file("film.mp4")) << "earlier";
+        std::ofstream(folder.path("film.mp4")) << "earlier";
         WriterLog log;
         c.arrange(log);
-        EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), optionsWritingTo(log)); }), c.words);
-        EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+        EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), optionsWritingTo(log)); }), c.words);
+        EXPECT_EQ(contents(folder.path("film.mp4")), "earlier");
         EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
     }
 }
@@ -341,18 +322,108 @@ TEST(Export, WithoutAWriterThereIsNoFilm)
 {
     const TemporaryFolder folder;
     const ExportOptions options{.makeWriter = [](const std::string&, const FilmSettings&) { return nullptr; }};
-    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.file("film.mp4"), options); }),
+    EXPECT_EQ(failureOf([&] { exportScene(movingScene(1, 4), folder.path("film.mp4"), options); }),
               "Couldn't create the video writer.");
 }
 
 TEST(Export, AnEmptyListOfScenesIsRefusedBeforeTheDestinationIsTouched)
 {
     const TemporaryFolder folder;
-    std::ofstream(folder.file("film.mp4")) << "earlier";
+    std::ofstream(folder.path("film.mp4")) << "earlier";
     WriterLog log;
-    EXPECT_EQ(failureOf([&] { Exporter::exportMP4(Array<TweenScene>(), folder.file("film.mp4"), std::nullopt, {}, optionsWritingTo(log)); }),
+    EXPECT_EQ(failureOf([&] { Exporter::exportMP4(Array<TweenScene>(), folder.path("film.mp4"), std::nullopt, {}, optionsWritingTo(log)); }),
               "Export failed: No scenes to export");
-    EXPECT_EQ(contents(folder.file("film.mp4")), "earlier");
+    EXPECT_EQ(contents(folder.path("film.mp4")), "earlier");
+}
+
+/// The red and the blue of a pixel, in steps of 255.
+std::pair<int, int> redAndBlue(const PixelBuffer& pixels, int x, int y)
+{
+    const std::uint8_t* pixel = pixels.row(y) + 4 * x;
+    return {pixel[2], pixel[0]};
+}
+
+/// A new film of one colour, in place of whatever had its name.
+void makeFilm(const std::string& path, const char* colour)
+{
+    std::filesystem::remove(path);
+    makeMedia(path, std::string("-f lavfi -i color=") + colour + ":s=16x16:r=30:d=2,format=yuv444p -c:v ffv1");
+}
+
+Layer videoOf(const std::string& path, CGSize size)
+{
+    Layer layer{.kind = Layer::Kind::video, .size = size, .videoURL = path};
+    layer.videoClip = {.sceneEnd = 10};
+    return layer;
+}
+
+TEST(Export, ReadsVideosAsTheyAreNowAndLeavesNoneOpen)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path("clip.mkv");
+    struct Case {
+        const char* end;
+        bool isCancelled;
+    };
+    for (const Case& c : {Case{"finished", false}, Case{"cancelled", true}}) {
+        SCOPED_TRACE(c.end);
+        makeFilm(path, "red");
+        ASSERT_TRUE(Exporter::exportFrame(path, 0));
+        ASSERT_TRUE(videoFrameForGPU(path, 0));
+        makeFilm(path, "blue");
+
+        WriterLog log;
+        int blue = 0;
+        log.onPicture = [&](const PixelBuffer& picture, std::int64_t) { blue += redAndBlue(picture, 4, 2).second > 200; };
+        Exporter::ExportCancelFlag cancel;
+        ExportOptions options = optionsWritingTo(log);
+        options.cancel = &cancel;
+        if (c.isCancelled) options.progress = [&](double) { cancel.cancel(); };
+        TweenScene scene{.width = 8, .height = 4, .fps = 4, .duration = 1};
+        scene.layers = {videoOf(path, {8, 4})};
+        EXPECT_EQ(failureOf([&] { exportScene(scene, folder.path("film.mp4"), options); }),
+                  c.isCancelled ? "Export cancelled." : "no failure");
+        EXPECT_EQ(blue, static_cast<int>(log.appended.size()));
+        EXPECT_GE(blue, 1);
+
+        const std::int64_t opened = Exporter::videoWork().openedGenerators;
+        EXPECT_GT(redAndBlue(Exporter::exportFrame(path, 0)->pixels(), 0, 0).second, 200);
+        EXPECT_EQ(Exporter::videoWork().openedGenerators, opened + 1);
+        EXPECT_GT(redAndBlue(videoFrameForGPU(path, 0)->pixels(), 0, 0).second, 200);
+    }
+}
+
+TEST(Export, MediaThatCannotBeReadLeaveAllElseAsItIs)
+{
+    const TemporaryFolder folder;
+    const std::string pipe = folder.path("pipe.mp4"), noise = folder.path("noise.mkv"), good = folder.path("good.mkv");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    writeFile(noise, std::string(10000, 'x'));
+    makeFilm(good, "blue");
+    const auto bytesOf = [](std::string_view text) { return Bytes(std::vector<std::uint8_t>(text.begin(), text.end())); };
+    Array<Layer> layers{videoOf(good, {8, 4})};
+    for (const std::string& path : {pipe, noise, folder.path(""), folder.path("absent.mp4")}) layers.append(videoOf(path, {8, 4}));
+    for (const Bytes& bytes : {Bytes(pngBytes({.width = 100'000, .height = 100'000})), Bytes(pngBytes({.width = 0, .height = 0})), Bytes(),
+                               bytesOf("no picture"), bytesOf("<svg xmlns=\"http://www.w3.org/2000/svg\"><g>"),
+                               bytesOf("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"8\" height=\"8\">"
+                                       "<image width=\"8\" height=\"8\" href=\"file:///etc/passwd\"/></svg>")})
+        layers.append({.kind = Layer::Kind::image, .strokeWidth = 1, .size = {8, 4}, .imageData = bytes});
+    Layer box{.fill = {1, 0, 0, 1}, .size = {2, 4}};
+    box.transform.x = 6;
+    layers.append(box);
+    // The last of the pictures is one, and empty: it shows its stroke.
+    layers.edit()[layers.size() - 2].strokeWidth = 0;
+
+    WriterLog log;
+    int right = 0;
+    log.onPicture = [&](const PixelBuffer& picture, std::int64_t) {
+        right += redAndBlue(picture, 1, 2).second > 200 && redAndBlue(picture, 1, 2).first < 50 && redAndBlue(picture, 7, 2).first == 255;
+    };
+    TweenScene scene{.width = 8, .height = 4, .fps = 4, .duration = 1, .layers = layers};
+    exportScene(scene, folder.path("film.mp4"), optionsWritingTo(log));
+    EXPECT_EQ(log.appended.size(), 4u);
+    EXPECT_EQ(right, 4);
+    EXPECT_TRUE(log.finished);
 }
 
 TEST(ExportError, TellsPeopleAndScripts)

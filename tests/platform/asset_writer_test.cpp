@@ -1,6 +1,7 @@
 #include "platform/asset_writer.h"
 
 #include "support/film_probe.h"
+#include "support/test_media.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,26 +24,6 @@ namespace larkspool {
 namespace {
 
 using testing::HasSubstr;
-
-/// A folder that goes away with the test.
-class TemporaryFolder {
-public:
-    TemporaryFolder()
-    {
-        std::string pattern = testing::TempDir() + "/larkspool-writer-XXXXXX";
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-        path_ = pattern;
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 /// No file of this process grows beyond so many bytes: the system refuses the write, as it does on a full disk.
 class FileSizeLimit {
@@ -151,9 +132,9 @@ std::ptrdiff_t entriesOf(const char* folder)
 TEST(AssetWriter, WritesAnMP4OfTheSizeRateAndTagsAskedFor)
 {
     const TemporaryFolder folder;
-    mustWrite(folder / "film.mp4", settingsFor(96, 64, 60), 7);
+    mustWrite(folder.path("film.mp4"), settingsFor(96, 64, 60), 7);
 
-    const FilmReport film = probeFilm(folder / "film.mp4");
+    const FilmReport film = probeFilm(folder.path("film.mp4"));
     EXPECT_THAT(film.container, HasSubstr("mp4"));
     EXPECT_EQ(film.codec, "h264");
     EXPECT_EQ(film.pixelFormat, "yuv420p");
@@ -180,8 +161,8 @@ TEST(AssetWriter, FramesStandAtWholeFrameTimesAndTheFilmLastsFramesOverFps)
     for (const Case& c : {Case{60, 1}, Case{60, 2}, Case{60, 7}, Case{30, 31}, Case{24, 25}, Case{25, 3}, Case{1, 3}, Case{7, 5},
                           Case{120, 13}, Case{999, 10}, Case{24000, 10}, Case{1'000'000, 3}}) {
         SCOPED_TRACE(testing::Message() << c.frames << " frames at " << c.fps);
-        mustWrite(folder / "film.mp4", settingsFor(32, 32, c.fps), c.frames);
-        const FilmReport film = probeFilm(folder / "film.mp4");
+        mustWrite(folder.path("film.mp4"), settingsFor(32, 32, c.fps), c.frames);
+        const FilmReport film = probeFilm(folder.path("film.mp4"));
         const double fps = static_cast<double>(c.fps);
         EXPECT_EQ(film.declaredFrames, c.frames);
         EXPECT_NEAR(film.seconds, static_cast<double>(c.frames) / fps, 1e-9);
@@ -195,9 +176,9 @@ TEST(AssetWriter, FramesStandAtWholeFrameTimesAndTheFilmLastsFramesOverFps)
 TEST(AssetWriter, DecodedFramesLookAsPainted)
 {
     const TemporaryFolder folder;
-    mustWrite(folder / "film.mp4", settingsFor(128, 96, 30), 12);
+    mustWrite(folder.path("film.mp4"), settingsFor(128, 96, 30), 12);
     std::int64_t frames = 0;
-    forEachFrame(folder / "film.mp4", [&](std::int64_t index, const PixelBuffer& picture) {
+    forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& picture) {
         EXPECT_LT(meanChannelError(picture, paintedFrame(128, 96, index)), 3) << "frame " << index;
         ++frames;
     });
@@ -207,9 +188,9 @@ TEST(AssetWriter, DecodedFramesLookAsPainted)
 TEST(AssetWriter, EncodesByTheEncodersOwnDefaults)
 {
     const TemporaryFolder folder;
-    mustWrite(folder / "film.mp4", settingsFor(64, 64), 3);
+    mustWrite(folder.path("film.mp4"), settingsFor(64, 64), 3);
     // x264 writes what it worked with into the film. These are what it does when nothing is asked of it.
-    const std::string film = contentsOf(folder / "film.mp4");
+    const std::string film = contentsOf(folder.path("film.mp4"));
     for (const char* setting : {" rc=crf ", " crf=23.0 ", " keyint=250 ", " keyint_min=25 ", " bframes=3 ", " ref=3 ", " me=hex ",
                                 " subme=7 ", " rc_lookahead=40 ", " scenecut=40 ", " qcomp=0.60 ", " cabac=1 ", " open_gop=0 "})
         EXPECT_THAT(film, HasSubstr(setting));
@@ -218,7 +199,7 @@ TEST(AssetWriter, EncodesByTheEncodersOwnDefaults)
 TEST(AssetWriter, ARepeatShowsTheLastPictureThoughItsMemoryIsPaintedAnew)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 48, 30));
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 48, 30));
     ASSERT_TRUE(writer->startWriting());
     ASSERT_TRUE(appendPainted(*writer, 0));
     for (std::int64_t i = 1; i < 40; ++i) {
@@ -233,7 +214,7 @@ TEST(AssetWriter, ARepeatShowsTheLastPictureThoughItsMemoryIsPaintedAnew)
     ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
 
     std::int64_t frames = 0;
-    forEachFrame(folder / "film.mp4", [&](std::int64_t index, const PixelBuffer& picture) {
+    forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& picture) {
         EXPECT_LT(meanChannelError(picture, paintedFrame(64, 48, index < 40 ? 0 : 40)), 3) << "frame " << index;
         ++frames;
     });
@@ -243,15 +224,15 @@ TEST(AssetWriter, ARepeatShowsTheLastPictureThoughItsMemoryIsPaintedAnew)
 TEST(AssetWriter, TheSamePicturesMakeTheSameFile)
 {
     const TemporaryFolder folder;
-    mustWrite(folder / "one.mp4", settingsFor(160, 90), 70);
-    mustWrite(folder / "two.mp4", settingsFor(160, 90), 70);
-    EXPECT_EQ(contentsOf(folder / "one.mp4"), contentsOf(folder / "two.mp4"));
+    mustWrite(folder.path("one.mp4"), settingsFor(160, 90), 70);
+    mustWrite(folder.path("two.mp4"), settingsFor(160, 90), 70);
+    EXPECT_EQ(contentsOf(folder.path("one.mp4")), contentsOf(folder.path("two.mp4")));
 }
 
 TEST(AssetWriter, PicturesAreRecycled)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
     ASSERT_TRUE(writer->startWriting());
     std::set<const void*> seen;
     for (std::int64_t i = 0; i < 60; ++i) {
@@ -267,7 +248,7 @@ TEST(AssetWriter, PicturesAreRecycled)
 TEST(AssetWriter, ACallerThatHoldsAllPicturesIsToldInsteadOfWaitingForEver)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
     ASSERT_TRUE(writer->startWriting());
     std::vector<std::shared_ptr<PixelBuffer>> held;
     for (int i = 0; i < AssetWriter::pictureCount; ++i) held.push_back(writer->nextPixelBuffer());
@@ -281,7 +262,7 @@ TEST(AssetWriter, ACallerThatHoldsAllPicturesIsToldInsteadOfWaitingForEver)
 TEST(AssetWriter, APictureMayOutliveItsWriter)
 {
     const TemporaryFolder folder;
-    std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
     ASSERT_TRUE(writer->startWriting());
     const std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
     writer.reset();
@@ -292,7 +273,7 @@ TEST(AssetWriter, APictureMayOutliveItsWriter)
 TEST(AssetWriter, SettingsThatNoFilmCanHaveAreRefusedInWordsAndLeaveTheFileAlone)
 {
     const TemporaryFolder folder;
-    const std::string path = folder / "film.mp4";
+    const std::string path = folder.path("film.mp4");
     std::ofstream(path) << "an earlier film";
     constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
     struct Case {
@@ -330,7 +311,7 @@ TEST(AssetWriter, SettingsThatNoFilmCanHaveAreRefusedInWordsAndLeaveTheFileAlone
 TEST(AssetWriter, WhatTheEncoderRefusesIsToldInItsWords)
 {
     const TemporaryFolder folder;
-    const std::string path = folder / "film.mp4";
+    const std::string path = folder.path("film.mp4");
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settingsTheEncoderRefuses());
     EXPECT_FALSE(writer->startWriting());
     const std::optional<PlatformError> error = writer->error();
@@ -354,8 +335,8 @@ TEST(AssetWriter, TheSmallestAndOddlyShapedPicturesAreWritten)
     };
     for (const Case& c : {Case{2, 2}, Case{2, 200}, Case{200, 2}, Case{34, 18}, Case{16'384, 2}}) {
         SCOPED_TRACE(testing::Message() << c.width << " x " << c.height);
-        mustWrite(folder / "film.mp4", settingsFor(c.width, c.height), 3);
-        const FilmReport film = probeFilm(folder / "film.mp4");
+        mustWrite(folder.path("film.mp4"), settingsFor(c.width, c.height), 3);
+        const FilmReport film = probeFilm(folder.path("film.mp4"));
         EXPECT_EQ(film.width, c.width);
         EXPECT_EQ(film.height, c.height);
         EXPECT_EQ(film.frames(), 3);
@@ -365,8 +346,8 @@ TEST(AssetWriter, TheSmallestAndOddlyShapedPicturesAreWritten)
 TEST(AssetWriter, APlaceThatCannotBeWrittenIsToldInTheSystemsWords)
 {
     const TemporaryFolder folder;
-    std::ofstream(folder / "file") << "no folder";
-    std::filesystem::create_directory(folder / "folder");
+    std::ofstream(folder.path("file")) << "no folder";
+    std::filesystem::create_directory(folder.path("folder"));
     struct Case {
         const char* name;
         int code;
@@ -375,12 +356,12 @@ TEST(AssetWriter, APlaceThatCannotBeWrittenIsToldInTheSystemsWords)
     for (const Case& c : {Case{"nowhere/film.mp4", ENOENT, "No such file or directory"},
                           Case{"file/film.mp4", ENOTDIR, "Not a directory"}, Case{"folder", EISDIR, "Is a directory"}}) {
         SCOPED_TRACE(c.name);
-        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / c.name, settingsFor(64, 64));
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path(c.name), settingsFor(64, 64));
         ASSERT_TRUE(writer);
         EXPECT_FALSE(writer->startWriting());
         ASSERT_TRUE(writer->error());
         EXPECT_EQ(writer->error()->localizedDescription, c.words);
-        EXPECT_THAT(writer->error()->localizedFailureReason.value_or(""), HasSubstr(folder / c.name));
+        EXPECT_THAT(writer->error()->localizedFailureReason.value_or(""), HasSubstr(folder.path(c.name)));
         EXPECT_EQ(writer->error()->domain, "POSIX");
         EXPECT_EQ(writer->error()->code, c.code);
     }
@@ -390,10 +371,10 @@ TEST(AssetWriter, ANameWithAColonIsANameAndNoProtocol)
 {
     const TemporaryFolder folder;
     const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path());
+    std::filesystem::current_path(folder.path(""));
     mustWrite("pipe:1", settingsFor(32, 32), 2);
     std::filesystem::current_path(before);
-    EXPECT_EQ(probeFilm(folder / "pipe:1").frames(), 2);
+    EXPECT_EQ(probeFilm(folder.path("pipe:1")).frames(), 2);
 }
 
 TEST(AssetWriter, AFullDiskIsToldAtSomeStepWhereverTheSpaceRunsOut)
@@ -401,14 +382,14 @@ TEST(AssetWriter, AFullDiskIsToldAtSomeStepWhereverTheSpaceRunsOut)
     const TemporaryFolder folder;
     constexpr std::int64_t frames = 60;
     const FilmSettings settings = settingsFor(160, 90);
-    mustWrite(folder / "whole.mp4", settings, frames);
-    const std::uintmax_t whole = std::filesystem::file_size(folder / "whole.mp4");
+    mustWrite(folder.path("whole.mp4"), settings, frames);
+    const std::uintmax_t whole = std::filesystem::file_size(folder.path("whole.mp4"));
 
     // The index grows in memory and comes last, then all is moved to make room for it at the front: the last limits strike there.
     for (const std::uintmax_t limit : {std::uintmax_t{0}, std::uintmax_t{1}, std::uintmax_t{40}, whole / 4, whole / 2,
                                        whole - 1500, whole - 600, whole - 100, whole - 1}) {
         SCOPED_TRACE(testing::Message() << limit << " of " << whole << " bytes");
-        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settings);
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settings);
         const FileSizeLimit full(limit);
         EXPECT_FALSE(writeFilm(*writer, frames));
         ASSERT_TRUE(writer->error());
@@ -416,7 +397,7 @@ TEST(AssetWriter, AFullDiskIsToldAtSomeStepWhereverTheSpaceRunsOut)
         EXPECT_EQ(writer->error()->domain, "POSIX");
         EXPECT_EQ(writer->error()->code, EFBIG);
     }
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settings);
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settings);
     const FileSizeLimit full(whole);
     EXPECT_TRUE(writeFilm(*writer, frames)) << wordsOf(*writer);
 }
@@ -435,7 +416,7 @@ TEST(AssetWriter, ADeviceWithoutSpaceIsToldInTheSystemsWords)
 TEST(AssetWriter, AFilmWithoutFramesFailsToFinish)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
     ASSERT_TRUE(writer->startWriting());
     EXPECT_FALSE(writer->finishWriting());
     EXPECT_THAT(wordsOf(*writer), HasSubstr("The film has no frames"));
@@ -444,12 +425,12 @@ TEST(AssetWriter, AFilmWithoutFramesFailsToFinish)
 TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
 {
     const TemporaryFolder folder;
-    mustWrite(folder / "first.mp4", settingsFor(64, 64), 2); // What the libraries set up once is set up now.
+    mustWrite(folder.path("first.mp4"), settingsFor(64, 64), 2); // What the libraries set up once is set up now.
     const auto threads = entriesOf("/proc/self/task");
     const auto files = entriesOf("/proc/self/fd");
     for (const std::int64_t frames : {-1, 0, 1, 30}) {
         SCOPED_TRACE(testing::Message() << frames << " frames");
-        std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(320, 180));
+        std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(320, 180));
         if (frames >= 0) {
             ASSERT_TRUE(writer->startWriting());
         }
@@ -458,13 +439,13 @@ TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
         EXPECT_EQ(entriesOf("/proc/self/task"), threads);
         EXPECT_EQ(entriesOf("/proc/self/fd"), files);
     }
-    EXPECT_THROW(probeFilm(folder / "film.mp4"), std::runtime_error); // It does not pass for a whole film.
+    EXPECT_THROW(probeFilm(folder.path("film.mp4")), std::runtime_error); // It does not pass for a whole film.
 }
 
 TEST(AssetWriter, FramesOutOfTurnAreRefusedAndTheFirstErrorStays)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mp4", settingsFor(64, 64));
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
     EXPECT_FALSE(writer->appendRepeat(0));
     EXPECT_THAT(wordsOf(*writer), HasSubstr("The film is not being written"));
     EXPECT_FALSE(writer->startWriting());
@@ -486,7 +467,7 @@ TEST(AssetWriter, FramesOutOfTurnAreRefusedAndTheFirstErrorStays)
                                "A picture of 62 x 64 pixels does not fit a film of 64 x 64"},
                           Case{"begun twice", [](AssetWriter& w) { return w.startWriting(); }, "The film was begun before"}}) {
         SCOPED_TRACE(c.when);
-        const std::unique_ptr<AssetWriter> other = makeAssetWriter(folder / "other.mp4", settingsFor(64, 64));
+        const std::unique_ptr<AssetWriter> other = makeAssetWriter(folder.path("other.mp4"), settingsFor(64, 64));
         ASSERT_TRUE(other->startWriting());
         EXPECT_FALSE(c.act(*other));
         EXPECT_THAT(wordsOf(*other), HasSubstr(c.words));
@@ -520,10 +501,10 @@ TEST(AssetWriter, AnOptionThatTheLibrariesDoNotKnowIsNamed)
     FilmSettings strangeContainer = settingsFor(64, 64);
     strangeContainer.format.containerOptions.emplace_back("lid", "tight");
 
-    const std::unique_ptr<AssetWriter> first = makeAssetWriter(folder / "film.mp4", strangeCodec);
+    const std::unique_ptr<AssetWriter> first = makeAssetWriter(folder.path("film.mp4"), strangeCodec);
     EXPECT_FALSE(first->startWriting());
     EXPECT_THAT(wordsOf(*first), HasSubstr("libx264 has no option \"mood\""));
-    const std::unique_ptr<AssetWriter> second = makeAssetWriter(folder / "film.mp4", strangeContainer);
+    const std::unique_ptr<AssetWriter> second = makeAssetWriter(folder.path("film.mp4"), strangeContainer);
     EXPECT_FALSE(second->startWriting());
     EXPECT_THAT(wordsOf(*second), HasSubstr("mp4 has no option \"lid\""));
 }
@@ -534,9 +515,9 @@ TEST(AssetWriter, AnotherFormatIsAMatterOfDataAlone)
     FilmSettings settings = settingsFor(64, 48, 25);
     settings.format = {
         .container = "matroska", .codec = "ffv1", .pixelFormat = "yuv444p", .maximumSide = 1000, .maximumPixels = 1'000'000};
-    mustWrite(folder / "film.mkv", settings, 3);
-    EXPECT_EQ(probeFilm(folder / "film.mkv").codec, "ffv1");
-    forEachFrame(folder / "film.mkv", [&](std::int64_t index, const PixelBuffer& picture) {
+    mustWrite(folder.path("film.mkv"), settings, 3);
+    EXPECT_EQ(probeFilm(folder.path("film.mkv")).codec, "ffv1");
+    forEachFrame(folder.path("film.mkv"), [&](std::int64_t index, const PixelBuffer& picture) {
         EXPECT_LT(meanChannelError(picture, paintedFrame(64, 48, index)), 1) << "frame " << index; // Lossless but for rounding.
     });
 }
@@ -551,7 +532,7 @@ TEST(AssetWriter, AFormatThatKeepsAlphaGetsItsColoursUnpremultiplied)
                        .keepsAlpha = true,
                        .maximumSide = 1000,
                        .maximumPixels = 1'000'000};
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder / "film.mov", settings);
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mov"), settings);
     ASSERT_TRUE(writer && writer->startWriting());
     std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
     for (int y = 0; y < 32; ++y)
@@ -562,7 +543,7 @@ TEST(AssetWriter, AFormatThatKeepsAlphaGetsItsColoursUnpremultiplied)
     ASSERT_TRUE(writer->append(std::move(picture), 0));
     ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
 
-    const std::vector<PixelBuffer> frames = decodedFrames(folder / "film.mov");
+    const std::vector<PixelBuffer> frames = decodedFrames(folder.path("film.mov"));
     ASSERT_EQ(frames.size(), 1u);
     const auto pixel = [&](int x) { return std::vector<int>(frames[0].row(5) + x * 4, frames[0].row(5) + x * 4 + 4); };
     EXPECT_THAT(pixel(3), testing::ElementsAre(0, 64, 128, 128)); // 32 * 255 / 128 = 63.75, 64 * 255 / 128 = 127.5
@@ -574,9 +555,9 @@ TEST(AssetWriter, NothingIsEverPrinted)
     const TemporaryFolder folder;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const bool written = writeFilm(*makeAssetWriter(folder / "film.mp4", settingsFor(64, 64)), 5);
-    const bool refused = !makeAssetWriter(folder / "film.mp4", settingsTheEncoderRefuses())->startWriting();
-    const bool failed = !makeAssetWriter(folder / "nowhere/film.mp4", settingsFor(64, 64))->startWriting();
+    const bool written = writeFilm(*makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64)), 5);
+    const bool refused = !makeAssetWriter(folder.path("film.mp4"), settingsTheEncoderRefuses())->startWriting();
+    const bool failed = !makeAssetWriter(folder.path("nowhere/film.mp4"), settingsFor(64, 64))->startWriting();
     const std::string output = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
     EXPECT_TRUE(written && refused && failed);
     EXPECT_EQ(output, "");

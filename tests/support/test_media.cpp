@@ -1,5 +1,6 @@
 #include "support/test_media.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -13,7 +14,7 @@ namespace larkspool {
 
 TemporaryFolder::TemporaryFolder()
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "larkspool-media-XXXXXX").string();
+    std::string pattern = (std::filesystem::temp_directory_path() / "larkspool-test-XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
     folder_ = pattern;
 }
@@ -22,6 +23,14 @@ TemporaryFolder::~TemporaryFolder()
 {
     std::error_code ignored;
     std::filesystem::remove_all(folder_, ignored);
+}
+
+std::vector<std::string> TemporaryFolder::names() const
+{
+    std::vector<std::string> list;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) list.push_back(entry.path().filename().string());
+    std::ranges::sort(list);
+    return list;
 }
 
 void makeMedia(const std::string& path, const std::string& arguments)

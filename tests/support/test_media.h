@@ -19,6 +19,9 @@ public:
 
     std::string path(std::string_view name) const { return folder_ + "/" + std::string(name); }
 
+    /// The names of what lies in it, sorted.
+    std::vector<std::string> names() const;
+
 private:
     std::string folder_;
 };
