@@ -3,11 +3,12 @@
 #include "platform/pixel_buffer.h"
 #include "platform/raster/box_painter.h"
 #include "platform/raster/cairo_path.h"
-#include "platform/raster/gaussian_shadow.h"
+#include "platform/raster/canvas.h"
+#include "platform/raster/device_boxes.h"
 #include "platform/raster/glyph_painter.h"
 #include "platform/raster/image_pattern.h"
-#include "platform/raster/pixel_rect.h"
-#include "platform/raster/scratch_memory.h"
+#include "platform/raster/pixel_color.h"
+#include "platform/raster/shadow_casting.h"
 
 #include <cairo.h>
 
@@ -29,39 +30,10 @@ namespace larkspool {
 
 namespace {
 
-/// A wider blur is held to this, in device pixels, so that no document decides how far a shadow is computed.
-constexpr double greatestBlur = 1000;
-/// The farthest that a curve's lines stray from it, in device pixels.
-constexpr double curveTolerance = 0.03;
-constexpr double miterLimit = 10;
-
 /// A shadow that falls farther, in device pixels, is cast by what lies within the clip alone.
 constexpr double greatestOffset = 4096;
 /// How far anti-aliasing reaches beyond the bounds of a layer, in device pixels.
 constexpr double boundsMargin = 2;
-
-double shadowSigma(double blur)
-{
-    return std::clamp(blur, 0.0, greatestBlur) * 0.5;
-}
-
-double heldToOne(double value)
-{
-    return value > 0 ? std::min(value, 1.0) : 0; // Not a number is 0.
-}
-
-/// How a channel of 0...1 is stored.
-int level(double value)
-{
-    return static_cast<int>(heldToOne(value) * 255 + 0.5);
-}
-
-PixelColor premultiplied(const RasterColor& color, double alpha)
-{
-    const double opacity = heldToOne(color.a) * alpha;
-    const auto channel = [&](double value) { return static_cast<std::uint8_t>(level(heldToOne(value) * opacity)); };
-    return {.blue = channel(color.b), .green = channel(color.g), .red = channel(color.r), .alpha = channel(1)};
-}
 
 /// Sets the colour times `alpha` as the source. Cairo cuts where levels should be rounded: each channel is handed over so that
 /// the cut hits the rounded level.
@@ -72,63 +44,6 @@ void setSource(cairo_t* cairo, const RasterColor& color, double alpha)
     const auto handed = [&](std::uint8_t channel) { return channel >= pixel.alpha ? 1 : (channel + 0.5) / 256 / handedAlpha; };
     cairo_set_source_rgba(cairo, handed(pixel.red), handed(pixel.green), handed(pixel.blue), handedAlpha);
 }
-
-struct SurfaceDeleter {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-};
-struct CairoDeleter {
-    void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
-using Cairo = std::unique_ptr<cairo_t, CairoDeleter>;
-
-/// Memory that is drawn into both by Cairo and by loops of our own. Cairo speaks device space in it.
-class Canvas {
-public:
-    /// Draws into memory of the caller.
-    explicit Canvas(const RasterTarget& target) : target_(target) { makeSurface(CAIRO_FORMAT_ARGB32); }
-
-    /// Draws into clear memory of its own, of four bytes a pixel or, with CAIRO_FORMAT_A8, of one.
-    Canvas(const PixelRect& area, cairo_format_t format)
-    {
-        target_.area = area;
-        target_.bytesPerRow = static_cast<std::size_t>(cairo_format_stride_for_width(format, area.width()));
-        memory_ = ScratchMemory<std::uint8_t>(target_.bytesPerRow * static_cast<std::size_t>(area.height()));
-        target_.pixels = memory_.data();
-        makeSurface(format);
-    }
-
-    const RasterTarget& target() const { return target_; }
-    const PixelRect& area() const { return target_.area; }
-    cairo_t* cairo() const { return cairo_.get(); }
-    cairo_surface_t* surface() const { return surface_.get(); }
-
-    /// Must be called before the memory is read or written directly, and after it was written.
-    void flush() const { cairo_surface_flush(surface_.get()); }
-    void markWritten() const { cairo_surface_mark_dirty(surface_.get()); }
-
-    /// Shows the device space shifted by `offset`.
-    void shift(CGSize offset) const
-    {
-        cairo_surface_set_device_offset(surface_.get(), offset.width - target_.area.left, offset.height - target_.area.top);
-    }
-
-private:
-    void makeSurface(cairo_format_t format)
-    {
-        surface_.reset(cairo_image_surface_create_for_data(target_.pixels, format, target_.area.width(), target_.area.height(),
-                                                           static_cast<int>(target_.bytesPerRow)));
-        shift({0, 0});
-        cairo_.reset(cairo_create(surface_.get()));
-        cairo_set_tolerance(cairo_.get(), curveTolerance);
-        cairo_set_miter_limit(cairo_.get(), miterLimit);
-    }
-
-    ScratchMemory<std::uint8_t> memory_;
-    RasterTarget target_;
-    Surface surface_;
-    Cairo cairo_;
-};
 
 struct State {
     AffineTransform ctm;
@@ -161,95 +76,6 @@ double greatestScale(const AffineTransform& m)
 bool canDraw(const AffineTransform& m)
 {
     return isFinite(m) && std::abs(m.determinant()) > 1e-12 && greatestScale(m) < 1e9;
-}
-
-/// How the current transform turns boxes into boxes of device space, if it does: with one scale for both axes and no turn but
-/// by right angles.
-std::optional<double> uniformScale(const AffineTransform& m)
-{
-    const bool upright = m.b == 0 && m.c == 0, sideways = m.a == 0 && m.d == 0;
-    if (!upright && !sideways) return std::nullopt;
-    const double across = std::abs(upright ? m.a : m.b), down = std::abs(upright ? m.d : m.c);
-    if (!(std::abs(across - down) <= 1e-9 * across)) return std::nullopt;
-    return across;
-}
-
-/// Boxes of device space whose weighted sum is the coverage of a paint.
-using DeviceBoxes = std::vector<WeightedDeviceBox>;
-
-bool isProper(const RoundedRect& box)
-{
-    const CGRect& r = box.rect;
-    return std::isfinite(r.origin.x) && std::isfinite(r.origin.y) && r.size.width > 0 && r.size.height > 0 &&
-           std::isfinite(r.size.width) && std::isfinite(r.size.height) && box.radius >= 0 &&
-           box.radius <= std::min(r.size.width, r.size.height) * 0.5;
-}
-
-WeightedDeviceBox toDevice(const RoundedRect& box, double weight, double scale, const AffineTransform& ctm)
-{
-    const CGRect rect = ctm.apply(box.rect);
-    return {rect, std::min(box.radius * scale, std::min(rect.size.width, rect.size.height) * 0.5), weight};
-}
-
-/// Whether `outer` holds all of `inner`: the centres of the inner corners lie in the outer box shrunk by the inner radius.
-bool holds(const RoundedRect& outer, const RoundedRect& inner)
-{
-    const CGRect& o = outer.rect;
-    const CGRect& i = inner.rect;
-    if (i.minX() < o.minX() || i.minY() < o.minY() || i.maxX() > o.maxX() || i.maxY() > o.maxY()) return false;
-    if (inner.radius >= outer.radius) return true;
-    const double rest = outer.radius - inner.radius;
-    const auto overhang = [&](double near, double far) { return std::max(rest - std::min(near, far), 0.0); };
-    const double across = overhang(i.minX() - o.minX(), o.maxX() - i.maxX()),
-                 down = overhang(i.minY() - o.minY(), o.maxY() - i.maxY());
-    return std::hypot(across, down) <= rest + 1e-9;
-}
-
-/// The box `by` larger on each side, or smaller where `by` is negative. Sharp corners stay sharp unless asked for.
-RoundedRect grown(const RoundedRect& box, double by, RasterContext::LineJoin join)
-{
-    const bool staysSharp = box.radius <= 0 && join == RasterContext::LineJoin::miter;
-    return {insetBy(box.rect, -by, -by), staysSharp ? 0 : std::max(box.radius + by, 0.0)};
-}
-
-/// What a paint covers, as boxes of device space, where it is a box or the ring between two.
-std::optional<DeviceBoxes> filledBoxes(const Path& path, FillRule rule, const AffineTransform& ctm)
-{
-    const std::vector<RoundedRect>* boxes = path.boxes();
-    const std::optional<double> scale = uniformScale(ctm);
-    if (!boxes || !scale || boxes->empty() || boxes->size() > 2 || !std::ranges::all_of(*boxes, isProper)) return std::nullopt;
-    DeviceBoxes covered{toDevice(boxes->front(), 1, *scale, ctm)};
-    if (boxes->size() == 1) return covered;
-    if (rule != FillRule::evenOdd || !holds(boxes->front(), boxes->back())) return std::nullopt;
-    covered.push_back(toDevice(boxes->back(), -1, *scale, ctm));
-    return covered;
-}
-
-std::optional<DeviceBoxes> strokedBoxes(const Path& path, double width, RasterContext::LineJoin join, const AffineTransform& ctm)
-{
-    const std::vector<RoundedRect>* boxes = path.boxes();
-    const std::optional<double> scale = uniformScale(ctm);
-    if (!boxes || !scale || boxes->size() != 1 || !isProper(boxes->front())) return std::nullopt;
-    DeviceBoxes covered{toDevice(grown(boxes->front(), width * 0.5, join), 1, *scale, ctm)};
-    const RoundedRect inner = grown(boxes->front(), -width * 0.5, join);
-    if (isProper(inner)) covered.push_back(toDevice(inner, -1, *scale, ctm));
-    return covered;
-}
-
-/// The part of the sum of `boxes` in which the weights add up to 1.
-OpaqueArea opaqueAreaOf(const DeviceBoxes& boxes)
-{
-    double sum = 0, radius = 0;
-    CGRect common = boxes.empty() ? CGRect::null() : boxes.front().rect;
-    for (const WeightedDeviceBox& box : boxes) {
-        if (box.weight < 0) return {};
-        sum += box.weight;
-        radius = std::max(radius, box.radius);
-        common = intersectionOf(common, box.rect);
-    }
-    // A box holds every disc within its sides whose radius is at least its own: so with the largest radius, all hold the area.
-    if (sum < 1 - 1e-9 || common.isNull() || radius > std::min(common.size.width, common.size.height) * 0.5) return {};
-    return {common, radius};
 }
 
 class CairoRasterContext final : public RasterContext {
@@ -304,7 +130,8 @@ public:
     {
         const double width = state_.lineWidth;
         if (path.empty() || !canDraw(state_.ctm) || !(width > 0) || !std::isfinite(width)) return;
-        const double reach = width * 0.5 * (state_.lineJoin == LineJoin::miter ? miterLimit : 1) * greatestScale(state_.ctm);
+        const double reach =
+            width * 0.5 * (state_.lineJoin == LineJoin::miter ? Canvas::miterLimit : 1) * greatestScale(state_.ctm);
         const std::optional<CGRect> bounds = deviceBounds(path, state_.ctm, reach);
         if (!bounds) return;
         std::optional<DeviceBoxes> boxes = strokedBoxes(path, width, state_.lineJoin, state_.ctm);
@@ -416,14 +243,11 @@ public:
     }
 
 private:
-    /// Draws coverage with Cairo, in device space, for the pixels of an area.
-    using Draw = std::function<void(cairo_t*, const PixelRect&)>;
-
     struct Paint {
         RasterColor color;
         CGRect bounds; ///< Holds the coverage, in device space.
         std::optional<DeviceBoxes> boxes; ///< The coverage, if known as boxes.
-        Draw draw; ///< The coverage in any case.
+        CoverageDraw draw; ///< The coverage in any case.
     };
 
     using Coverage = std::vector<TransparencyLayerHints::WeightedBox>;
@@ -592,108 +416,9 @@ private:
         canvas_->markWritten();
     }
 
-    struct ShadowCaster {
-        CGRect bounds;
-        std::optional<DeviceBoxes> boxes;
-        double alpha; ///< Of the coverage.
-        OpaqueArea covered; ///< Where the caster will cover what the shadow would colour.
-        Draw draw;
-    };
-
-    void castShadow(const ShadowCaster& caster)
+    void castShadow(const ShadowCaster& caster) const
     {
-        const RasterShadow& shadow = *state_.shadow;
-        const double alpha = heldToOne(shadow.color.a) * caster.alpha;
-        if (!(alpha > 0) || !(std::hypot(shadow.offset.width, shadow.offset.height) < greatestDeviceLength) ||
-            std::isnan(shadow.blur))
-            return;
-
-        const double sigma = shadowSigma(shadow.blur);
-        const int reach = shadowReach(sigma);
-        const CGRect shifted = shiftedBy(caster.bounds, shadow.offset);
-        const PixelRect area = pixelsTouchedBy(insetBy(shifted, -reach, -reach), state_.clip);
-        if (area.empty()) return;
-
-        const BlurredCoverage blurred = blur(caster, sigma, area);
-        const ShadowColor color{.blue = static_cast<std::uint8_t>(level(shadow.color.b)),
-                                .green = static_cast<std::uint8_t>(level(shadow.color.g)),
-                                .red = static_cast<std::uint8_t>(level(shadow.color.r)),
-                                .alpha = alpha};
-        if (state_.clipIsRect) {
-            canvas_->flush();
-            compositeShadow(canvas_->target(), state_.clip, blurred, color, caster.covered);
-            canvas_->markWritten();
-            return;
-        }
-        const Canvas sheet(area, CAIRO_FORMAT_ARGB32);
-        compositeShadow(sheet.target(), area, blurred, color, {});
-        sheet.markWritten();
-        cairo_set_source_surface(cairo(), sheet.surface(), 0, 0);
-        cairo_paint(cairo());
-    }
-
-    BlurredCoverage blur(const ShadowCaster& caster, double sigma, const PixelRect& area) const
-    {
-        const CGSize offset = state_.shadow->offset;
-        if (caster.boxes && canBlurAsBoxes(*caster.boxes, sigma)) {
-            DeviceBoxes boxes = *caster.boxes;
-            for (WeightedDeviceBox& box : boxes) box.rect = shiftedBy(box.rect, offset);
-            return blurredBoxes(boxes, sigma, area);
-        }
-        CoverageImage coverage;
-        // Coverage beyond the area shades pixels within it.
-        coverage.area = pixelsTouchedBy(shiftedBy(caster.bounds, offset), grownBy(area, shadowReach(sigma)));
-        if (coverage.area.empty()) return blurredCoverage({}, sigma, area);
-        if (caster.boxes && isBoxOrRing(*caster.boxes)) {
-            coverage.values = coverageOfBoxes(*caster.boxes, offset, coverage.area);
-        } else {
-            coverage.values = drawnCoverage(caster.draw, offset, coverage.area);
-        }
-        return blurredCoverage(coverage, sigma, area);
-    }
-
-    static bool isBoxOrRing(const DeviceBoxes& boxes)
-    {
-        return boxes.size() == 1 || (boxes.size() == 2 && boxes.back().weight == -1);
-    }
-
-    /// The coverage of a box or a ring, moved by the offset.
-    static ScratchMemory<std::uint8_t> coverageOfBoxes(const DeviceBoxes& boxes, CGSize offset, const PixelRect& area)
-    {
-        const auto moved = [&](const WeightedDeviceBox& box) { return DeviceBox{shiftedBy(box.rect, offset), box.radius}; };
-        std::optional<DeviceBox> hole;
-        if (boxes.size() == 2) hole = moved(boxes.back());
-        const Canvas sheet(area, CAIRO_FORMAT_ARGB32);
-        paintBox(sheet.target(), area, moved(boxes.front()), hole,
-                 {.alpha = static_cast<std::uint8_t>(level(boxes.front().weight))});
-        ScratchMemory<std::uint8_t> coverage(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
-        std::uint8_t* next = coverage.data();
-        for (int y = area.top; y < area.bottom; ++y) {
-            const std::uint8_t* pixels = sheet.target().at(area.left, y);
-            for (int x = 0; x < area.width(); ++x) *next++ = pixels[std::ptrdiff_t{4} * x + 3];
-        }
-        return coverage;
-    }
-
-    /// The coverage that `draw` draws, moved by the offset.
-    static ScratchMemory<std::uint8_t> drawnCoverage(const Draw& draw, CGSize offset, const PixelRect& area)
-    {
-        const Canvas mask(area, CAIRO_FORMAT_A8);
-        mask.shift(offset);
-        const int across = static_cast<int>(std::floor(offset.width)), down = static_cast<int>(std::floor(offset.height));
-        draw(mask.cairo(), grownBy({area.left - across, area.top - down, area.right - across, area.bottom - down}, 1));
-        mask.flush();
-        ScratchMemory<std::uint8_t> coverage(static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(area.height()));
-        for (int y = 0; y < area.height(); ++y)
-            std::copy_n(mask.target().pixels + static_cast<std::size_t>(y) * mask.target().bytesPerRow, area.width(),
-                        coverage.data() + static_cast<std::ptrdiff_t>(y) * area.width());
-        return coverage;
-    }
-
-    static CGRect shiftedBy(const CGRect& rect, CGSize offset)
-    {
-        if (rect.isNull()) return rect;
-        return {{rect.origin.x + offset.width, rect.origin.y + offset.height}, rect.size};
+        larkspool::castShadow({*canvas_, state_.clip, state_.clipIsRect}, *state_.shadow, caster);
     }
 
     State state_;

@@ -131,23 +131,25 @@ TEST(BoxPainting, AgreesWithThePaintingOfAnyOtherPath)
 
 TEST(BoxPainting, ATransparentColourIsCompositedWithRounding)
 {
-    for (int alpha = 0; alpha <= 255; alpha += 5) {
-        SCOPED_TRACE(alpha);
-        const PixelBuffer pixels = drawn(40, 1, [&](RasterContext& context) {
-            context.setFillColor({200 / 255.0, 100 / 255.0, 50 / 255.0, 1});
-            context.fillRect({{0, 0}, {40, 1}});
-            context.setFillColor({0, 0, 1, alpha / 255.0});
-            context.fillRect({{0, 0}, {40, 1}});
-        });
-        const double rest = 1 - alpha / 255.0;
-        for (const int x : {0, 1, 20, 39}) {
-            const StoredPixel pixel = storedPixelAt(pixels, x, 0);
-            EXPECT_NEAR(pixel.r, 200 * rest, 0.5001);
-            EXPECT_NEAR(pixel.g, 100 * rest, 0.5001);
-            EXPECT_NEAR(pixel.b, alpha + 50 * rest, 0.5001);
-            EXPECT_EQ(pixel.a, 255);
+    for (const int width : {1, 3, 9, 40})
+        for (int alpha = 0; alpha <= 255; alpha += 5) {
+            SCOPED_TRACE(testing::Message() << "width " << width << ", alpha " << alpha);
+            const PixelBuffer pixels = drawn(41, 1, [&](RasterContext& context) {
+                context.setFillColor({200 / 255.0, 100 / 255.0, 50 / 255.0, 1});
+                context.fillRect({{0, 0}, {41, 1}});
+                context.setFillColor({0, 0, 1, alpha / 255.0});
+                context.fillRect({{0, 0}, {width * 1.0, 1}});
+            });
+            const double rest = 1 - alpha / 255.0;
+            for (const int x : {0, width / 2, width - 1}) {
+                const StoredPixel pixel = storedPixelAt(pixels, x, 0);
+                EXPECT_NEAR(pixel.r, 200 * rest, 0.5001);
+                EXPECT_NEAR(pixel.g, 100 * rest, 0.5001);
+                EXPECT_NEAR(pixel.b, alpha + 50 * rest, 0.5001);
+                EXPECT_EQ(pixel.a, 255);
+            }
+            EXPECT_EQ(storedPixelAt(pixels, width, 0), (StoredPixel{.r = 200, .g = 100, .b = 50, .a = 255}));
         }
-    }
 }
 
 } // namespace

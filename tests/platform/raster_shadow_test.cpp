@@ -139,6 +139,29 @@ TEST(Shadow, IsATrueGaussianOfWhatIsPainted)
     }
 }
 
+TEST(Shadow, OfALightColourIsTrueToItsFaintEdge)
+{
+    const Draw draw = [](RasterContext& context) {
+        context.fillPath(Path::roundedRect({{{60, 70}, {130, 100}}, 18}), FillRule::winding);
+    };
+    constexpr int side = 250;
+    const PixelBuffer painted = drawn(side, side, draw);
+    for (const double blur : {3.0, 8.0, 16.0, 30.0}) {
+        const std::vector<double> full = convolvedAlpha(painted, blur / 2);
+        for (const double alpha : {0.003, 0.02, 0.1, 0.35, 0.8}) {
+            const PixelBuffer shadow = drawn(side, side, [&](RasterContext& context) {
+                context.setShadow(RasterShadow{{2000, 0}, blur, {0, 0, 0, alpha}});
+                context.translateCTM(-2000, 0);
+                draw(context);
+            });
+            std::vector<double> exact;
+            for (const double value : full) exact.push_back(value * alpha);
+            // Half a level for storing it, as much for the blur.
+            EXPECT_LT(greatestError(shadow, exact), 1.0) << "blur " << blur << ", alpha " << alpha;
+        }
+    }
+}
+
 TEST(Shadow, WithoutABlurIsTheShapeItself)
 {
     const PixelBuffer pixels = shadowOf(6, 3, 0, [](RasterContext& context) { context.fillRect({{1, 1}, {2.5, 1}}); });
@@ -281,6 +304,38 @@ TEST(Shadow, StaysWithinTheClip)
     }
 }
 
+TEST(Shadow, IsTheSameWithinAnyClipAndAbsentOutside)
+{
+    constexpr int width = 260, height = 150;
+    const auto drawnWithin = [](const CGRect& clip, double boxWidth, double blur, bool ring) {
+        return drawn(width, height, [&](RasterContext& context) {
+            context.clipToPath(Path::rect(clip), FillRule::winding);
+            context.setShadow(RasterShadow{{2000, 0}, blur, {0, 0, 0, 0.9}});
+            context.translateCTM(-2000, 0);
+            const RoundedRect box{{{20.4, 30.7}, {boxWidth, 80}}, 15};
+            Path path = Path::roundedRect(box);
+            if (ring) path.add(Path::roundedRect({insetBy(box.rect, 4, 4), 11}));
+            context.fillPath(path, FillRule::evenOdd);
+        });
+    };
+    EXPECT_TRUE(rc::check("a clip cuts a shadow and changes nothing else", [&] {
+        const int left = *rc::gen::inRange(0, width), top = *rc::gen::inRange(0, height);
+        const int right = *rc::gen::inRange(left, width) + 1, bottom = *rc::gen::inRange(top, height) + 1;
+        const double boxWidth = *rc::gen::element(40.0, 130.0, 210.0), blur = *rc::gen::element(3.0, 6.0, 12.0, 24.0, 40.0);
+        const bool ring = *rc::gen::arbitrary<bool>();
+        const CGRect clip{{left * 1.0, top * 1.0}, {right - left * 1.0, bottom - top * 1.0}};
+        const PixelBuffer cut = drawnWithin(clip, boxWidth, blur, ring);
+        const PixelBuffer whole = drawnWithin({{0, 0}, {width, height}}, boxWidth, blur, ring);
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const bool within = x >= left && x < right && y >= top && y < bottom;
+                const int expected = within ? storedPixelAt(whole, x, y).a : 0;
+                // What is computed stands elsewhere between the pixels, and errs by another part of a level.
+                RC_ASSERT(std::abs(storedPixelAt(cut, x, y).a - expected) <= (within ? 1 : 0));
+            }
+    }));
+}
+
 TEST(Shadow, UnderAnOpaquePaintIsLeftOutWithoutATrace)
 {
     // An alpha that rounds to opaque, but is not, lets nothing be left out.
@@ -370,6 +425,25 @@ TEST(Shadow, OfALayerWhoseAlphaIsKnownDoesNotShowThroughItsSeams)
         EXPECT_LE(differences, 300);
         EXPECT_LE(greatestDifference(fast, slow), 10);
     }
+}
+
+TEST(Shadow, OfALayerWhoseAlphaIsKnownIsLeftOutFromSideToSide)
+{
+    // The anti-aliased edges of two opaque paints meet along a seam, three pixels within the outline. What lies below shows
+    // through: a shadow must do so nowhere, and the picture is its own mirror image.
+    const RoundedRect box{{{40.3, 25.6}, {119.4, 80}}, 14}, inside{insetBy(box.rect, 3, 3), 11};
+    const PixelBuffer pixels = drawnLayer({.bounds = box.rect, .coverage = {{box, 1}}}, {}, 1, [&](RasterContext& context) {
+        Path ring = Path::roundedRect(box);
+        ring.add(Path::roundedRect(inside));
+        context.setFillColor(white);
+        context.fillPath(ring, FillRule::evenOdd);
+        context.fillPath(Path::roundedRect(inside), FillRule::winding);
+    });
+    for (int y = 0; y < pixels.height(); ++y)
+        for (int x = 0; x < pixels.width() / 2; ++x)
+            ASSERT_NEAR(storedPixelAt(pixels, x, y).g, storedPixelAt(pixels, pixels.width() - 1 - x, y).g, 1) << x << ", " << y;
+    // The ring covers three tenths of this pixel and the inside the rest; the grey below is a tenth darker than white.
+    EXPECT_NEAR(storedPixelAt(pixels, 43, 65).g, 255 - 0.7 * 0.3 * 25.5, 1.5);
 }
 
 TEST(Shadow, WhatIsNotANumberCastsNone)

@@ -10,31 +10,23 @@ namespace larkspool {
 
 namespace {
 
-/// x * y / 255, rounded, for values of 0...255.
-inline std::uint32_t scaled(std::uint32_t x, std::uint32_t y)
+/// The four bytes times `factor` / 255, rounded, for a factor of 0...255. Two bytes at a time have room for their products.
+inline std::uint32_t scaled(std::uint32_t bytes, std::uint32_t factor)
 {
-    const std::uint32_t product = x * y + 128;
-    return (product + (product >> 8)) >> 8;
+    constexpr std::uint32_t everyOther = 0x00ff00ff, half = 0x00800080;
+    const std::uint32_t even = (bytes & everyOther) * factor + half, odd = (bytes >> 8 & everyOther) * factor + half;
+    return ((even + (even >> 8 & everyOther)) >> 8 & everyOther) | ((odd + (odd >> 8 & everyOther)) & ~everyOther);
 }
 
-PixelColor covered(const PixelColor& color, std::uint32_t coverage)
-{
-    const auto part = [&](std::uint8_t channel) { return static_cast<std::uint8_t>(scaled(channel, coverage)); };
-    return {part(color.blue), part(color.green), part(color.red), part(color.alpha)};
-}
-
+/// A premultiplied colour as it lies in memory.
 std::uint32_t packed(const PixelColor& color)
 {
     return color.blue | std::uint32_t{color.green} << 8 | std::uint32_t{color.red} << 16 | std::uint32_t{color.alpha} << 24;
 }
 
-void blendPixel(std::uint8_t* pixel, const PixelColor& color)
+std::uint8_t alphaOf(std::uint32_t color)
 {
-    const std::uint32_t rest = 255U - color.alpha;
-    pixel[0] = static_cast<std::uint8_t>(color.blue + scaled(pixel[0], rest));
-    pixel[1] = static_cast<std::uint8_t>(color.green + scaled(pixel[1], rest));
-    pixel[2] = static_cast<std::uint8_t>(color.red + scaled(pixel[2], rest));
-    pixel[3] = static_cast<std::uint8_t>(color.alpha + scaled(pixel[3], rest));
+    return static_cast<std::uint8_t>(color >> 24);
 }
 
 LARKSPOOL_VECTORISED
@@ -64,25 +56,41 @@ void blendPattern(std::uint8_t* __restrict pixels, const std::uint8_t* __restric
     }
 }
 
-void blendRun(std::uint8_t* pixels, const PixelColor& color, int count)
+/// Pixels of a row that are painted alike.
+struct Run {
+    int begin = 0, count = 0;
+    std::uint32_t color = 0; ///< Packed; as much of the colour as the pixels are covered.
+};
+
+void blendRun(std::uint8_t* pixels, const Run& run)
 {
-    if (color.alpha == 0) return;
-    if (color.alpha == 255) return storeRun(reinterpret_cast<std::uint32_t*>(pixels), packed(color), count);
-    if (count < 4) {
-        for (int i = 0; i < count; ++i) blendPixel(pixels + std::ptrdiff_t{4} * i, color);
+    const auto rest = static_cast<std::uint8_t>(255 - alphaOf(run.color));
+    if (rest == 0) return storeRun(reinterpret_cast<std::uint32_t*>(pixels), run.color, run.count);
+    if (run.count < 8) {
+        for (int i = 0; i < run.count; ++i, pixels += sizeof run.color) {
+            std::uint32_t below = 0;
+            std::memcpy(&below, pixels, sizeof below);
+            const std::uint32_t blended = run.color + scaled(below, rest);
+            std::memcpy(pixels, &blended, sizeof blended);
+        }
         return;
     }
-    std::array<std::uint8_t, patternBytes> pattern;
-    const std::uint32_t value = packed(color);
-    for (std::size_t i = 0; i < pattern.size(); i += sizeof value) std::memcpy(pattern.data() + i, &value, sizeof value);
-    blendPattern(pixels, pattern.data(), static_cast<std::uint8_t>(255 - color.alpha), count * 4);
+    std::array<std::uint32_t, patternBytes / sizeof(std::uint32_t)> pattern;
+    pattern.fill(run.color);
+    blendPattern(pixels, reinterpret_cast<const std::uint8_t*>(pattern.data()), rest, run.count * 4);
 }
 
 /// Where the outline of a box runs through a row of pixels, from the straight line between two corners to the corner's side.
 struct Piece {
     double nearLine = 0, farLine = 0; ///< Distances from the line of the corners' centres; both 0 for a straight piece.
     double height = 0;
-    double nearArea = 0, farArea = 0; ///< Between the circle and its diameter, up to the two distances.
+    double nearWidth = 0, farWidth = 0; ///< How far the circle reaches there from its own centre.
+    double area = 0; ///< Between the circle and its diameter, from one distance to the other.
+};
+
+/// Columns of pixels, from `from` to before `to`.
+struct Columns {
+    int from = 0, to = 0;
 };
 
 /// The coverage of one row of pixels by a box: some pixels that the left side crosses, a run of equal ones, some that the right
@@ -135,7 +143,7 @@ public:
 
     bool empty() const { return begin >= end; }
 
-    /// Whether the rows from `y` to `y + 1` and the one before look the same.
+    /// Whether the row and the one before, if that is straight too, look the same.
     bool isStraight(int y) const { return y >= box_.rect.minY() + box_.radius && y + 1 <= box_.rect.maxY() - box_.radius; }
 
     int begin = 0, runBegin = 0, runEnd = 0, end = 0;
@@ -171,12 +179,11 @@ private:
         piece = {.nearLine = std::clamp(nearLine, 0.0, box_.radius),
                  .farLine = std::clamp(farLine, 0.0, box_.radius),
                  .height = height_};
-        if (piece.nearLine < piece.farLine) {
-            piece.nearArea = areaUnderCircle(piece.nearLine);
-            piece.farArea = areaUnderCircle(piece.farLine);
-        }
-        widest_ = std::max(widest_, halfWidth(piece.nearLine));
-        narrowest_ = std::min(narrowest_, halfWidth(piece.farLine));
+        piece.nearWidth = halfWidth(piece.nearLine);
+        piece.farWidth = halfWidth(piece.farLine);
+        if (piece.nearLine < piece.farLine) piece.area = areaUnderArc(piece, piece.farLine, piece.farWidth);
+        widest_ = std::max(widest_, piece.nearWidth);
+        narrowest_ = std::min(narrowest_, piece.farWidth);
     }
 
     double halfWidth(double line) const { return std::sqrt(std::max(box_.radius * box_.radius - line * line, 0.0)); }
@@ -188,23 +195,31 @@ private:
         for (std::size_t i = 0; i < count_; ++i) {
             const Piece& piece = pieces_[i];
             if (piece.farLine <= piece.nearLine) {
-                area += std::max(halfWidth(piece.nearLine) - x, 0.0) * piece.height;
-                continue;
+                area += std::max(piece.nearWidth - x, 0.0) * piece.height;
+            } else if (x <= piece.farWidth) {
+                area += piece.area - x * (piece.farLine - piece.nearLine);
+            } else if (x < piece.nearWidth) {
+                const double until = halfWidth(x); // There the circle is as wide as x.
+                area += areaUnderArc(piece, until, x) - x * (until - piece.nearLine);
             }
-            // As far from the line of the centres as the circle is wider than x.
-            const double until = x <= 0 ? piece.farLine : x >= box_.radius ? 0 : std::min(halfWidth(x), piece.farLine);
-            if (until <= piece.nearLine) continue;
-            const double untilArea = until < piece.farLine ? areaUnderCircle(until) : piece.farArea;
-            area += untilArea - piece.nearArea - x * (until - piece.nearLine);
         }
         return area;
     }
 
-    /// The area between the circle and its diameter from the centre on.
-    double areaUnderCircle(double line) const
+    /// The area between the circle and its diameter from where a piece begins to the line `until`, where the circle is `width`
+    /// wide: the area under the chord and the segment that the chord cuts off.
+    double areaUnderArc(const Piece& piece, double until, double width) const
     {
-        const double r = box_.radius;
-        return 0.5 * (line * halfWidth(line) + r * r * std::asin(std::min(line / r, 1.0)));
+        const double r = box_.radius, down = until - piece.nearLine, across = piece.nearWidth - width;
+        const double square = (down * down + across * across) / (4 * r * r), sine = std::sqrt(square);
+        // The angle of the segment less its sine, for whose difference a series is quicker and, in wide circles, more precise.
+        constexpr double greatestSquareForSeries = 0.1;
+        const double difference =
+            square > greatestSquareForSeries
+                ? 2 * (std::asin(std::min(sine, 1.0)) - sine * std::sqrt(std::max(1 - square, 0.0)))
+                : sine * square *
+                      (4.0 / 3 + square * (2.0 / 5 + square * (3.0 / 14 + square * (5.0 / 36 + square * 35.0 / 352))));
+        return down * (piece.nearWidth + width) * 0.5 + r * r * 0.5 * difference;
     }
 
     DeviceBox box_;
@@ -220,6 +235,68 @@ std::uint32_t toLevel(float coverage)
     return static_cast<std::uint32_t>(std::clamp(coverage, 0.0F, 1.0F) * 255 + 0.5F);
 }
 
+/// The runs of pixels that a row of a box, or of the ring around another, consists of.
+class RowPainter {
+public:
+    RowPainter(const DeviceBox& outer, const std::optional<DeviceBox>& inner, std::uint32_t color, const Columns& columns)
+        : outer_(outer), color_(color), columns_(columns)
+    {
+        if (inner) inner_.emplace(*inner);
+    }
+
+    /// Whether the row and the one before, if that is straight too, look the same.
+    bool isStraight(int y) const { return outer_.isStraight(y) && (!inner_ || inner_->isStraight(y)); }
+
+    void compute(int y)
+    {
+        runs_.clear();
+        outer_.compute(y, columns_.from, columns_.to);
+        if (inner_) inner_->compute(y, columns_.from, columns_.to);
+        int runBegin = outer_.runBegin, runEnd = outer_.runEnd;
+        float runCoverage = outer_.height;
+        if (inner_ && !inner_->empty()) {
+            runBegin = std::max(runBegin, inner_->runBegin);
+            runEnd = std::min(runEnd, inner_->runEnd);
+            runCoverage -= inner_->height;
+        }
+        if (runBegin >= runEnd) runBegin = runEnd = outer_.end;
+        addPixels(outer_.begin, runBegin);
+        add(runBegin, runEnd, toLevel(runCoverage));
+        addPixels(runEnd, outer_.end);
+    }
+
+    const std::vector<Run>& runs() const { return runs_; }
+
+private:
+    void addPixels(int from, int to)
+    {
+        const auto levelAt = [&](int x) { return toLevel(outer_.at(x) - (inner_ ? inner_->at(x) : 0)); };
+        int begin = from;
+        std::uint32_t level = 0;
+        for (int x = from; x < to; ++x) {
+            const std::uint32_t next = levelAt(x);
+            if (next == level) continue;
+            add(begin, x, level);
+            begin = x;
+            level = next;
+        }
+        add(begin, to, level);
+    }
+
+    void add(int from, int to, std::uint32_t level)
+    {
+        if (from >= to) return;
+        const std::uint32_t color = scaled(color_, level);
+        if (color != 0) runs_.push_back({from, to - from, color});
+    }
+
+    BoxRow outer_;
+    std::optional<BoxRow> inner_;
+    std::uint32_t color_;
+    Columns columns_;
+    std::vector<Run> runs_;
+};
+
 } // namespace
 
 void paintBox(const RasterTarget& target, const PixelRect& clip, const DeviceBox& outer, const std::optional<DeviceBox>& inner,
@@ -228,48 +305,13 @@ void paintBox(const RasterTarget& target, const PixelRect& clip, const DeviceBox
     const PixelRect area = pixelsTouchedBy(outer.rect, intersectionOf(clip, target.area));
     if (area.empty() || color.alpha == 0) return;
 
-    BoxRow outerRow(outer), innerRow(inner.value_or(DeviceBox{}));
-    std::vector<std::uint8_t> levels(static_cast<std::size_t>(area.width())); // Of the pixels before and after the run.
-    int runBegin = 0, runEnd = 0;
-    float runCoverage = 0;
-    const auto computeRow = [&](int y) {
-        outerRow.compute(y, area.left, area.right);
-        if (inner) innerRow.compute(y, area.left, area.right);
-        runBegin = outerRow.runBegin;
-        runEnd = outerRow.runEnd;
-        runCoverage = outerRow.height;
-        if (inner && !innerRow.empty()) {
-            runBegin = std::max(runBegin, innerRow.runBegin);
-            runEnd = std::min(runEnd, innerRow.runEnd);
-            runCoverage -= innerRow.height;
-        }
-        if (runBegin >= runEnd) runBegin = runEnd = outerRow.end;
-        const auto computeLevels = [&](int from, int to) {
-            for (int x = from; x < to; ++x)
-                levels[static_cast<std::size_t>(x - area.left)] =
-                    static_cast<std::uint8_t>(toLevel(outerRow.at(x) - (inner ? innerRow.at(x) : 0)));
-        };
-        computeLevels(outerRow.begin, runBegin);
-        computeLevels(runEnd, outerRow.end);
-    };
-
+    RowPainter row(outer, inner, packed(color), {area.left, area.right});
     bool isRepeated = false;
     for (int y = area.top; y < area.bottom; ++y) {
-        const bool straight = outerRow.isStraight(y) && (!inner || innerRow.isStraight(y));
-        if (!straight || !isRepeated) computeRow(y);
+        const bool straight = row.isStraight(y);
+        if (!straight || !isRepeated) row.compute(y);
         isRepeated = straight;
-        const auto blendLevels = [&](int from, int to) {
-            for (int x = from; x < to;) {
-                const std::uint8_t level = levels[static_cast<std::size_t>(x - area.left)];
-                int next = x + 1;
-                while (next < to && levels[static_cast<std::size_t>(next - area.left)] == level) ++next;
-                if (level > 0) blendRun(target.at(x, y), covered(color, level), next - x);
-                x = next;
-            }
-        };
-        blendLevels(outerRow.begin, runBegin);
-        if (runBegin < runEnd) blendRun(target.at(runBegin, y), covered(color, toLevel(runCoverage)), runEnd - runBegin);
-        blendLevels(runEnd, outerRow.end);
+        for (const Run& run : row.runs()) blendRun(target.at(run.begin, y), run);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/raster/pixel_color.h"
 #include "platform/raster/pixel_rect.h"
 
 #include <optional>
@@ -10,11 +11,6 @@ namespace larkspool {
 struct DeviceBox {
     CGRect rect;
     double radius = 0;
-};
-
-/// A premultiplied colour, 8 bits a channel in the order of the pixels.
-struct PixelColor {
-    std::uint8_t blue = 0, green = 0, red = 0, alpha = 255;
 };
 
 /// Composites a colour over the pixels of `target` within `clip`, as far as `outer` covers them and `inner`, which must lie
