@@ -60,12 +60,20 @@ bool VideoDecoder::openFromStart()
     input_ = MediaInput::openForVideo(path_);
     if (!input_ || !input_->video() || !openCodec()) return false;
     readTrack();
-    lastTime_ = trustedFrom_ = lastKeyTime_ = notYet;
-    waitsForKeyPacket_ = packetWaits_ = isDrained_ = false;
+    lastTime_ = trustedFrom_ = lastKeyTime_ = firstDecodingTime_ = notYet;
+    waitsForKeyPacket_ = packetWaits_ = isDrained_ = hasReadPacket_ = false;
     pending_ = decode();
     if (!pending_) return false;
+    if (firstDecodingTime_ != notYet) beginAt(firstDecodingTime_);
     firstTime_ = pending_->time;
     return true;
+}
+
+void VideoDecoder::beginAt(double time)
+{
+    const double delay = std::max(pending_->time - time, 0.0);
+    origin_ += delay;
+    for (double* each : {&pending_->time, &lastTime_, &lastKeyTime_, &trackEnd_}) *each -= delay;
 }
 
 bool VideoDecoder::openCodec()
@@ -183,6 +191,9 @@ bool VideoDecoder::readPacket()
         const std::int64_t stamp = packet_->pts != AV_NOPTS_VALUE ? packet_->pts : packet_->dts;
         if (waitsForKeyPacket_) trustedFrom_ = stamp == AV_NOPTS_VALUE ? notYet : seconds(stamp);
         waitsForKeyPacket_ = false;
+        const bool tellsDecodingAlone = packet_->pts == AV_NOPTS_VALUE && stamp != AV_NOPTS_VALUE;
+        if (!hasReadPacket_ && tellsDecodingAlone) firstDecodingTime_ = seconds(stamp);
+        hasReadPacket_ = true;
         if (isKey && stamp != AV_NOPTS_VALUE) {
             const double time = seconds(stamp);
             if (lastKeyTime_ != notYet) longestKeyInterval_ = std::max(longestKeyInterval_, time - lastKeyTime_);

@@ -53,6 +53,7 @@ private:
 
     bool openFromStart();
     bool openCodec();
+    void beginAt(double time);
     void readTrack();
     std::optional<Picture> decode();
     Picture take(FFmpegPointer<AVFrame> frame);
@@ -74,6 +75,11 @@ private:
     double origin_ = 0, duration_ = 0, frameInterval_ = 1.0 / 30;
     double trackEnd_ = std::numeric_limits<double>::infinity();
     double firstTime_ = notYet;
+
+    /// Of the first packet, where the container tells when pictures are decoded alone. They show as late as the codec needs to put
+    /// them in order, and the first of them is to show at this time.
+    double firstDecodingTime_ = notYet;
+    bool hasReadPacket_ = false;
 
     std::optional<Picture> pending_; ///< Decoded already, for `next`.
     double lastTime_ = notYet; ///< Of the last picture decoded.

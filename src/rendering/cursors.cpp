@@ -90,10 +90,17 @@ ImageRef builtInCursorImage(CursorVariant variant)
     return images.at(variant);
 }
 
-ImageRef cursorNSImage(CursorVariant variant)
+ImageRef cursorNSImage(CursorVariant variant, CursorImageCache& cache)
 {
-    if (ImageRef art = CursorImageCache::shared().image(variant)) return art;
+    if (ImageRef art = cache.image(variant)) return art;
     return builtInCursorImage(variant);
+}
+
+CGRect fittedCursor(CGSize art, CGSize box)
+{
+    const double aspect = art.height / art.width;
+    const CGSize drawn = box.width * aspect <= box.height ? CGSize{box.width, box.width * aspect} : CGSize{box.height / aspect, box.height};
+    return {{(box.width - drawn.width) * 0.5, (box.height - drawn.height) * 0.5}, drawn};
 }
 
 RoundedRect throbberSpokeShape(CGSize frame)
@@ -157,11 +164,7 @@ void Exporter::drawCursorBody(const Layer& layer, RasterContext& context)
 {
     const ImageRef image = exportCursorNSImage(layer.cursorVariant);
     if (!image) return;
-    const CGSize box = layer.size;
-    const double aspect = static_cast<double>(image->height()) / image->width();
-    const CGSize drawn = box.width * aspect <= box.height ? CGSize{box.width, box.width * aspect} : CGSize{box.height / aspect, box.height};
-    const CGPoint origin{(box.width - drawn.width) * 0.5, (box.height - drawn.height) * 0.5};
-    context.drawImage(image, {{0, 0}, image->size()}, {origin, drawn});
+    context.drawImage(image, {{0, 0}, image->size()}, fittedCursor(image->size(), layer.size));
 }
 
 } // namespace larkspool

@@ -37,9 +37,12 @@ ImageRef renderedCursorArt(std::span<const std::uint8_t> svg);
 /// The art of the program's own copy. Null for `wait`.
 ImageRef builtInCursorImage(CursorVariant variant);
 
-/// The art of a variant: from the shared cache, or else the program's own copy. Null for `wait`, which is drawn.
-ImageRef cursorNSImage(CursorVariant variant);
+/// The art of a variant: from the cache, or else the program's own copy. Null for `wait`, which is drawn.
+ImageRef cursorNSImage(CursorVariant variant, CursorImageCache& cache = CursorImageCache::shared());
 inline ImageRef exportCursorNSImage(CursorVariant variant) { return cursorNSImage(variant); }
+
+/// Where art is drawn in a cursor layer's box: fitted with its aspect kept, centred.
+CGRect fittedCursor(CGSize art, CGSize box);
 
 /// One spoke of the spinner, pointing up from the centre before it is turned.
 struct ThrobberSpoke {

@@ -66,12 +66,11 @@ inline std::uint32_t toByte(float value)
 /// The colours of the gradient from its start to its end, as pixels.
 std::vector<std::uint32_t> gradientColors(const GradientField& field)
 {
-    const Sample first = premultiplied(field.first, field.first.a), second = premultiplied(field.second, field.second.a);
     std::vector<std::uint32_t> colors(gradientSteps);
     for (int i = 0; i < gradientSteps; ++i) {
-        const float part = static_cast<float>(i) / (gradientSteps - 1);
-        for (std::size_t c = 0; c < 4; ++c)
-            colors[static_cast<std::size_t>(i)] |= toByte(first[c] + (second[c] - first[c]) * part) << (8 * c);
+        const ColorRGBA color = blend(field.first, field.second, static_cast<double>(i) / (gradientSteps - 1));
+        const Sample sample = premultiplied(color, color.a);
+        for (std::size_t c = 0; c < 4; ++c) colors[static_cast<std::size_t>(i)] |= toByte(sample[c]) << (8 * c);
     }
     return colors;
 }
@@ -248,6 +247,17 @@ SpareFields& spareFields()
     return spare;
 }
 
+/// The same field in a larger box, `margin` of it on every side.
+GradientField grownBy(GradientField field, CGSize margin)
+{
+    const auto moved = [margin](CGPoint point) { return CGPoint{point.x + margin.width, point.y + margin.height}; };
+    field.size = {field.size.width + 2 * margin.width, field.size.height + 2 * margin.height};
+    field.start = moved(field.start);
+    field.end = moved(field.end);
+    for (GradientBlob& blob : field.blobs) blob.center = moved(blob.center);
+    return field;
+}
+
 } // namespace
 
 ColorRGBA blend(const ColorRGBA& a, const ColorRGBA& b, double amount)
@@ -292,14 +302,21 @@ void Exporter::drawGradientField(const Layer& layer, RasterContext& context, dou
         const double side = std::round(length * scale);
         return side >= 1 ? static_cast<int>(std::min(side, greatestSide)) : 1;
     };
-    GradientFieldImages images = gradientFieldImages(field, pixels(field.size.width, std::hypot(ctm.a, ctm.b)),
-                                                           pixels(field.size.height, std::hypot(ctm.c, ctm.d)));
-    const CGRect source{{0, 0}, images.background->size()}, box{{0, 0}, field.size};
-    context.drawImage(images.background, source, box);
+    const int width = pixels(field.size.width, std::hypot(ctm.a, ctm.b));
+    const int height = pixels(field.size.height, std::hypot(ctm.c, ctm.d));
+
+    // The field goes on for a pixel around its box, so that the clip alone makes the edge: one that runs through a pixel shows in
+    // it by half, not by half of half. The clip cuts off a glow, too.
+    const CGSize margin{field.size.width / width, field.size.height / height};
+    const GradientField painted = grownBy(field, margin);
+    GradientFieldImages images = gradientFieldImages(painted, width + 2, height + 2);
+    const CGRect source{{0, 0}, images.background->size()}, reach{{-margin.width, -margin.height}, painted.size};
     {
         SavedState saved(context);
+        context.clipToPath(Path::rect({{0, 0}, field.size}), FillRule::winding);
+        context.drawImage(images.background, source, reach);
         context.setShadow(std::nullopt); // Light casts none, nor is one to be worked out for it.
-        context.drawImage(images.light, source, box);
+        context.drawImage(images.light, source, reach);
     }
     spareFields().background.keep(std::move(images.background));
     spareFields().light.keep(std::move(images.light));

@@ -77,7 +77,9 @@ TEST_F(ImageGeneratorTest, GivesThePictureOnShowInEveryContainerAndCodec)
           Case{"open.mp4", std::string(h264) + " -x264-params open-gop=1:b-pyramid=strict"}, Case{"intra.mov", "-c:v prores_ks"},
           Case{"ten.mp4", std::string(h264) + " -pix_fmt yuv420p10le"},
           Case{"vp9.webm", "-c:v libvpx-vp9 -crf 4 -b:v 0 -deadline realtime -cpu-used 8 -g 12"},
-          Case{"mpeg4.avi", "-c:v mpeg4 -q:v 1 -g 12"}, Case{"raw.h264", std::string(h264) + " -bf 0"},
+          Case{"mpeg4.avi", "-c:v mpeg4 -q:v 1 -g 12"},
+          Case{"reordered.avi", "-c:v mpeg4 -q:v 1 -g 12 -bf 2"}, Case{"bframes.avi", h264}, Case{"bframes.h264", h264},
+          Case{"reordered.m2v", "-c:v mpeg2video -q:v 1 -g 12 -bf 2"}, Case{"raw.h264", std::string(h264) + " -bf 0"},
           Case{"withsound.mp4", std::string("-f lavfi -i sine=d=1.6 -shortest -c:a aac ") + h264}}) {
         SCOPED_TRACE(c.name);
         const int frames = 48;
@@ -93,6 +95,20 @@ TEST_F(ImageGeneratorTest, GivesThePictureOnShowInEveryContainerAndCodec)
             const int number = static_cast<int>(random() % frames);
             ASSERT_EQ(toldNumber(generator.copyImage((number + 0.5) / 30)), number) << "after jumping";
         }
+    }
+}
+
+TEST_F(ImageGeneratorTest, GivesThePictureOnShowWhereThreadsDecodeSeveralAtOnce)
+{
+    struct Case {
+        const char* name;
+        std::string encoding;
+    };
+    for (const Case& c : {Case{"large.mp4", h264}, Case{"large.avi", h264}, Case{"reordered.avi", "-c:v mpeg4 -q:v 1 -g 12 -bf 2"}}) {
+        SCOPED_TRACE(c.name);
+        ImageGenerator generator(make(c.name, countingSource(30, 30, "768x432") + " " + c.encoding), upright);
+        for (int i = 0; i < 30; ++i) ASSERT_EQ(toldNumber(generator.copyImage(i / 30.0)), i);
+        for (const int number : {3, 27, 14, 0, 29, 13, 12}) ASSERT_EQ(toldNumber(generator.copyImage((number + 0.5) / 30)), number);
     }
 }
 

@@ -129,6 +129,17 @@ TEST(CursorImages, EachVariantButWaitHasArtAndTheSameBuiltIn)
     }
 }
 
+TEST(CursorImages, TheBuiltInArtStandsInForAFileThatIsMissing)
+{
+    const TemporaryFolder empty, folder;
+    CursorImageCache none({empty.path("")}), one({folder.path("")});
+    writeFile(folder.path("grab.svg"), svgOf(R"(width="8" height="8")", "#f00"));
+    EXPECT_EQ(cursorNSImage(CursorVariant::arrow, none), builtInCursorImage(CursorVariant::arrow));
+    EXPECT_EQ(cursorNSImage(CursorVariant::arrow, one), builtInCursorImage(CursorVariant::arrow));
+    EXPECT_EQ(cursorNSImage(CursorVariant::grab, one), one.image(CursorVariant::grab));
+    EXPECT_EQ(cursorNSImage(CursorVariant::wait, none), nullptr);
+}
+
 TEST(CursorImages, TheTipOfTheArrowIsItsHotSpot)
 {
     for (const CursorVariant variant : {CursorVariant::arrow, CursorVariant::duplicate}) {
@@ -193,6 +204,25 @@ TEST(Cursor, ShowsInAFrameInItsPlaceAndByItsOpacity)
     cursor.opacity = 0.5;
     const int faded = pixelAt(drawnFrame(sceneWith({100, 100}, {cursor})), 29, 52).r;
     EXPECT_NEAR(faded, 136, 4); // Half of 16 and half of 255.
+}
+
+TEST(Cursor, ShowsAnOverrideInTheVeryFramesInWhichItMeetsTheLayer)
+{
+    // The arrow's box is 20 wide and moves from 0 to 100 in a second; the hotspot begins at 60.
+    Layer cursor = cursorLayer(CursorVariant::arrow, {{0, 0}, {20, 20}});
+    cursor.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 0, .value = 0.0, .easing = Easing::linear()},
+                        Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 1, .value = 100.0, .easing = Easing::linear()}};
+    Layer hotspot{.kind = Kind::hotspot, .transform = {.x = 60}, .size = {20, 20}};
+    hotspot.cursorHoverOverride = CursorVariant::ibeam;
+    const TweenScene scene = sceneWith({200, 20}, {cursor, hotspot});
+    const auto shows = [&](CursorVariant variant, double time) {
+        const TweenScene alone = sceneWith({200, 20}, {cursorLayer(variant, {{100 * time, 0}, {20, 20}})});
+        return greatestDifference(drawnFrame(scene, time), drawnFrame(alone)) <= 1;
+    };
+    EXPECT_TRUE(shows(CursorVariant::arrow, 0.25));
+    EXPECT_FALSE(shows(CursorVariant::ibeam, 0.25));
+    EXPECT_TRUE(shows(CursorVariant::ibeam, 0.75));
+    EXPECT_TRUE(shows(CursorVariant::arrow, 0.9375));
 }
 
 TEST(Throbber, TheLeadTurnsOnceASecondInEightSteps)

@@ -129,6 +129,15 @@ TEST(GradientField, ATranslucentFieldKeepsAllOfTheLight)
     EXPECT_GT(light.r, 0.6);
 }
 
+TEST(GradientField, BlendsColoursOfDifferentAlphaChannelByChannel)
+{
+    // Half way between red and a clear blue there is purple at half, not red at half.
+    for (const double time : {0.0, 2.5}) {
+        expectField(fieldOf({0.9, 0.2, 0, 1}, {0, 0.3, 0.9, 0}, {97, 61}), time);
+        expectField(fieldOf({0.9, 0.9, 0.9, 0.2}, {0.1, 0.3, 0.4, 0.7}, {97, 61}), time);
+    }
+}
+
 TEST(GradientField, ANegativeSpeedIsNone)
 {
     const CGSize size{60, 40};
@@ -183,6 +192,39 @@ TEST(GradientField, IsCutToItsBox)
     }
     EXPECT_NE(pixelAt(picture, 10, 10), whitePixel);
     EXPECT_NE(pixelAt(picture, 29, 29), whitePixel);
+}
+
+TEST(GradientField, AGlowIsCutToItsBoxToo)
+{
+    Layer field = fieldOf(red, red, {40, 40});
+    field.transform = {.x = 30, .y = 30};
+    field.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+    Layer rectangle = field;
+    rectangle.kind = Kind::rectangle;
+    EXPECT_NE(pixelAt(drawnFrame(sceneWith({100, 100}, {rectangle}), 0.5), 25, 50), whitePixel);
+    for (const double rotation : {0.0, 45.0}) {
+        field.transform.rotation = rotation;
+        const PixelBuffer picture = drawnFrame(sceneWith({100, 100}, {field}), 0.5);
+        EXPECT_EQ(pixelAt(picture, 20, 20), whitePixel);
+        EXPECT_EQ(pixelAt(picture, 50, 18), whitePixel);
+        EXPECT_NE(pixelAt(picture, 50, 50), whitePixel);
+    }
+    // A shadow of its own is cast by what was cut.
+    field.transform.rotation = 0;
+    field.pulses = {};
+    field.shadow = ShadowPreset::medium;
+    EXPECT_NE(pixelAt(drawnFrame(sceneWith({100, 100}, {field})), 50, 75), whitePixel);
+}
+
+TEST(GradientField, AnEdgeThatRunsThroughAPixelShowsInItByHalf)
+{
+    Layer layer = fieldOf(ColorRGBA::black, ColorRGBA::black, {20, 20}); // Without any light.
+    layer.transform = {.x = 10.5, .y = 10};
+    const PixelBuffer picture = drawnFrame(sceneWith({40, 40}, {layer}));
+    EXPECT_NEAR(pixelAt(picture, 10, 20).g, 127, 2);
+    EXPECT_EQ(pixelAt(picture, 11, 20), blackPixel);
+    EXPECT_NEAR(pixelAt(picture, 30, 20).g, 127, 2);
+    EXPECT_EQ(pixelAt(picture, 31, 20), whitePixel);
 }
 
 TEST(GradientField, ASizeBelowOneIsOne)
@@ -295,6 +337,36 @@ TEST(Radiate, StandsInTheMiddleOfALayerAndAtTheTipOfACursor)
         EXPECT_NEAR(circles[0].midY(), c.center.y, 1e-9);
         EXPECT_NEAR(circles[0].size.width, 2 * 22, 1e-9);
     }
+}
+
+TEST(Radiate, HasTheLayersColourAndLiesBehindIt)
+{
+    Layer layer = pulsing(Kind::rectangle, {Pulse{.time = 1, .effects = {PulseEffect::radiate}}});
+    layer.fill.a = 0.5; // Plays no part.
+    const TweenScene scene = sceneWith({400, 400}, {layer});
+    RecordingRasterContext context;
+    Exporter::drawScene(scene, 1.1, context, scene.size());
+    const std::string drawn = context.text();
+    const std::size_t ring = drawn.find("setStrokeColor rgba(1 0 0 0.63)\n"
+                                        "    setLineWidth 2.82\n"
+                                        "    strokePath path(M 172 150 ");
+    ASSERT_NE(ring, drawn.npos) << drawn;
+    EXPECT_GT(drawn.find("fillPath box(0 0 100 100)"), ring);
+    EXPECT_NE(drawn.find("fillPath box(0 0 100 100)"), drawn.npos);
+}
+
+TEST(Radiate, StandsInTheSpaceOfTheParent)
+{
+    Layer child = pulsing(Kind::rectangle, {Pulse{.time = 1, .effects = {PulseEffect::radiate}}});
+    child.transform = {.x = 10, .y = 20, .rotation = 30}; // The layer's own turn plays no part.
+    const Layer group{.kind = Kind::group, .transform = {.x = 200, .y = 100}, .children = {child}};
+    const TweenScene scene = sceneWith({400, 400}, {group});
+    const std::vector<CGRect> circles = circlesOf(scene, 1.1);
+    ASSERT_EQ(circles.size(), 1u);
+    EXPECT_NEAR(circles[0].midX(), 60, 1e-9);
+    EXPECT_NEAR(circles[0].midY(), 70, 1e-9);
+    // Seen 22 above the child's middle at (260, 170), over the background that the turned child leaves open at half a second.
+    EXPECT_NE(pixelAt(drawnFrame(scene, 1.5), 260, 170 - 110), whitePixel);
 }
 
 TEST(Radiate, ALaterPulseCutsOffTheOneBefore)

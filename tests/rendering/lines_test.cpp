@@ -43,6 +43,35 @@ CGRect strokedArea(const Layer& layer)
     return CGRect::null();
 }
 
+std::string operationsOf(const Layer& layer)
+{
+    RecordingRasterContext context;
+    Exporter::drawLineBody(layer, context);
+    EXPECT_TRUE(context.isBalanced());
+    return context.text();
+}
+
+struct Head {
+    CGPoint tip;
+    CGPoint base; ///< Its middle.
+};
+
+/// The arrow heads of a line, the start's first.
+std::vector<Head> headsOf(const Layer& layer)
+{
+    RecordingRasterContext context;
+    Exporter::drawLineBody(layer, context);
+    std::vector<Head> heads;
+    for (const RasterOperation::Any& operation : context.operations()) {
+        const auto* fill = std::get_if<RasterOperation::FillPath>(&operation);
+        if (!fill) continue;
+        const std::vector<Path::Element>& corners = fill->path.elements();
+        const CGPoint a = corners[1].points[0], b = corners[2].points[0];
+        heads.push_back({corners[0].points[0], {(a.x + b.x) / 2, (a.y + b.y) / 2}});
+    }
+    return heads;
+}
+
 PixelBuffer drawn(Layer layer)
 {
     layer.transform.x = 10;
@@ -88,6 +117,57 @@ TEST(Arrows, ASegmentWithoutALengthKeepsItsPoint)
     const auto points = trimEndsForArrows({{5, 5}, {5, 5}}, true, true, 10, 2);
     expectPoint(points[0], {5, 5});
     EXPECT_EQ(trimEndsForArrows({{5, 5}}, true, true, 10, 2).size(), 1u);
+}
+
+TEST(LinePaths, RunThroughTheirPointsStraightOrCurved)
+{
+    using Kind = Path::Element::Kind;
+    EXPECT_TRUE(buildPath({}, true).empty());
+    for (const bool curved : {false, true}) {
+        const Path two = buildPath({{1, 2}, {3, 4}}, curved);
+        ASSERT_EQ(two.elements().size(), 2u);
+        EXPECT_EQ(two.elements()[0].kind, Kind::moveTo);
+        EXPECT_EQ(two.elements()[1].kind, Kind::lineTo);
+        expectPoint(two.elements()[1].points[0], {3, 4});
+    }
+    const Path straight = buildPath({{0, 0}, {60, 60}, {120, 0}}, false);
+    ASSERT_EQ(straight.elements().size(), 3u);
+    EXPECT_EQ(straight.elements()[2].kind, Kind::lineTo);
+    const Path curved = buildPath({{0, 0}, {60, 60}, {120, 0}}, true);
+    ASSERT_EQ(curved.elements().size(), 3u);
+    EXPECT_EQ(curved.elements()[2].kind, Kind::curveTo);
+    expectPoint(curved.elements()[2].points[0], {80, 60}); // A sixth of the way from the first point to the last.
+    expectPoint(curved.elements()[2].points[2], {120, 0});
+}
+
+TEST(LinePresets, HaveTheirOutlines)
+{
+    const CGRect at{{10, 20}, {100, 40}};
+    const auto outline = [&](LineShape shape) { return Exporter::exportLinePresetPath(shape, at, 0.5, false, 1.5, 1, true); };
+    EXPECT_TRUE(outline(LineShape::freeform).empty());
+    EXPECT_EQ(outline(LineShape::square), Path::rect(at));
+    EXPECT_EQ(outline(LineShape::circle), Path::ellipse(at));
+
+    Path triangle;
+    triangle.moveTo({60, 20});
+    triangle.lineTo({110, 60});
+    triangle.lineTo({10, 60});
+    triangle.close();
+    EXPECT_EQ(outline(LineShape::triangle), triangle);
+
+    // The control point is (60, 50): a cubic curve has its own two thirds of the way there.
+    const Path arc = outline(LineShape::arc);
+    ASSERT_EQ(arc.elements().size(), 2u);
+    expectPoint(arc.elements()[0].points[0], {10, 40});
+    expectPoint(arc.elements()[1].points[0], {10 + 100.0 / 3, 40 + 20.0 / 3});
+    expectPoint(arc.elements()[1].points[1], {110 - 100.0 / 3, 40 + 20.0 / 3});
+    expectPoint(arc.elements()[1].points[2], {110, 40});
+
+    const Path wave = outline(LineShape::wave);
+    ASSERT_EQ(wave.elements().size(), 49u);
+    expectPoint(wave.elements()[0].points[0], {110, 40}); // Reversed.
+    expectPoint(wave.elements()[8].points[0], {110 - 100.0 / 6, 20});
+    expectPoint(wave.elements()[48].points[0], {10, 40});
 }
 
 TEST(Arcs, BendGrowsWithTheWidth)
@@ -206,6 +286,189 @@ TEST(Lines, TheEndArrowComesAtTheFinish)
     Layer layer = line({{0, 20}, {100, 20}});
     layer.lineArrowEnd = true;
     EXPECT_EQ(pixelAt(drawn(layer), 98, 35), redPixel);
+}
+
+TEST(Lines, AreStrokedRoundAndTheirHeadsFilledAndStroked)
+{
+    // The width of 4 makes heads of 14 with a line of 2.4. They stand at the points themselves, 1.2 behind; the line ends 15.2
+    // behind.
+    Layer layer = line({{0, 0}, {100, 0}, {100, 60}});
+    layer.fill = blue; // Plays no part.
+    layer.lineArrowStart = layer.lineArrowEnd = true;
+    const std::string round = "  setLineCap round\n  setLineJoin round\n";
+    const auto head = [&](const std::string& path) {
+        return "  setFillColor rgba(1 0 0 1)\n  fillPath path(" + path +
+               ") winding\n  setStrokeColor rgba(1 0 0 1)\n  setLineWidth 2.4\n" + round + "  strokePath path(" + path + ")\n";
+    };
+    EXPECT_EQ(operationsOf(layer), "saveGState\n  setStrokeColor rgba(1 0 0 1)\n  setLineWidth 4\n" + round +
+                                       "  strokePath path(M 15.2 0 L 100 0 L 100 44.8)\n" +
+                                       head("M 1.2 0 L 15.2 -7.7 L 15.2 7.7 Z") + head("M 100 58.8 L 92.3 44.8 L 107.7 44.8 Z") +
+                                       "restoreGState\n");
+}
+
+TEST(Lines, AreAsWideAsToldButForThinPresets)
+{
+    const auto widthOf = [](Layer layer, double width) {
+        layer.strokeWidth = width;
+        RecordingRasterContext context;
+        Exporter::drawLineBody(layer, context);
+        for (const RasterOperation::Any& operation : context.operations())
+            if (const auto* set = std::get_if<RasterOperation::SetLineWidth>(&operation)) return set->width;
+        return -1.0;
+    };
+    struct Case { double width, freeform, preset; };
+    for (const Case& c : {Case{0.2, 0.2, 0.5}, Case{0.5, 0.5, 0.5}, Case{3, 3, 3}}) {
+        EXPECT_EQ(widthOf(line({{0, 0}, {50, 0}}), c.width), c.freeform);
+        EXPECT_EQ(widthOf(preset(LineShape::circle), c.width), c.preset);
+    }
+}
+
+TEST(Lines, AFreeformLinesHeadsWaitForTheirProgress)
+{
+    Layer layer = line({{0, 20}, {100, 20}});
+    layer.lineArrowStart = layer.lineArrowEnd = true;
+    struct Case { double progress; std::size_t heads; };
+    for (const Case& c : {Case{-1, 0}, Case{0.001, 0}, Case{0.0011, 1}, Case{0.999, 1}, Case{0.9991, 2}, Case{5, 2}})
+        for (const bool reversed : {false, true}) {
+            SCOPED_TRACE(c.progress);
+            layer.lineDrawProgress = c.progress;
+            layer.lineDrawReversed = reversed;
+            EXPECT_EQ(headsOf(layer).size(), c.heads);
+        }
+}
+
+TEST(Lines, AFreeformLineIsTrimmedBetweenItsHeads)
+{
+    // Of 80, from 5 to 85, half is drawn.
+    Layer layer = line({{0, 20}, {85 + 15.2, 20}});
+    layer.linePoints = {{5 - 15.2, 20}, {85 + 15.2, 20}};
+    layer.lineArrowStart = layer.lineArrowEnd = true;
+    struct Case { double progress; bool reversed; double from, to; };
+    for (const Case& c : {Case{0.5, false, 5, 45}, Case{0.25, true, 65, 85}, Case{1, true, 5, 85}, Case{-3, false, 5, 5.008},
+                          Case{-3, true, 84.992, 85}, Case{7, false, 5, 85}}) {
+        SCOPED_TRACE(c.progress);
+        layer.lineDrawProgress = c.progress;
+        layer.lineDrawReversed = c.reversed;
+        EXPECT_NEAR(strokedArea(layer).minX(), c.from, 1e-9);
+        EXPECT_NEAR(strokedArea(layer).maxX(), c.to, 1e-9);
+    }
+}
+
+TEST(Lines, ArcsAndWavesAreTrimmedBetweenTheirHeads)
+{
+    // Straight ones, 100 long: a head takes 14 at either end.
+    struct Case { const char* what; bool start, end, reversed; double progress, from, to; };
+    for (const Case& c :
+         {Case{"no head", false, false, false, 0.5, 0, 50}, Case{"no head, reversed", false, false, true, 0.5, 50, 100},
+          Case{"start", true, false, false, 0.5, 14, 57}, Case{"start, reversed", true, false, true, 0.5, 57, 100},
+          Case{"end", false, true, false, 0.5, 0, 43}, Case{"end, reversed", false, true, true, 0.5, 43, 86},
+          Case{"both", true, true, false, 0.5, 14, 50}, Case{"both, reversed", true, true, true, 0.5, 50, 86},
+          Case{"both, whole", true, true, false, 4, 14, 86}, Case{"both, nothing", true, true, false, -1, 14, 14.0072}}) {
+        SCOPED_TRACE(c.what);
+        for (const LineShape shape : {LineShape::arc, LineShape::wave}) {
+            Layer layer = preset(shape);
+            layer.lineArcBend = layer.lineWaveAmplitude = 0;
+            layer.lineArrowStart = c.start;
+            layer.lineArrowEnd = c.end;
+            layer.lineDrawReversed = c.reversed;
+            layer.lineDrawProgress = c.progress;
+            // A straight curve is measured along its chords.
+            EXPECT_NEAR(strokedArea(layer).minX(), c.from, shape == LineShape::arc ? 0.05 : 1e-6);
+            EXPECT_NEAR(strokedArea(layer).maxX(), c.to, shape == LineShape::arc ? 0.05 : 1e-6);
+        }
+    }
+}
+
+TEST(Lines, TheEndsHeadTravelsWithTheDrawnEndOfAnArcOrAWave)
+{
+    // The tip stands its own 14 ahead of what is drawn, and 1.2 behind for its line.
+    struct Case { const char* what; bool start, reversed; double progress, tip; };
+    for (const Case& c : {Case{"half", false, false, 0.5, 57 - 1.2}, Case{"half, with a start", true, false, 0.5, 64 - 1.2},
+                          Case{"whole", true, false, 1, 100 - 1.2}, Case{"reversed", false, true, 0.5, 100 - 1.2},
+                          Case{"hardly begun", false, false, 0.0011, 14 + 0.0946 - 1.2}}) {
+        SCOPED_TRACE(c.what);
+        for (const LineShape shape : {LineShape::arc, LineShape::wave}) {
+            Layer layer = preset(shape);
+            layer.lineArcBend = layer.lineWaveAmplitude = 0;
+            layer.lineArrowStart = c.start;
+            layer.lineArrowEnd = true;
+            layer.lineDrawReversed = c.reversed;
+            layer.lineDrawProgress = c.progress;
+            const std::vector<Head> heads = headsOf(layer);
+            ASSERT_EQ(heads.size(), c.start ? 2u : 1u);
+            expectPoint(heads.back().tip, {c.tip, 20}, 1e-6);
+            expectPoint(heads.back().base, {c.tip - 14, 20}, 1e-6);
+            if (c.start) expectPoint(heads[0].tip, {1.2, 20}, 1e-6);
+            layer.lineDrawProgress = 0.001;
+            EXPECT_TRUE(headsOf(layer).empty());
+        }
+    }
+}
+
+TEST(Lines, TheStartsHeadOfAnArcRunsAlongItsTangent)
+{
+    Layer arc = preset(LineShape::arc);
+    arc.lineArcBend = 1;
+    arc.lineArrowStart = true;
+    // From (0, 20) towards the control point (50, 40).
+    const double length = std::hypot(50, 20);
+    const CGPoint u{50 / length, 20 / length};
+    expectPoint(headsOf(arc)[0].tip, {1.2 * u.x, 20 + 1.2 * u.y}, 1e-6);
+    expectPoint(headsOf(arc)[0].base, {15.2 * u.x, 20 + 15.2 * u.y}, 1e-6);
+    arc.lineArcReversed = true;
+    expectPoint(headsOf(arc)[0].tip, {100 - 1.2 * u.x, 20 + 1.2 * u.y}, 1e-6);
+}
+
+TEST(Lines, TheEndsHeadOfAnArcPointsAlongItsFortyEightLines)
+{
+    Layer arc = preset(LineShape::arc);
+    arc.lineArcBend = 1;
+    arc.lineArrowEnd = true;
+    std::vector<CGPoint> samples; // From (0, 20) by the control point (50, 40) to (100, 20).
+    for (int i = 0; i <= 48; ++i) {
+        const double t = i / 48.0;
+        samples.push_back({2 * t * (1 - t) * 50 + t * t * 100, 20 + 2 * t * (1 - t) * 20});
+    }
+    const double part = 14 / approximateArcLength(box, 1);
+    for (const double progress : {0.3, 1.0}) {
+        arc.lineDrawProgress = progress;
+        const double drawn = progress * (1 - part);
+        const CGPoint tip = polylineSample(samples, drawn + part)->point, behind = polylineSample(samples, drawn)->point;
+        const double length = std::hypot(tip.x - behind.x, tip.y - behind.y);
+        const CGPoint u{(tip.x - behind.x) / length, (tip.y - behind.y) / length};
+        expectPoint(headsOf(arc)[0].tip, {tip.x - 1.2 * u.x, tip.y - 1.2 * u.y}, 1e-6);
+        expectPoint(headsOf(arc)[0].base, {tip.x - 15.2 * u.x, tip.y - 15.2 * u.y}, 1e-6);
+    }
+}
+
+TEST(Lines, TheHeadsOfAWavePointAlongTheStretchThatTheyTake)
+{
+    // A head of 14 takes more than three of the wave's lines, which turn on the way.
+    Layer wave = preset(LineShape::wave);
+    wave.lineWaveFrequency = 1.5;
+    wave.lineWaveAmplitude = 1;
+    wave.lineArrowStart = wave.lineArrowEnd = true;
+    const std::vector<CGPoint> samples = waveSamples(box, 1.5, 1, false);
+    const double part = 14 / polylineLength(samples);
+    const auto along = [](CGPoint tip, CGPoint from, double by) {
+        const double length = std::hypot(tip.x - from.x, tip.y - from.y);
+        return CGPoint{tip.x - (tip.x - from.x) / length * by, tip.y - (tip.y - from.y) / length * by};
+    };
+    const std::vector<Head> heads = headsOf(wave);
+    ASSERT_EQ(heads.size(), 2u);
+    const CGPoint inside = polylineSample(samples, part)->point, before = polylineSample(samples, 1 - part)->point;
+    EXPECT_GT(std::abs(inside.y - along(samples[0], samples[1], std::hypot(inside.x, inside.y - 20)).y), 0.1);
+    expectPoint(heads[0].tip, along(samples[0], inside, 1.2), 1e-6);
+    expectPoint(heads[0].base, along(samples[0], inside, 15.2), 1e-6);
+    expectPoint(heads[1].tip, along(samples[48], before, 1.2), 1e-6);
+    expectPoint(heads[1].base, along(samples[48], before, 15.2), 1e-6);
+
+    // So does that of an end that has hardly set out.
+    wave.lineArrowStart = false;
+    wave.lineDrawProgress = 0.0011;
+    const CGPoint tip = polylineSample(samples, part + 0.0011 * (1 - part))->point;
+    const CGPoint behind = polylineSample(samples, 0.0011 * (1 - part))->point;
+    expectPoint(headsOf(wave)[0].tip, along(tip, behind, 1.2), 1e-6);
 }
 
 TEST(Lines, APresetIsNeverThinnerThanHalfAPointAndAFreeformLineIs)

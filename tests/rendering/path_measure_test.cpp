@@ -43,6 +43,14 @@ TEST(PathMeasure, ATrimKeepsTheStretchBetweenTwoFractions)
         expectEnds(trimmedPath(corner(), c.from, c.to), c.start, c.end);
 }
 
+TEST(PathMeasure, ATrimDoesNotComeApart)
+{
+    const Path part = trimmedPath(corner(), 0.125, 0.625);
+    ASSERT_EQ(part.elements().size(), 3u);
+    EXPECT_EQ(part.elements()[1].kind, Path::Element::Kind::lineTo);
+    EXPECT_EQ(part.elements()[2].kind, Path::Element::Kind::lineTo);
+}
+
 TEST(PathMeasure, ATrimmedCircleRunsByItsAngle)
 {
     const Path circle = Path::ellipse({{-10, -10}, {20, 20}}); // From (10, 0) clockwise on a y-down canvas.

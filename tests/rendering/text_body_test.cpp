@@ -477,6 +477,40 @@ TEST(OpticalCentring, MovesASingleLineThatFits)
     }
 }
 
+TEST(OpticalCentring, FollowsTheFontAndTheScale)
+{
+    // The emoji font's capitals are far from centred.
+    const FontMetrics m = fontMetrics("Noto Color Emoji", 1);
+    const double moved = -(m.ascender - std::abs(m.descender) - m.capHeight) / 2;
+    ASSERT_GT(std::abs(moved), 0.1);
+    Layer layer = textLayer(thumb);
+    layer.fontName = "Noto Color Emoji";
+    layer.textVerticalAlignment = TextVerticalAlignment::center;
+    EXPECT_NEAR(opticalCentringOffset(layer, 1), 20 * moved, 1e-9);
+    EXPECT_NEAR(opticalCentringOffset(layer, 2), 40 * moved, 1e-9);
+    for (const char* text : {"\U0001F44D\n", "\U0001F44D\r"}) {
+        Layer broken = layer;
+        broken.text = text;
+        EXPECT_EQ(opticalCentringOffset(broken, 1), 0);
+    }
+    for (const TextVerticalAlignment other : {TextVerticalAlignment::top, TextVerticalAlignment::bottom}) {
+        Layer elsewhere = layer;
+        elsewhere.textVerticalAlignment = other;
+        EXPECT_EQ(opticalCentringOffset(elsewhere, 1), 0);
+    }
+    // As wide as its box it is moved, wider it is not, at every scale.
+    const double width = layOutText({.text = thumb, .fontName = "Noto Color Emoji", .fontSize = 20})->size.width;
+    for (const double scale : {0.5, 1.0, 3.0}) {
+        layer.size.width = width + 0.01;
+        EXPECT_NEAR(opticalCentringOffset(layer, scale), 20 * scale * moved, 1e-9);
+        layer.size.width = width - 0.01;
+        EXPECT_EQ(opticalCentringOffset(layer, scale), 0);
+    }
+    layer.size.width = 200;
+    layer.fontSize = 0; // At least a tenth.
+    EXPECT_NEAR(opticalCentringOffset(layer, 1), 0.1 * moved, 1e-9);
+}
+
 /// A document's text box, for pictures to look at.
 Layer sample(const char* text, CGPoint place)
 {

@@ -65,6 +65,7 @@ TEST(AutoGrowTextSize, IsAtLeastALineHighAndEightEachWay)
     SquareMeasurer measurer;
     EXPECT_EQ(LarkspoolAutoGrowTextSize(textLayer(""), measurer), (CGSize{8, 19}));
     EXPECT_EQ(LarkspoolAutoGrowTextSize(textLayer("", 1), measurer), (CGSize{8, 8})); // 4, and 2 + 4.
+    EXPECT_EQ(LarkspoolAutoGrowTextSize(textLayer("", 10.1), measurer), (CGSize{8, 20})); // 15.15, rounded up.
     measurer.lineHeight = 0.5;
     EXPECT_EQ(LarkspoolAutoGrowTextSize(textLayer("abc"), measurer), (CGSize{34, 19}));
 }

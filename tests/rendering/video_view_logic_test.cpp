@@ -1,5 +1,7 @@
 #include "rendering/video_view_logic.h"
 
+#include "platform/raster_context.h"
+#include "support/golden.h"
 #include "support/test_media.h"
 
 #include <gmock/gmock.h>
@@ -177,6 +179,40 @@ TEST(CanvasImages, AreCutToTheirWindowOrByHand)
         << "by hand before the window, a pixel at least";
     EXPECT_EQ(blackKeyedImage(image, {.manualCrop = CGRect{{3, 3}, {1, 1}}}), image) << "nothing left";
     EXPECT_EQ(blackKeyedImage(nullptr, {.blackKey = true}), nullptr);
+}
+
+/// A window of 96 x 60 on plain ground of 160 x 100.
+ImageRef windowOn(std::uint32_t ground)
+{
+    PixelBuffer pixels(160, 100);
+    for (int y = 0; y < 100; ++y)
+        for (int x = 0; x < 160; ++x) {
+            const bool isWindow = x >= 32 && x < 128 && y >= 20 && y < 80;
+            const auto colour = static_cast<std::uint32_t>(0xff7090e0 - (y < 32 ? 0x300000 : 0) - static_cast<unsigned>(x) / 16 % 2 * 0x2000);
+            reinterpret_cast<std::uint32_t*>(pixels.row(y))[x] = isWindow ? colour : ground;
+        }
+    return std::make_shared<const Image>(std::move(pixels), Image::Alpha::opaque);
+}
+
+TEST(CanvasImages, GoldenOfBlackKeysOnDarkAndLight)
+{
+    PixelBuffer picture(520, 220);
+    const std::unique_ptr<RasterContext> context = makeRasterContext(picture);
+    context->setFillColor({0.2, 0.45, 0.3, 1});
+    context->fillRect({{0, 0}, {520, 220}});
+    double y = 5;
+    for (const std::uint32_t ground : {0xff000000u, 0xffffffffu}) {
+        double x = 5;
+        for (const BlackKeySettings& settings :
+             {BlackKeySettings{}, BlackKeySettings{.blackKey = true}, BlackKeySettings{.blackKey = true, .insetX = 6, .insetY = 12, .cornerRadius = 16},
+              BlackKeySettings{.cornerRadius = 12, .manualCrop = CGRect{{0.1, 0.1}, {0.4, 0.5}}}}) {
+            const ImageRef image = blackKeyedImage(windowOn(ground), settings);
+            context->drawImage(image, {{0, 0}, image->size()}, {{x, y}, image->size()});
+            x += image->size().width + 10;
+        }
+        y += 110;
+    }
+    EXPECT_GOLDEN(picture, "black-keys");
 }
 
 TEST(CanvasVideos, AreCutToTheWindowAtHalfASecond)

@@ -248,6 +248,28 @@ TEST(Viewport, ThatGlowsCastsItsOwnShadowAsWell)
     EXPECT_EQ(shadowsIn(sceneWith({100, 100}, {zoomOn({{0, 0}, {20, 20}}, {child})})), 2);
 }
 
+TEST(Viewport, AllThatItsGlowSurroundsCastsIt)
+{
+    // A black square in the middle of a viewport on white ground: white lies under it, and the glow, red as the child's fill, comes
+    // from the square as well as from the viewport itself.
+    Layer child = viewport({{100, 100}, {100, 100}}, red);
+    const Layer square = solid(ColorRGBA::black, {{40, 40}, {20, 20}}), zoom = zoomOn({{0, 0}, {100, 100}}, {});
+    const auto frame = [&](Array<Pulse> pulses, std::vector<Layer> shown) {
+        child.pulses = std::move(pulses);
+        Layer camera = zoom;
+        camera.children = {child};
+        shown.push_back(camera);
+        return drawnFrame(sceneWith({300, 300}, std::move(shown)), 1.2);
+    };
+    const Array<Pulse> glows{Pulse{.time = 1, .effects = {PulseEffect::glow}}};
+    EXPECT_EQ(pixelAt(frame({}, {square}), 137, 150), whitePixel);
+    EXPECT_EQ(pixelAt(frame(glows, {}), 137, 150), whitePixel);
+    const Pixel beside = pixelAt(frame(glows, {square}), 137, 150);
+    EXPECT_EQ(beside.r, 255);
+    EXPECT_LT(beside.g, 240);
+    EXPECT_EQ(beside.g, beside.b);
+}
+
 TEST(Viewport, WithoutASizePaintsNothingAndHarmsNothing)
 {
     for (const CGSize size : {CGSize{0, 0}, CGSize{-5, 10}, CGSize{std::nan(""), 10}}) {
