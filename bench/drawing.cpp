@@ -1,13 +1,21 @@
 // Draws every frame of documents on one core and prints the mean time of evaluating and of drawing one, and how the drawing
-// compares with filling the frame once.
+// compares with filling the frame once. Times are of the processor, so that what else runs beside matters less.
 //
-//     bench_drawing [NAME ...]        all single-scene documents, where none is named
+//     bench_drawing [--exporter cpu|gpu] [--buffers N] [NAME ...]        all single-scene documents, where none is named
+//
+// The second exporter draws into N frames' memory by turns, 1 if not given, and passes over frames equal to the one before.
 #include "bench_scenes.h"
 #include "rendering/frame_composition.h"
+#include "rendering/retained/compositing_renderer.h"
+#include "rendering/retained/scene_layer.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <deque>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,11 +23,19 @@
 namespace {
 
 using namespace larkspool;
-using Clock = std::chrono::steady_clock;
 
-double milliseconds(Clock::duration time)
+struct Options {
+    bool composites = false;
+    int buffers = 1;
+    std::vector<std::string> names;
+};
+
+/// Milliseconds that this thread has worked.
+double worked()
 {
-    return std::chrono::duration<double, std::milli>(time).count();
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) * 1e-6;
 }
 
 double fillMilliseconds(PixelBuffer& picture)
@@ -27,41 +43,84 @@ double fillMilliseconds(PixelBuffer& picture)
     constexpr int runs = 50;
     const auto context = makeRasterContext(picture);
     context->setFillColor({0.9, 0.9, 0.9, 1});
-    const auto start = Clock::now();
+    const double start = worked();
     for (int i = 0; i < runs; ++i) context->fillRect({{0, 0}, {picture.width() * 1.0, picture.height() * 1.0}});
-    return milliseconds(Clock::now() - start) / runs;
+    return (worked() - start) / runs;
 }
 
-void printDrawing(const BenchDocument& bench)
+/// Draws frames one after the other.
+class FrameDrawing {
+public:
+    FrameDrawing(CGSize size, const Options& options) : composites_(options.composites)
+    {
+        for (int i = 0; i < (composites_ ? options.buffers : 1); ++i)
+            pictures_.emplace_back(static_cast<std::int64_t>(size.width), static_cast<std::int64_t>(size.height));
+    }
+
+    PixelBuffer& picture() { return pictures_.front(); }
+
+    void draw(const EvaluatedFrame& frame)
+    {
+        if (!composites_) return Exporter::drawFrame(frame, *makeRasterContext(picture()), Exporter::sizeOf(picture()));
+        if (last_ && !frame.movesByItself && *last_ == frame) return;
+        std::rotate(pictures_.begin(), pictures_.begin() + 1, pictures_.end());
+        renderer_->render(ExporterGPU::buildSceneLayer(frame, picture().width(), picture().height()), picture());
+        last_ = frame;
+    }
+
+private:
+    bool composites_;
+    std::deque<PixelBuffer> pictures_;
+    std::unique_ptr<CompositingRenderer> renderer_ = makeSoftwareRenderer();
+    std::optional<EvaluatedFrame> last_;
+};
+
+void printDrawing(const BenchDocument& bench, const Options& options)
 {
     const TweenScene scene = bench.make().scenes[0];
-    PixelBuffer picture(static_cast<std::int64_t>(scene.width), static_cast<std::int64_t>(scene.height));
+    FrameDrawing drawing(scene.size(), options);
     const auto frames = static_cast<int>(scene.duration * static_cast<double>(scene.fps));
-    Clock::duration evaluating{}, drawing{}, slowest{};
+    double evaluating = 0, painting = 0, slowest = 0;
     for (int i = 0; i < frames; ++i) {
-        const auto start = Clock::now();
+        const double start = worked();
         const EvaluatedFrame frame = evaluateFrame(scene, i / static_cast<double>(scene.fps));
-        const auto evaluated = Clock::now();
-        Exporter::drawFrame(frame, *makeRasterContext(picture), scene.size());
-        const auto drawn = Clock::now();
+        const double evaluated = worked();
+        drawing.draw(frame);
+        const double drawn = worked();
         evaluating += evaluated - start;
-        drawing += drawn - evaluated;
+        painting += drawn - evaluated;
         slowest = std::max(slowest, drawn - evaluated);
     }
-    const double mean = milliseconds(drawing) / frames;
+    const double mean = painting / frames;
     std::printf("%-8s evaluate %6.3f ms   draw %7.3f ms a frame, slowest %7.3f ms   %5.1f fills of the frame\n",
-                std::string(bench.name).c_str(), milliseconds(evaluating) / frames, mean, milliseconds(slowest), mean / fillMilliseconds(picture));
+                std::string(bench.name).c_str(), evaluating / frames, mean, slowest, mean / fillMilliseconds(drawing.picture()));
     std::fflush(stdout);
+}
+
+Options parsed(int count, char** arguments)
+{
+    Options options;
+    for (int i = 1; i < count; ++i) {
+        const std::string argument = arguments[i];
+        if (argument == "--exporter" && i + 1 < count)
+            options.composites = std::string(arguments[++i]) == "gpu";
+        else if (argument == "--buffers" && i + 1 < count)
+            options.buffers = std::max(std::atoi(arguments[++i]), 1);
+        else
+            options.names.push_back(argument);
+    }
+    return options;
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
-    const std::vector<std::string> names(arguments + 1, arguments + count);
+    const Options options = parsed(count, arguments);
     // Off the main thread, where no result of evaluation is kept, as in an export.
     std::thread([&] {
         for (const BenchDocument& bench : benchDocuments())
-            if (names.empty() ? bench.name != "multi" : std::ranges::find(names, bench.name) != names.end()) printDrawing(bench);
+            if (options.names.empty() ? bench.name != "multi" : std::ranges::find(options.names, bench.name) != options.names.end())
+                printDrawing(bench, options);
     }).join();
 }

@@ -223,6 +223,11 @@ void Exporter::drawLayer(const Layer& layer, RasterContext& context, double pare
     LayerPainter(context, time).paint(evaluated, parentOpacity, skipOwnShadow ? OwnShadow::skipped : OwnShadow::cast);
 }
 
+void Exporter::drawPIPChild(const EvaluatedViewport& viewport, const EvaluatedFrame& frame, RasterContext& context)
+{
+    LayerPainter(context, frame.time).paintWithRingsAndGlow(viewport, frame);
+}
+
 std::unique_ptr<PixelBuffer> Exporter::renderSceneToImage(const TweenScene& scene, double time, CGSize size)
 {
     const auto isSide = [](double side) { return side >= 1 && side <= static_cast<double>(PixelBuffer::maximumSide); };

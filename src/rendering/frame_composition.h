@@ -26,6 +26,9 @@ void drawFrame(const EvaluatedFrame& frame, RasterContext& context, CGSize viewS
 void drawLayer(const Layer& layer, RasterContext& context, double parentOpacity, CGPoint originOffset, const TweenScene* scene,
                bool skipOwnShadow, double time);
 
+/// Paints a viewport of the frame, its rings and its glow, in the space of the scene.
+void drawPIPChild(const EvaluatedViewport& viewport, const EvaluatedFrame& frame, RasterContext& context);
+
 /// The size of a raster in its pixels.
 inline CGSize sizeOf(const PixelBuffer& picture)
 {

@@ -145,25 +145,36 @@ std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes)
     return pictures.picture(bytes);
 }
 
-void Exporter::drawImageBody(const Layer& layer, RasterContext& context)
+PlacedPicture placedPicture(const Layer& layer, CGSize shown)
 {
     const std::shared_ptr<const Picture> picture = layer.imageData ? mediaPicture(*layer.imageData) : nullptr;
-    if (!picture) return;
+    if (!picture) return {};
 
     const CGSize own = picture->size();
     CGRect crop{{0, 0}, own};
     if (layer.cropMode == CropMode::manual) crop = croppedPixels(manualCropRect(layer.cropRect, own), own).value_or(crop);
     // Vector art is rendered as large as the whole of it would be.
-    const CGSize shown = sizeOnRaster(layer.size, context);
-    const ImageRef image = picture->imageFor({shown.width * own.width / crop.size.width, shown.height * own.height / crop.size.height});
-    if (!image) return;
+    ImageRef image = picture->imageFor({shown.width * own.width / crop.size.width, shown.height * own.height / crop.size.height});
+    if (!image) return {};
 
     const double across = image->width() / own.width, down = image->height() / own.height;
-    const CGRect source{{crop.origin.x * across, crop.origin.y * down}, {crop.size.width * across, crop.size.height * down}};
+    return {std::move(image),
+            {{crop.origin.x * across, crop.origin.y * down}, {crop.size.width * across, crop.size.height * down}}};
+}
+
+bool cutsCorners(double radius)
+{
+    return radius > leastClippedRadius;
+}
+
+void Exporter::drawImageBody(const Layer& layer, RasterContext& context)
+{
+    const auto [image, source] = placedPicture(layer, sizeOnRaster(layer.size, context));
+    if (!image) return;
     const RoundedRect box = boxOf(layer);
     {
         SavedState saved(context);
-        if (box.radius > leastClippedRadius) context.clipToPath(Path::roundedRect(box), FillRule::winding);
+        if (cutsCorners(box.radius)) context.clipToPath(Path::roundedRect(box), FillRule::winding);
         context.drawImage(image, source, box.rect);
     }
     strokeMedia(layer, context);

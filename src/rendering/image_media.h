@@ -35,6 +35,18 @@ private:
 /// gigabyte, least recently used dropped first. For any thread.
 std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes);
 
+/// A picture and the part of it that a layer shows, in its pixels. Without an image nothing is shown.
+struct PlacedPicture {
+    ImageRef image;
+    CGRect source;
+};
+
+/// What an image layer shows where it is `shown` large on the raster.
+PlacedPicture placedPicture(const Layer& layer, CGSize shown);
+
+/// Whether the corners of an image of that radius are cut.
+bool cutsCorners(double radius);
+
 namespace Exporter {
 
 /// Paints an image layer in its local space: the picture stretched to the layer's size, cut to its rounded corners. A black key

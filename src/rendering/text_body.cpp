@@ -187,6 +187,14 @@ TextString textString(const Layer& layer)
     return string;
 }
 
+PlacedText placedText(const Layer& layer)
+{
+    TextString string = textString(layer);
+    auto layout = laidOut(layer, std::move(string.text));
+    const CGPoint origin{0, stringTop(layer, layout->size.height)};
+    return {std::move(layout), origin, paintedColor(effectiveTextColor(layer)), std::move(string.clear)};
+}
+
 CGRect textInkBounds(const Layer& layer)
 {
     const auto layout = laidOut(layer, textString(layer).text);
@@ -199,10 +207,8 @@ CGRect textInkBounds(const Layer& layer)
 void Exporter::drawTextBody(const Layer& layer, RasterContext& context)
 {
     drawBox(layer, context);
-    TextString string = textString(layer);
-    const auto layout = laidOut(layer, std::move(string.text));
-    const CGPoint origin{0, stringTop(layer, layout->size.height)};
-    context.drawText(*layout, origin, paintedColor(effectiveTextColor(layer)), string.clear);
+    const PlacedText text = placedText(layer);
+    context.drawText(*text.layout, text.origin, text.color, text.clear);
 }
 
 std::vector<StyledText> caretAwareText(const Layer& layer)

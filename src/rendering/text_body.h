@@ -4,6 +4,7 @@
 #include "platform/raster_context.h"
 #include "platform/text_layout.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,18 @@ struct TextString {
 };
 
 TextString textString(const Layer& layer);
+
+/// A string laid out in its layer's box.
+struct PlacedText {
+    std::shared_ptr<const TextLayout> layout;
+    CGPoint origin; ///< In the layer's space.
+    RasterColor color;
+    std::vector<TextRange> clear; ///< Not to be seen.
+
+    bool operator==(const PlacedText&) const = default;
+};
+
+PlacedText placedText(const Layer& layer);
 
 /// All that drawTextBody paints of the layer's string, in the layer's space; null where it has none.
 CGRect textInkBounds(const Layer& layer);

@@ -3,80 +3,113 @@
 #include "platform/video_export_reader.h"
 #include "rendering/video_media.h"
 
-#include <map>
-#include <memory>
+#include <algorithm>
+#include <limits>
 #include <mutex>
-#include <set>
 #include <stdexcept>
+#include <utility>
 
 namespace larkspool {
 
 namespace {
 
-/// A reader and the lock of whoever reads.
-struct ActiveReader {
-    explicit ActiveReader(const std::string& path) : reader(path) {}
+/// What a sum of times in seconds is off by at most.
+constexpr double rounding = 1e-6;
 
+struct SharedReaders {
     std::mutex lock;
-    VideoExportReader reader;
+    VideoExportReaders readers;
 };
 
-struct ActiveReaders {
-    std::mutex lock;
-    std::map<std::string, std::shared_ptr<ActiveReader>> activeVideoExportReaders;
-    std::set<std::string> fastReaderFallbackPaths;
-};
-
-ActiveReaders& readers()
+SharedReaders& sharedReaders()
 {
-    static ActiveReaders all;
-    return all;
+    static SharedReaders shared;
+    return shared;
 }
 
-/// The open reader of a file, or null if it is read the other way.
-std::shared_ptr<ActiveReader> activeReader(const std::string& path)
-{
-    ActiveReaders& all = readers();
-    const std::lock_guard guard(all.lock);
-    if (all.fastReaderFallbackPaths.contains(path)) return nullptr;
-    std::shared_ptr<ActiveReader>& active = all.activeVideoExportReaders[path];
-    try {
-        if (!active) active = std::make_shared<ActiveReader>(path);
-    } catch (const std::runtime_error&) {
-        active = nullptr; // No file: the other way says what comes of it.
-    }
-    if (active && active->reader.preferredTransformIsIdentity()) return active;
-    all.activeVideoExportReaders.erase(path);
-    all.fastReaderFallbackPaths.insert(path);
-    return nullptr;
-}
-
-void fallBack(const std::string& path)
-{
-    ActiveReaders& all = readers();
-    const std::lock_guard guard(all.lock);
-    all.activeVideoExportReaders.erase(path);
-    all.fastReaderFallbackPaths.insert(path);
-}
+thread_local VideoExportReaders* readersOfThisThread = nullptr;
 
 } // namespace
 
-ImageRef videoFrameForGPU(const std::string& path, double time)
+/// A reader, and how long its last picture is on show. Within that time it is not asked again: it would look one picture ahead, and
+/// begin anew for the next time before that.
+struct VideoExportReaders::ActiveReader {
+    explicit ActiveReader(const std::string& path) : reader(path) {}
+
+    ImageRef frame(double time)
+    {
+        if (from <= time && time < until) return image;
+        image = reader.frame(time);
+        from = std::min(time, reader.lastReadPTS());
+        until = reader.lastReadPTS() + reader.cachedFrameInterval() - rounding;
+        return image;
+    }
+
+    VideoExportReader reader;
+    ImageRef image;
+    double from = std::numeric_limits<double>::infinity();
+    double until = -std::numeric_limits<double>::infinity();
+};
+
+VideoExportReaders::VideoExportReaders() = default;
+VideoExportReaders::~VideoExportReaders() = default;
+
+ImageRef VideoExportReaders::frame(const std::string& path, double time)
 {
-    if (const std::shared_ptr<ActiveReader> active = activeReader(path)) {
-        const std::lock_guard guard(active->lock);
-        if (ImageRef image = active->reader.frame(time)) return image;
+    if (ActiveReader* active = activeReader(path)) {
+        if (ImageRef image = active->frame(std::max(time, 0.0))) return image;
         fallBack(path);
     }
     return Exporter::exportFrame(path, time);
 }
 
+/// The open reader of a file, or null if it is read the other way.
+VideoExportReaders::ActiveReader* VideoExportReaders::activeReader(const std::string& path)
+{
+    if (fastReaderFallbackPaths_.contains(path)) return nullptr;
+    std::unique_ptr<ActiveReader>& active = activeVideoExportReaders_[path];
+    try {
+        if (!active) active = std::make_unique<ActiveReader>(path);
+    } catch (const std::runtime_error&) {
+        active = nullptr; // No file: the other way says what comes of it.
+    }
+    if (active && active->reader.preferredTransformIsIdentity()) return active.get();
+    fallBack(path);
+    return nullptr;
+}
+
+void VideoExportReaders::fallBack(const std::string& path)
+{
+    activeVideoExportReaders_.erase(path);
+    fastReaderFallbackPaths_.insert(path);
+}
+
+void VideoExportReaders::reset()
+{
+    activeVideoExportReaders_.clear();
+    fastReaderFallbackPaths_.clear();
+}
+
+ReadingVideosWith::ReadingVideosWith(VideoExportReaders& readers) : before_(std::exchange(readersOfThisThread, &readers)) {}
+
+ReadingVideosWith::~ReadingVideosWith()
+{
+    readersOfThisThread = before_;
+}
+
+ImageRef videoFrameForGPU(const std::string& path, double time)
+{
+    if (readersOfThisThread) return readersOfThisThread->frame(path, time);
+    SharedReaders& shared = sharedReaders();
+    const std::scoped_lock guard(shared.lock);
+    return shared.readers.frame(path, time);
+}
+
 void resetActiveVideoExportReaders()
 {
-    ActiveReaders& all = readers();
-    const std::lock_guard guard(all.lock);
-    all.activeVideoExportReaders.clear();
-    all.fastReaderFallbackPaths.clear();
+    SharedReaders& shared = sharedReaders();
+    const std::scoped_lock guard(shared.lock);
+    shared.readers.reset();
 }
 
 } // namespace larkspool

@@ -114,13 +114,18 @@ std::optional<CGRect> crop(const Layer& layer, const std::string& path, const Im
 
 CroppedPicture videoPicture(const Layer& layer, double sceneTime)
 {
+    return videoPicture(layer, sceneTime, Exporter::exportFrame);
+}
+
+CroppedPicture videoPicture(const Layer& layer, double sceneTime, VideoFrameReader readFrame)
+{
     const std::optional<double> time = sourceTime(layer, sceneTime);
     if (!time || layer.videoURL.empty()) return {};
     const std::string path = pathFromURLOrPath(layer.videoURL);
     std::error_code ignored;
     if (!std::filesystem::exists(path, ignored)) return {};
 
-    const ImageRef frame = Exporter::exportFrame(path, *time);
+    const ImageRef frame = readFrame(path, *time);
     if (!frame) return {};
     const CGRect whole{{0, 0}, frame->size()};
     return {frame, crop(layer, path, frame).value_or(whole)};

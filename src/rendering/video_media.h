@@ -21,6 +21,12 @@ struct CroppedPicture {
 /// The window is found on the first picture asked for and holds for the file from then on.
 CroppedPicture videoPicture(const Layer& layer, double sceneTime);
 
+/// Gives the picture of a file at a time of it.
+using VideoFrameReader = ImageRef (*)(const std::string& path, double time);
+
+/// The same with pictures from elsewhere.
+CroppedPicture videoPicture(const Layer& layer, double sceneTime, VideoFrameReader readFrame);
+
 namespace Exporter {
 
 /// The picture of the video file at `path` that is on show at `time`, in seconds of the file, upright as the file says; null if
