@@ -8,6 +8,7 @@ Python 3, standard library only. Identifiers come from the name of the document 
 write the same bytes.
 
     welcome              a project board: cards rise, a button is pressed, a panel opens, a switch brings it to life
+    tour                 six scenes with music, joined by every kind of transition, with moves that want motion blur
     gallery              all kinds of layers but video, which needs a film beside the document
     shapes-and-strokes   rectangles, ellipses and free paths with every kind of stroke
     shadows-and-glow     the shadow presets, and pulses that glow and bounce
@@ -168,13 +169,21 @@ class Maker:
     def pulse(self, time, *effects):
         return {'id': self.id(), 'time': round(time, 6), 'effects': sorted(effects)}
 
-    def scene(self, name, width, height, duration, background, layers):
-        return {'id': self.id(), 'name': name, 'width': width, 'height': height, 'fps': 60, 'duration': duration,
-                'endPause': 0, 'background': background, 'layers': layers}
+    def scene(self, name, width, height, duration, background, layers, pause=0, then=None):
+        """`then` is the transition into the next scene: its kind and its seconds."""
+        scene = {'id': self.id(), 'name': name, 'width': width, 'height': height, 'fps': 60, 'duration': duration,
+                 'endPause': pause, 'background': background, 'layers': layers}
+        if then is not None:
+            scene['transition'] = {'kind': then[0], 'duration': then[1]}
+        return scene
 
 
-def document(*scenes):
-    return {'version': 2, 'scenes': list(scenes), 'activeSceneIndex': 0}
+def document(*scenes, music=None):
+    """`music` is a file beside the document, and what it is called."""
+    made = {'version': 2, 'scenes': list(scenes), 'activeSceneIndex': 0}
+    if music is not None:
+        made['audio'] = {'urlString': music[0], 'volume': 0.8, 'displayName': music[1]}
+    return made
 
 
 def plain(value):
@@ -465,6 +474,218 @@ def make_welcome():
         welcome_backdrop(m), window, frame, *welcome_note(m), *welcome_pointer(m), welcome_camera(m), lens]))
 
 
+# ---------------------------------------------------------------- tour
+
+NIGHT, HAZE = color('#17193A'), color('#B9B8F2')
+BEAT = 0.5   # of the music: every scene but the last has four beats, and every transition one
+
+
+def scaled(commands, factor):
+    """A path drawn larger."""
+    def larger(value):
+        return [round(factor * v, 3) for v in value]
+    return [{kind: {key: larger(value) for key, value in points.items()} for kind, points in command.items()} for command in commands]
+
+
+def tour_mark(m, x, y, side, back, bird, moves=(), **fields):
+    wide = 0.6 * side
+    return m.group('Mark', x, y, side, side, [
+        m.rectangle('Tile', 0, 0, side, side, back, 0.29 * side),
+        m.path('Bird', 0.2 * side, 0.25 * side, wide, wide * 20 / 24, scaled(wing_path(), wide / 24), bird)], moves, **fields)
+
+
+def tour_streaks(m, tones, begin, leftward=False):
+    """Bars that shoot across the picture."""
+    bars = []
+    for n, (y, tall, wide) in enumerate(((212, 10, 520), (330, 22, 760), (468, 8, 420), (604, 14, 640), (742, 26, 820), (880, 10, 460))):
+        at, there = begin + 0.05 * (n * 5 % 6), 0.55 + 0.04 * (n % 3)
+        ends = (1980, -wide - 60) if leftward else (-wide - 60, 1980)
+        bars.append(m.bar(f'Streak {n + 1}', ends[0], y, wide, tall, tones[n % len(tones)], [
+            m.move('x', ends[0], (at, at + there, ends[1], EASE_IN_OUT))], opacity=0.85))
+    return bars
+
+
+def tour_name(m):
+    """The mark drops and turns, and the name shoots out from behind it."""
+    mark = tour_mark(m, 648, 402, 176, ACCENT, WHITE, [
+        m.move('y', -240, (0.3, 0.85, 402, ARRIVE)), m.move('rotation', -200, (0.3, 1.15, 0, ARRIVE))])
+    name = m.text('Perch', 872, 388, 480, 200, 160, WHITE, BOLD, moves=[
+        m.move('x', 560, (0.72, 1.3, 872, ARRIVE)), m.move('opacity', 0, (0.72, 0.9, 1, EASE_OUT))])
+    line = m.text("Your team's day, in one place", 560, 632, 800, 64, 40, HAZE, MEDIUM, 'center', [
+        m.move('y', 664, (1.05, 1.6, 632, ARRIVE)), m.move('opacity', 0, (1.05, 1.35, 1, EASE_OUT))])
+    field = m.layer('gradientField', 'Backdrop', 0, 0, 1920, 1080, fill=color('#2C2A86'), stroke=color('#6B2F7E'), opacity=0.55,
+                    gradientWarpSpeed=1, gradientPulseAmount=0.3)
+    return m.scene('Name', 1920, 1080, 4 * BEAT, NIGHT,
+                   [field, *tour_streaks(m, (ACCENT, CORAL, VIOLET, SKY), 0), name, mark, line], then=('zoom', BEAT))
+
+
+INBOX = (('Mara Lind', 'Can we move the review to four?'), ('Build 214', 'All checks passed'), ('Ivo Tan', 'Sent you the new icons'),
+         ('Calendar', 'Stand-up in ten minutes'), ('Spring launch', 'Two tasks are waiting for you'), ('Noor Aziz', 'Looks great to me!'),
+         ('Invoices', 'March is ready to send'), ('Jun Park', 'Shall I book the room?'))
+TONES = ((CORAL, CORAL_TINT), (MINT, MINT_TINT), (VIOLET, VIOLET_TINT), (SKY, SKY_TINT), (AMBER, AMBER_TINT), (ACCENT, TINT))
+
+
+def tour_note(m, n, x, y, moves=(), lit=False, name='Note'):
+    tone, tint = TONES[n % len(TONES)]
+    who, what = INBOX[n % len(INBOX)]
+    back = [m.move('stroke', EDGE, (1.3, 1.5, ACCENT, EASE_OUT)), m.move('strokeWidth', 1.5, (1.3, 1.5, 4, EASE_OUT))] if lit else ()
+    shadow = [m.soft_shadow(520, 160, 28, 'high', 0.5, after=1.25)] if lit else []
+    return m.group(f'{name} {n + 1}', x, y, 520, 160, shadow + [
+        m.rectangle('Back', 0, 0, 520, 160, WHITE, 28, back, stroke=EDGE, strokeWidth=1.5),
+        m.rectangle('Tile', 32, 40, 80, 80, tint, 24), (m.ellipse if n % 3 else m.rectangle)(
+            'Sign', 58, 66, 28, 28, tone, **({} if n % 3 else {'radius': 8})),
+        m.text(who, 140, 36, 352, 40, 28, INK, SEMI), m.text(what, 140, 80, 352, 40, 22, GREY)], moves)
+
+
+def tour_inbox(m):
+    """Three tilted columns of notes rush past, two one way and one the other, and come to rest on one note."""
+    columns = []
+    for k in range(3):
+        way = 1728 if k == 1 else -1728   # nine notes with their gaps
+        top = -480 + 96 * (k - 1) - (way if k == 1 else 0)
+        rush = [m.move('y', top, (0.05, 1.2, top + way, cubic(0.5, 0, 0.15, 1)))]
+        dim = [] if k == 1 else [m.move('opacity', 1, (1.2, 1.5, 0.5, EASE_IN_OUT))]
+        notes = []
+        for n in range(17):
+            lit = k == 1 and n == 5
+            grow = [m.move(p, 1, (1.25, 1.7, 1.12, LIVELY)) for p in ('scaleX', 'scaleY')] if lit else []
+            notes.append(tour_note(m, n + 3 * k, 0, 192 * n, grow, lit))
+        if k == 1:   # the lit one lies above its neighbours
+            notes.append(notes.pop(5))
+        columns.append(m.group(f'Column {k + 1}', 140 + 560 * k, top, 520, 3232, notes, rush + dim))
+    wall = m.group('Wall', 0, 0, 1920, 1080, columns, rotation=-9, scale=1.06)
+    return m.scene('Inbox', 1920, 1080, 4 * BEAT, color('#20234F'), [wall], then=('slideL', BEAT))
+
+
+BOARD = (('To do', AMBER), ('Doing', ACCENT), ('Done', MINT))
+TASKS = ('Write the brief', 'Pick a date', 'Call the printer', 'Draw the icons', 'Review copy', 'Test the flow', 'Book the room',
+         'Send invoices', 'Thank Mara')
+
+
+def tour_board(m):
+    """A pile of tasks flies apart into columns, and one goes on to where it is done."""
+    heads = []
+    for k, (name, tone) in enumerate(BOARD):
+        x = 192 + 528 * k
+        heads.append(m.group(name, x, 168, 480, 776, [
+            m.rectangle('Back', 0, 0, 480, 776, color('#F3F4FB'), 32),
+            m.ellipse('Sign', 36, 42, 20, 20, tone), m.text(name, 72, 28, 320, 48, 30, INK, SEMI)]))
+    cards, go = [], 3 * BEAT - 0.15
+    for n, name in enumerate(TASKS):
+        k, row = n % 3, n // 3
+        x, y = 216 + 528 * k, 272 + 168 * row
+        px, py, turn = 744 + 14 * (n * 5 % 7 - 3), 432 + 10 * (n * 4 % 9 - 4), (n * 7 % 11 - 5) * 3.2
+        at = 0.25 + 0.05 * (8 - n)
+        tone = TONES[n % len(TONES)][0]
+        closes_up = [(go + 0.12, go + 0.5, y - 168, TRAVEL)] if n == 7 else []
+        flight = [m.move('x', px, (at, at + 0.5, x, ARRIVE)), m.move('y', py, (at, at + 0.5, y, CAMERA), *closes_up),
+                  m.move('rotation', turn, (at, at + 0.6, 0, LIVELY))]
+        extra = []
+        if n == 4:   # crosses over
+            flight = [m.move('x', px, (at, at + 0.5, x, ARRIVE), (go, go + 0.42, x + 528, TRAVEL)),
+                      m.move('y', py, (at, at + 0.5, y, CAMERA), (go, go + 0.42, 272 + 168 * 3, CAMERA)),
+                      m.move('rotation', turn, (at, at + 0.6, 0, LIVELY), (go, go + 0.12, 5, EASE_OUT), (go + 0.2, go + 0.5, 0, LIVELY))]
+            corners = ((0, 9), (3, 6), (8, 11), (17, 2), (20, 5), (8, 17))
+            extra = [m.group('Tick', 360, 44, 48, 48, [
+                m.ellipse('Disc', 0, 0, 48, 48, MINT),
+                m.path('Check', 14, 15, 20, 17, [move_to(*corners[0]), *(line_to(*c) for c in corners[1:]), CLOSE], WHITE)],
+                spans=[m.span(go + 0.32, 4 * BEAT, ('popIn', 0.3))])]
+        cards.append(m.group(f'Task {n + 1}', px, py, 432, 136, [
+            m.soft_shadow(432, 136, 24, 'low', 0.35), m.rectangle('Back', 0, 0, 432, 136, WHITE, 24, stroke=EDGE, strokeWidth=1.5),
+            m.bar('Label', 28, 30, 72, 12, tone), m.text(name, 28, 54, 336, 44, 28, INK, SEMI), *extra],
+            flight))
+    cards.append(cards.pop(4))
+    cards.reverse()   # the first to leave lies on top
+    cards.append(cards.pop(0))
+    return m.scene('Board', 1920, 1080, 4 * BEAT, color('#E3E3FC'), [*heads, *cards], then=('fade', BEAT))
+
+
+def tour_figures(m):
+    """A figure on the left; on the right bars that shoot up, a line through them, and the pointer that asks for the last."""
+    talls = (150, 236, 190, 310, 268, 384, 470)
+    ground, left = 640, 96
+    bars, points = [], []
+    for n, tall in enumerate(talls):
+        at, x, last = 0.1 + 0.07 * n, left + 112 * n, n == len(talls) - 1
+        bars.append(m.rectangle(f'Bar {n + 1}', x, ground - tall, 72, tall, color('#BFEBDB'), 20, [
+            m.move('height', 16, (at, at + 0.75, tall, LIVELY)), m.move('y', ground - 16, (at, at + 0.75, ground - tall, LIVELY)),
+            *([m.move('fill', color('#BFEBDB'), (1.25, 1.45, MINT, EASE_OUT))] if last else [])]))
+        bars.append(m.text('MTWTFSS'[n], x, ground + 16, 72, 36, 22, GREY, MEDIUM, 'center'))
+        points.append([112 * n + 36, 510 - tall])
+    trend = m.layer('line', 'Trend', left, ground - 544, 784, 544, linePoints=points, lineCurved=True, stroke=MINT_INK, strokeWidth=6,
+                    lineArrowEnd=True, spans=[m.span(0.75, 4 * BEAT, ('drawOn', 0.6))])
+    tip = m.group('Tip', left + 112 * 6 - 64, ground - 470 - 136, 200, 72, [
+        m.rectangle('Back', 0, 0, 200, 72, INK, 20), m.text('41 tasks', 0, 12, 200, 48, 26, WHITE, SEMI, 'center')],
+        spans=[m.span(1.4, 4 * BEAT, ('popIn', 0.3))])
+    panel = m.group('Panel', 848, 176, 976, 728, [
+        m.soft_shadow(976, 728, 40, 'high', 0.3), m.rectangle('Back', 0, 0, 976, 728, WHITE, 40, stroke=EDGE, strokeWidth=1.5),
+        *bars, trend, tip], [m.move('x', 1960, (0, 0.6, 848, ARRIVE))])
+    words = [m.text('On time this week', 128, 352, 640, 56, 40, MINT_INK, SEMI),
+             m.text('86%', 120, 400, 640, 240, 220, INK, BOLD, moves=[
+                 m.move('x', 0, (0.25, 0.95, 120, ARRIVE)), m.move('opacity', 0, (0.25, 0.55, 1, EASE_OUT))]),
+             m.group('Change', 128, 664, 200, 64, [
+                 m.bar('Back', 0, 0, 200, 64, MINT), m.text('+12 points', 0, 8, 200, 48, 26, WHITE, SEMI, 'center')],
+                 spans=[m.span(0.9, 4 * BEAT, ('popIn', 0.4))])]
+    pointer = m.layer('cursor', 'Pointer', 1980, 1100, 72, 72, [
+        m.move('x', 1980, (0.75, 1.3, 1628, TRAVEL)), m.move('y', 1100, (0.75, 1.3, 520, cubic(0.4, 0, 0.1, 1)))], anchor=(0.39, 0.11))
+    return m.scene('Figures', 1920, 1080, 4 * BEAT, color('#DDF5EC'), [*words, panel, pointer], then=('push', BEAT))
+
+
+def tour_clock(m):
+    """A day rushes by: the long hand goes round three times, and the short one comes to five."""
+    cx, cy, r = 640, 540, 312
+    ticks = []
+    for n in range(12):
+        wide, tall = (14, 44) if n % 3 == 0 else (8, 26)
+        angle = math.radians(30 * n)
+        x, y = cx + (r - 44) * math.sin(angle), cy - (r - 44) * math.cos(angle)
+        ticks.append(m.bar(f'Hour {n}', x - wide / 2, y - tall / 2, wide, tall, HAZE, rotation=30 * n, opacity=0.9 if n % 3 == 0 else 0.5))
+    turn = cubic(0.45, 0, 0.12, 1)
+    hands = [m.rectangle('Short hand', cx - 13, cy - 170, 26, 170, WHITE, 13, [
+                 m.move('rotation', -90, (0.15, 1.55, 150, turn))], anchor=(0.5, 1)),
+             m.rectangle('Long hand', cx - 8, cy - 252, 16, 252, CORAL, 8, [
+                 m.move('rotation', 0, (0.15, 1.55, 1080, turn))], anchor=(0.5, 1)),
+             m.ellipse('Pin', cx - 24, cy - 24, 48, 48, CORAL, stroke=NIGHT, strokeWidth=8)]
+    ring = m.layer('line', 'Day', cx - r - 44, cy - r - 44, 2 * r + 88, 2 * r + 88, lineShape='circle', stroke=ACCENT, strokeWidth=20,
+                   spans=[m.span(0.15, 4 * BEAT, ('drawOn', 1.35))])
+    words = []
+    for n, (word, tone, at) in enumerate((('Done', WHITE, 0.5), ('by five.', CORAL, 0.68))):
+        words.append(m.text(word, 1136, 396 + 148 * n, 720, 160, 128, tone, BOLD, moves=[
+            m.move('x', 1500, (at, at + 0.7, 1136, ARRIVE)), m.move('opacity', 0, (at, at + 0.25, 1, EASE_OUT))]))
+    back = m.ellipse('Track', cx - r - 54, cy - r - 54, 2 * r + 108, 2 * r + 108, CLEAR, stroke=color('#2B2D5E'), strokeWidth=20)
+    return m.scene('Clock', 1920, 1080, 4 * BEAT, NIGHT, [back, ring, *ticks, *hands, *words], then=('slideR', BEAT))
+
+
+def tour_end(m):
+    """Mark and name once more; the pointer takes the button. It holds for a second."""
+    tap = 2.2
+    mark = tour_mark(m, 648, 278, 176, WHITE, ACCENT, [
+        m.move('x', 872, (0.35, 0.95, 648, ARRIVE)), m.move('rotation', 220, (0.05, 0.95, 0, ARRIVE)),
+        m.move('opacity', 0, (0.05, 0.15, 1, EASE_OUT)), *[m.move(p, 0.2, (0.05, 0.7, 1, LIVELY)) for p in ('scaleX', 'scaleY')]])
+    name = m.text('Perch', 872, 264, 480, 200, 160, WHITE, BOLD, moves=[
+        m.move('x', 700, (0.4, 1.0, 872, ARRIVE)), m.move('opacity', 0, (0.4, 0.62, 1, EASE_OUT))])
+    line = m.text('A calmer day starts here', 460, 508, 1000, 72, 48, color('#E4E3FF'), MEDIUM, 'center', [
+        m.move('y', 548, (0.8, 1.4, 508, ARRIVE)), m.move('opacity', 0, (0.8, 1.1, 1, EASE_OUT))])
+    dip = [m.move(p, 1, (tap - 0.1, tap + 0.03, 0.93, EASE_OUT), (tap + 0.1, tap + 0.7, 1, LIVELY)) for p in ('scaleX', 'scaleY')]
+    button = m.group('Button', 760, 664, 400, 112, [
+        m.bar('Light', 0, 0, 400, 112, WHITE, opacity=0.6, pulses=[m.pulse(tap, 'radiate', 'glow')]),
+        m.bar('Back', 0, 0, 400, 112, WHITE), m.text('Try it free', 0, 26, 400, 60, 38, ACCENT, SEMI, 'center')],
+        dip, spans=[m.span(1.1, 8 * BEAT, ('popIn', 0.45))])
+    pointer = m.layer('cursor', 'Pointer', 1960, 1120, 80, 80, [
+        m.move('x', 1960, (1.45, 2.05, 1040, TRAVEL), (2.7, 3.3, 1260, TRAVEL)),
+        m.move('y', 1120, (1.45, 2.05, 716, cubic(0.4, 0, 0.1, 1)), (2.7, 3.3, 840, CAMERA))], anchor=(0.39, 0.11))
+    return m.scene('End', 1920, 1080, 8 * BEAT, ACCENT,
+                   [*tour_streaks(m, (color('#7C7BFA'), VIOLET, color('#8E6BF0')), 0.05, leftward=True), name, mark, line, button, pointer],
+                   pause=1)
+
+
+def make_tour():
+    """Six scenes to music, joined by each kind of transition. Bars and hands that rush are there for motion blur."""
+    m = Maker('tour')
+    return document(tour_name(m), tour_inbox(m), tour_board(m), tour_figures(m), tour_clock(m), tour_end(m),
+                    music=('tour-music.m4a', 'Four beats to a scene'))
+
+
 # ---------------------------------------------------------------- gallery
 
 def picture_png():
@@ -730,8 +951,8 @@ def make_effects():
     return document(m.scene('Effects and easing', 1280, 720, 4, WASH, comers + runners))
 
 
-EXAMPLES = {'welcome': make_welcome, 'gallery': make_gallery, 'shapes-and-strokes': make_shapes, 'shadows-and-glow': make_shadows,
-            'groups-and-stacks': make_groups, 'zoom': make_zoom, 'effects-and-easing': make_effects}
+EXAMPLES = {'welcome': make_welcome, 'tour': make_tour, 'gallery': make_gallery, 'shapes-and-strokes': make_shapes,
+            'shadows-and-glow': make_shadows, 'groups-and-stacks': make_groups, 'zoom': make_zoom, 'effects-and-easing': make_effects}
 
 
 def main(arguments):
