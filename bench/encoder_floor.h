@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/ffmpeg_support.h"
 #include "platform/pixel_buffer.h"
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace larkspool {
@@ -35,15 +37,30 @@ private:
     std::vector<std::shared_ptr<const std::vector<std::uint8_t>>> frames_;
 };
 
+/// A film in coded form: what a decoder must know beforehand, and the packets.
+struct CodedFilm {
+    FFmpegPointer<AVCodecContext> codec;
+    std::vector<FFmpegPointer<AVPacket>> packets;
+};
+
 /// What the encoder alone makes of a film.
 struct EncoderFloor {
     double wallSeconds = 0; ///< From opening the encoder to its last packet.
     double cpuSeconds = 0;  ///< Of the whole process meanwhile, all threads.
-    std::int64_t packets = 0;
-    std::int64_t bytes = 0;
+    CodedFilm film;
 };
 
-/// Encodes the film with libx264's own defaults and all its threads, and drops the packets. Throws std::runtime_error.
+/// Encodes the film with libx264's own defaults and all its threads. Throws std::runtime_error.
 EncoderFloor encodeAlone(const PlanarFilm& film);
+
+/// How a coded film compares with its pictures.
+struct FilmQuality {
+    std::int64_t bytes = 0; ///< Of its pictures.
+    double psnr = 0;        ///< Over all samples of all frames, in dB.
+};
+
+/// Decodes a coded film, or the pictures in a file. Throws std::runtime_error, also where it has not as many frames.
+FilmQuality qualityOf(const CodedFilm& coded, const PlanarFilm& film);
+FilmQuality qualityOf(const std::string& path, const PlanarFilm& film);
 
 } // namespace larkspool

@@ -1,7 +1,10 @@
 // Exports documents and prints the time of each as a ratio to the encoder alone on the very same pictures, held in memory. Both
 // are medians of runs that take turns.
 //
-//     bench_export_ratio [--runs N] [--memory] [NAME ...]        cards and still, where none is named
+//     bench_export_ratio [--runs N] [--workers N] [--memory] [NAME ...]        cards, still and multi, where none is named
+//
+// A second line tells the size and the quality of the film against those of one pass of the encoder over the same pictures. As many
+// workers export as there are processors, unless told otherwise.
 //
 // With --memory it prints instead how much memory an export takes at its peak above that of the encoder alone, each in a process
 // of its own, for the document as it is and drawn out to twelve times its length.
@@ -13,10 +16,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -27,7 +33,32 @@ namespace {
 
 using namespace larkspool;
 
-/// Takes pictures in for the encoder alone to encode.
+/// Takes pictures in, one chunk after the other, for the encoder alone to encode.
+class CapturingEncoder final : public ChunkEncoder {
+public:
+    explicit CapturingEncoder(PlanarFilm& film) : film_(film) {}
+
+    void beginChunk(std::int64_t firstFrame, std::int64_t) override { chunk_ = {.firstFrame = firstFrame}; }
+    void setPicture(const PixelBuffer& picture, const PixelRect&) override { picture_ = &picture; }
+    void encodeFrame() override
+    {
+        if (picture_)
+            film_.append(*picture_);
+        else
+            film_.appendRepeat();
+        picture_ = nullptr;
+        chunk_.pictures.push_back({});
+    }
+    bool codeHeldFrame() override { return false; }
+    std::int64_t codedFrames() const override { return static_cast<std::int64_t>(chunk_.pictures.size()); }
+    FilmChunk takeChunk() override { return std::exchange(chunk_, {}); }
+
+private:
+    PlanarFilm& film_;
+    const PixelBuffer* picture_ = nullptr; ///< That was not taken in yet.
+    FilmChunk chunk_;
+};
+
 class CapturingWriter final : public AssetWriter {
 public:
     CapturingWriter(std::string path, const FilmSettings& settings, PlanarFilm& film)
@@ -35,20 +66,11 @@ public:
     {
     }
 
-    bool startWriting() override { return static_cast<bool>(std::ofstream(path_)); } // An empty file, to take the film's name.
-    std::shared_ptr<PixelBuffer> nextPixelBuffer() override { return std::make_shared<PixelBuffer>(settings_.width, settings_.height); }
-    bool append(std::shared_ptr<PixelBuffer> picture, std::int64_t) override
-    {
-        film_.append(*picture);
-        return true;
-    }
-    bool appendRepeat(std::int64_t) override
-    {
-        film_.appendRepeat();
-        return true;
-    }
-    bool finishWriting() override { return true; }
-    std::optional<PlatformError> error() const override { return std::nullopt; }
+    void startWriting() override { std::ofstream{path_}; } // An empty file, to take the film's name.
+    std::unique_ptr<ChunkEncoder> makeEncoder() override { return std::make_unique<CapturingEncoder>(film_); }
+    std::unique_ptr<PixelBuffer> makePixelBuffer() override { return std::make_unique<PixelBuffer>(settings_.width, settings_.height); }
+    void append(const FilmChunk&) override {}
+    void finishWriting() override {}
 
 private:
     std::string path_;
@@ -73,7 +95,7 @@ PlanarFilm capturedFilm(const TweenDocument& document)
 {
     const TweenScene& first = document.scenes[0];
     PlanarFilm film(static_cast<int>(first.width), static_cast<int>(first.height), static_cast<int>(first.fps));
-    Exporter::ExportOptions options;
+    Exporter::ExportOptions options{.workers = 1}; // So that frames come in order.
     options.makeWriter = [&film](const std::string& path, const FilmSettings& settings) {
         return std::make_unique<CapturingWriter>(path, settings, film);
     };
@@ -90,32 +112,68 @@ double secondsOf(const std::function<void()>& work)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+/// Of the whole process, all threads.
+double processorSecondsOf(const std::function<void()>& work)
+{
+    const std::clock_t start = std::clock();
+    work();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
 double median(std::vector<double> values)
 {
     std::ranges::sort(values);
     return values[values.size() / 2];
 }
 
-double exportSeconds(const TweenDocument& document)
+struct Times {
+    double wallSeconds = 0, processorSeconds = 0;
+};
+
+/// Exports and calls `look` with the path of the film before it goes.
+Times exportTimes(const TweenDocument& document, int workers, const std::function<void(const std::string&)>& look = {})
 {
     const std::string path = temporaryFilm();
-    const double seconds = secondsOf([&] { exportDocument(document, path, {}); });
+    Times times;
+    times.processorSeconds = processorSecondsOf(
+        [&] { times.wallSeconds = secondsOf([&] { exportDocument(document, path, {.workers = workers}); }); });
+    if (look) look(path);
     std::filesystem::remove(path);
-    return seconds;
+    return times;
 }
 
-void printRatio(const BenchDocument& bench, int runs)
+void printQuality(std::string_view name, const FilmQuality& exported, const FilmQuality& onePass)
+{
+    std::printf("%-8s export %9lld bytes, %.2f dB   one pass %9lld bytes, %.2f dB   %+.1f %%, %+.2f dB\n", std::string(name).c_str(),
+                static_cast<long long>(exported.bytes), exported.psnr, static_cast<long long>(onePass.bytes), onePass.psnr,
+                100 * (static_cast<double>(exported.bytes) / static_cast<double>(onePass.bytes) - 1), exported.psnr - onePass.psnr);
+}
+
+void printRatio(const BenchDocument& bench, int runs, int workers)
 {
     const TweenDocument document = bench.make();
     const PlanarFilm film = capturedFilm(document);
-    std::vector<double> floors, exports;
+    std::vector<double> floors, exports, processorFloors, processorExports;
+    FilmQuality exported, onePass;
     for (int run = 0; run < runs; ++run) {
-        floors.push_back(encodeAlone(film).wallSeconds);
-        exports.push_back(exportSeconds(document));
+        const bool isLast = run + 1 == runs;
+        const EncoderFloor floor = encodeAlone(film);
+        floors.push_back(floor.wallSeconds);
+        processorFloors.push_back(floor.cpuSeconds);
+        const Times times = exportTimes(document, workers, [&](const std::string& path) {
+            if (isLast) exported = qualityOf(path, film);
+        });
+        exports.push_back(times.wallSeconds);
+        processorExports.push_back(times.processorSeconds);
+        if (isLast) onePass = qualityOf(floor.film, film);
     }
     std::printf("%-8s %5lld frames, %4lld of them distinct   encoder alone %6.2f s   export %6.2f s   ratio %.3f\n",
                 std::string(bench.name).c_str(), static_cast<long long>(film.frameCount()),
                 static_cast<long long>(film.distinctFrameCount()), median(floors), median(exports), median(exports) / median(floors));
+    std::printf("%-8s processor time, all threads             encoder alone %6.2f s   export %6.2f s   ratio %.3f\n",
+                std::string(bench.name).c_str(), median(processorFloors), median(processorExports),
+                median(processorExports) / median(processorFloors));
+    printQuality(bench.name, exported, onePass);
     std::fflush(stdout);
 }
 
@@ -133,7 +191,7 @@ double peakMegabytes(const std::function<void()>& work)
     return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
-void printMemory(const BenchDocument& bench)
+void printMemory(const BenchDocument& bench, int workers)
 {
     for (const int stretch : {1, 12}) {
         TweenDocument document = bench.make();
@@ -146,7 +204,7 @@ void printMemory(const BenchDocument& bench)
             while (film.frameCount() < frames) film.appendRepeat();
             encodeAlone(film);
         });
-        const double peak = peakMegabytes([&] { exportSeconds(document); });
+        const double peak = peakMegabytes([&] { exportTimes(document, workers); });
         std::printf("%-8s %6.1f s of film   encoder alone %6.1f MB   export %6.1f MB   above it %6.1f MB\n", std::string(bench.name).c_str(),
                     document.totalDuration(), floor, peak, peak - floor);
         std::fflush(stdout);
@@ -157,25 +215,27 @@ void printMemory(const BenchDocument& bench)
 
 int main(int count, char** arguments)
 {
-    int runs = 3;
+    int runs = 3, workers = 0;
     bool memory = false;
     std::vector<std::string> names;
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
         if (argument == "--runs" && i + 1 < count)
             runs = std::max(std::atoi(arguments[++i]), 1);
+        else if (argument == "--workers" && i + 1 < count)
+            workers = std::max(std::atoi(arguments[++i]), 0);
         else if (argument == "--memory")
             memory = true;
         else
             names.push_back(argument);
     }
-    if (names.empty()) names = {"cards", "still"};
+    if (names.empty()) names = {"cards", "still", "multi"};
 
     for (const BenchDocument& bench : benchDocuments()) {
         if (std::ranges::find(names, bench.name) == names.end()) continue;
         if (memory)
-            printMemory(bench);
+            printMemory(bench, workers);
         else
-            printRatio(bench, runs);
+            printRatio(bench, runs, workers);
     }
 }

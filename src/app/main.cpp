@@ -1,5 +1,6 @@
 #include "app/command_line.h"
 #include "export/headless.h"
+#include "platform/heap.h"
 
 #include <cstdlib>
 #include <string>
@@ -8,6 +9,7 @@
 int main(int count, char** arguments)
 {
     using namespace larkspool;
+    keepLargeMemoryApart();
     if (const std::optional<HeadlessRequest> request = headlessRequest([](const char* name) { return std::getenv(name); })) {
         runHeadlessExport(request->inPath, request->outPath, HeadlessSurroundings::system());
         return 0;

@@ -14,6 +14,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace larkspool {
@@ -28,6 +29,7 @@ public:
     explicit ExportError(Kind kind, std::string detail = {});
 
     Kind kind() const noexcept { return kind_; }
+    const std::string& detail() const noexcept { return detail_; } ///< The payload of writeFailed; empty for the rest.
     std::string errorDescription() const { return what(); } ///< A sentence for a person.
     std::string textualForm() const; ///< The case with its payload: `writeFailed("No scenes to export")`.
 
@@ -76,13 +78,16 @@ struct SoundServices {
     std::function<std::unique_ptr<SampleSource>(const std::string& path)> openSound; ///< May throw PlatformFailure.
 };
 
-/// Called with a picture of every sixth frame, on the export's thread. The picture holds during the call alone.
+/// Called with a picture of every sixth frame, in order. The picture holds during the call alone.
 using PreviewFrame = std::function<void(const PixelBuffer&)>;
 
-/// Called with the finished part, 0...1, after every frame, on the export's thread.
+/// Called with the finished part, 0...1, after every frame that is finished, wherever in the film it stands.
 using Progress = std::function<void(double)>;
 
-/// How an export runs, apart from what it shows.
+/// With sound, how much of an export's progress the silent film is. The rest is the sound.
+inline constexpr double filmPartWithSound = 0.88;
+
+/// How an export runs, apart from what it shows. What it calls, it calls on threads of its own, one call at a time.
 struct ExportOptions {
     int motionBlurSamples = 1;
     double outputScale = 1; ///< Below 1 shrinks the film, to a tenth at least.
@@ -92,17 +97,24 @@ struct ExportOptions {
     /// Makes the writer of the film; the system's, where none is given.
     std::function<std::unique_ptr<AssetWriter>(const std::string& path, const FilmSettings&)> makeWriter;
     SoundServices sound;
+    /// How many threads draw and encode; as many as the machine has use for, where it is 0. The film is the same with any number.
+    int workers = 0;
+    /// What the second exporter composites with, by name: "software". The best there is, where it is empty.
+    std::string renderer;
 };
 
 /// A path in the system's temporary folder that no film has had. Throws writeFailed if there is no such folder.
 std::string makeTempVideoURL();
+
+/// The same for a film whose name begins with `prefix`.
+std::string makeTempURL(std::string_view prefix);
 
 /// Writes `scene` from `startTime` (held within the scene) to its end as an MP4 file. Returns when the file is whole.
 ///
 /// The film takes its name when it is finished; until then, an earlier file of that name stays. A cancel closes a playable
 /// file of the frames so far and throws userCancelled.
 ///
-/// With sound, a silent film is written to a temporary file first (the first 88 % of the progress), and sound laid beside its
+/// With sound, a silent film is written to a temporary file first (`filmPartWithSound` of the progress), and sound laid beside its
 /// pictures afterwards. A cancel during the first stage leaves the silent part at `path`; the second is not cancelled any more.
 /// Every other failure leaves what was there. The temporary file goes in any case.
 void exportMP4(const TweenScene& scene, const std::string& path, double startTime, const std::optional<ExportAudio>& audio,

@@ -85,37 +85,50 @@ int magnitude(int samples)
 
 class SourceFrames final : public FilmFrames {
 public:
-    SourceFrames(FilmSource& source, double start, std::int64_t fps, int motionBlurSamples)
-        : source_(source), start_(start), fps_(fps), samples_(magnitude(motionBlurSamples)), halfSize_(motionBlurSamples < 0)
+    SourceFrames(std::unique_ptr<FilmSource> source, double start, std::int64_t fps, int motionBlurSamples)
+        : source_(std::move(source)), start_(start), fps_(fps), samples_(magnitude(motionBlurSamples)),
+          halfSize_(motionBlurSamples < 0)
     {
     }
+
+    void forget() override { still_.reset(); }
 
     Next advance(std::int64_t index) override
     {
         time_ = start_ + static_cast<double>(index) / static_cast<double>(fps_);
-        blurred_ = samples_ >= 2 && source_.hasMotion(time_, fps_);
+        blurred_ = samples_ >= 2 && source_->hasMotion(time_, fps_);
         std::optional<EvaluatedFrame> still;
-        if (!blurred_) still = source_.frameAt(time_);
+        if (!blurred_) still = source_->frameAt(time_);
         const bool unchanged = still && still_ && !still->movesByItself && *still == *still_;
         still_ = std::move(still);
         return unchanged ? Next::unchanged : Next::drawn;
     }
 
-    void paint(PixelBuffer& picture) override
+    PixelRect paint(PixelBuffer& picture) override
     {
-        if (still_) return drawFrame(*still_, *makeRasterContext(picture), sizeOf(picture));
-        if (!blurred_) return source_.draw(time_, picture);
-        accumulateMotionBlur(picture, fps_, samples_, halfSize_, time_,
-                             [this](double time, PixelBuffer& sample) { source_.draw(time, sample); });
+        if (still_)
+            drawFrame(*still_, *makeRasterContext(picture), sizeOf(picture));
+        else if (!blurred_)
+            source_->draw(time_, picture);
+        else
+            blur(picture);
+        return {0, 0, picture.width(), picture.height()};
     }
 
 private:
-    FilmSource& source_;
+    void blur(PixelBuffer& picture)
+    {
+        accumulateMotionBlur(picture, fps_, samples_, halfSize_, time_, blurMemory_,
+                             [this](double time, PixelBuffer& sample) { source_->draw(time, sample); });
+    }
+
+    std::unique_ptr<FilmSource> source_;
     double start_;
     std::int64_t fps_;
     int samples_;
     bool halfSize_;
 
+    BlurMemory blurMemory_;
     double time_ = 0;
     bool blurred_ = false;
     std::optional<EvaluatedFrame> still_; ///< What the last picture shows, if that is one frame alone.
@@ -133,9 +146,9 @@ std::unique_ptr<FilmSource> makeScenesSource(const Array<TweenScene>& scenes, st
     return std::make_unique<ScenesSource>(scenes, std::move(segments));
 }
 
-std::unique_ptr<FilmFrames> makeFilmFrames(FilmSource& source, double start, std::int64_t fps, int motionBlurSamples)
+std::unique_ptr<FilmFrames> makeFilmFrames(std::unique_ptr<FilmSource> source, double start, std::int64_t fps, int motionBlurSamples)
 {
-    return std::make_unique<SourceFrames>(source, start, fps, motionBlurSamples);
+    return std::make_unique<SourceFrames>(std::move(source), start, fps, motionBlurSamples);
 }
 
 } // namespace larkspool::Exporter

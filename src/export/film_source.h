@@ -10,7 +10,7 @@
 
 namespace larkspool::Exporter {
 
-/// What a film shows at any of its times, in seconds of the film.
+/// What a film shows at any of its times, in seconds of the film. For one thread at a time.
 class FilmSource {
 public:
     virtual ~FilmSource() = default;
@@ -33,6 +33,6 @@ std::unique_ptr<FilmSource> makeScenesSource(const Array<TweenScene>& scenes, st
 
 /// The frames of a source from `start` on, 1/fps seconds apart. With 2 or more `motionBlurSamples`, or -2 or less for pictures of
 /// half the size, a frame with motion is the mean of as many pictures. A frame that shows what the one before did is not painted.
-std::unique_ptr<FilmFrames> makeFilmFrames(FilmSource& source, double start, std::int64_t fps, int motionBlurSamples);
+std::unique_ptr<FilmFrames> makeFilmFrames(std::unique_ptr<FilmSource> source, double start, std::int64_t fps, int motionBlurSamples);
 
 } // namespace larkspool::Exporter

@@ -1,6 +1,8 @@
 #include "export/headless.h"
 
 #include "document/file_format.h"
+#include "export/exporter_gpu.h"
+#include "export/media_beside.h"
 #include "foundation/text.h"
 #include "platform/file_io.h"
 
@@ -27,7 +29,7 @@ void exportFilm(const TweenDocument& document, const std::string& outPath, const
 
 TweenDocument loadDocument(const std::string& path)
 {
-    return decodeDocument(readWholeFile(path));
+    return withMediaBeside(decodeDocument(readWholeFile(path)), path);
 }
 
 std::string_view caseName(DecodingError::Kind kind)
@@ -66,8 +68,8 @@ std::optional<HeadlessRequest> headlessRequest(const std::function<const char*(c
 HeadlessSurroundings HeadlessSurroundings::system()
 {
     return {.load = loadDocument,
-            .exportScene = [](const auto&... arguments) { Exporter::exportMP4(arguments...); },
-            .exportScenes = [](const auto&... arguments) { Exporter::exportMP4(arguments...); },
+            .exportScene = [](const auto&... arguments) { ExporterGPU::exportMP4(arguments...); },
+            .exportScenes = [](const auto&... arguments) { ExporterGPU::exportMP4(arguments...); },
             .seconds = steadySeconds,
             .print = printLine};
 }
@@ -86,6 +88,7 @@ try {
 
 std::string textualForm(const std::exception& error)
 {
+    if (const auto* exporting = dynamic_cast<const GPUExportError*>(&error)) return exporting->textualForm();
     if (const auto* exporting = dynamic_cast<const Exporter::ExportError*>(&error)) return exporting->textualForm();
     if (const auto* decoding = dynamic_cast<const DecodingError*>(&error)) {
         const std::string path = decoding->path().empty() ? "" : fmt::format("path: {}, ", inDoubleQuotes(decoding->path()));

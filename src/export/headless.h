@@ -41,7 +41,7 @@ struct HeadlessSurroundings {
     std::function<double()> seconds;             ///< A clock that only its differences matter of.
     std::function<void(std::string_view)> print; ///< One line, given without its line feed.
 
-    /// The file system, the exporter, a steady clock and standard output.
+    /// The file system, the second exporter, a steady clock and standard output.
     static HeadlessSurroundings system();
 };
 
@@ -54,7 +54,7 @@ struct HeadlessSurroundings {
 void runHeadlessExport(const std::string& inPath, const std::string& outPath, const HeadlessSurroundings& surroundings);
 
 /// How an error value is printed for a machine: its case, and its payload in parentheses, such as
-/// `writeFailed("No scenes to export")` or `fileError(path: "in.larkspool", reason: "No such file or directory")`.
+/// `writerSetupFailed("No scenes to render")` or `fileError(path: "in.larkspool", reason: "No such file or directory")`.
 std::string textualForm(const std::exception& error);
 
 } // namespace larkspool

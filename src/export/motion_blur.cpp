@@ -86,14 +86,15 @@ void blendRowWide(std::uint8_t* mean, const std::uint8_t* sample, std::size_t by
         mean[i] = static_cast<std::uint8_t>((k * mean[i] + sample[i] + (k + 1) / 2) / (k + 1));
 }
 
-void accumulate(PixelBuffer& mean, std::int64_t fps, int samples, double centerTime,
+void accumulate(PixelBuffer& mean, std::int64_t fps, int samples, double centerTime, BlurMemory& memory,
                 const std::function<void(double, PixelBuffer&)>& render)
 {
     render(sampleTime(centerTime, fps, samples, 0), mean);
-    PixelBuffer sample(mean.width(), mean.height());
+    std::optional<PixelBuffer>& sample = memory.sample;
+    if (!sample || sample->width() != mean.width() || sample->height() != mean.height()) sample.emplace(mean.width(), mean.height());
     for (int k = 1; k < samples; ++k) {
-        render(sampleTime(centerTime, fps, samples, k), sample);
-        blendRunningMean(mean, sample, k);
+        render(sampleTime(centerTime, fps, samples, k), *sample);
+        blendRunningMean(mean, *sample, k);
     }
 }
 
@@ -113,13 +114,13 @@ double sampleTime(double centerTime, std::int64_t fps, int samples, int k)
     return std::max(open + frame * ((k + 0.5) / samples), 0.0);
 }
 
-void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bool halfRes, double centerTime,
+void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bool halfRes, double centerTime, BlurMemory& memory,
                           const std::function<void(double time, PixelBuffer&)>& render)
 {
-    if (!halfRes) return accumulate(target, fps, samples, centerTime, render);
+    if (!halfRes) return accumulate(target, fps, samples, centerTime, memory, render);
 
     PixelBuffer half(std::max(target.width() / 2, 1), std::max(target.height() / 2, 1));
-    accumulate(half, fps, samples, centerTime, render);
+    accumulate(half, fps, samples, centerTime, memory, render);
     const auto image = std::make_shared<const Image>(std::move(half), Image::Alpha::opaque);
     const CGSize size{static_cast<double>(target.width()), static_cast<double>(target.height())};
     makeRasterContext(target)->drawImage(image, {{0, 0}, image->size()}, {{0, 0}, size});

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace larkspool::Exporter {
 
@@ -16,9 +17,14 @@ bool sceneHasMotion(const TweenScene& scene, double time, std::int64_t fps);
 /// before 0.
 double sampleTime(double centerTime, std::int64_t fps, int samples, int k);
 
+/// What the samples of a blurred frame are painted in, kept from one frame to the next.
+struct BlurMemory {
+    std::optional<PixelBuffer> sample;
+};
+
 /// Paints the mean of `samples` pictures, spread over the frame around `centerTime`. `render` paints the picture of a time over
 /// arbitrary content of the buffer it is given. With `halfRes` the pictures are half as wide and high.
-void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bool halfRes, double centerTime,
+void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bool halfRes, double centerTime, BlurMemory& memory,
                           const std::function<void(double time, PixelBuffer&)>& render);
 
 /// Lays sample `k` (from 0) over the mean of those before it, with its weight of 1 / (k + 1): each channel becomes

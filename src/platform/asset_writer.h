@@ -2,10 +2,10 @@
 
 #include "platform/pixel_buffer.h"
 #include "platform/platform_error.h"
+#include "platform/raster/pixel_rect.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,40 +34,79 @@ struct FilmSettings {
     std::int64_t fps = 60;   ///< At least 1.
 };
 
-/// Writes pictures into a film file, in order, each 1/fps seconds after the one before.
+/// One frame as it stands in a film file.
+struct CodedPicture {
+    std::vector<std::uint8_t> bytes;
+    std::int64_t frame = 0; ///< Its place among the frames of the film as they are shown.
+    bool isKey = false;     ///< Whether it is decoded without any other.
+
+    bool operator==(const CodedPicture&) const = default;
+};
+
+/// A stretch of a film, coded and whole in itself: no picture of it refers to one outside.
+struct FilmChunk {
+    std::int64_t firstFrame = 0;
+    std::vector<CodedPicture> pictures;   ///< In the order of decoding. They show `firstFrame` and those that follow, each once.
+    std::vector<std::uint8_t> parameters; ///< What a decoder must know beforehand. The same in all chunks of a film.
+
+    bool operator==(const FilmChunk&) const = default;
+};
+
+/// Makes chunks of a film out of pictures, one chunk after the other, for one thread at a time. What comes out depends on the
+/// settings and on the chunk's own frames alone. Every operation may throw PlatformFailure; after that, only the destructor may
+/// follow.
+class ChunkEncoder {
+public:
+    virtual ~ChunkEncoder() = default;
+
+    /// Begins a chunk of `frames` frames, one at least, with frame `firstFrame` of the film. What the one before still held is
+    /// dropped.
+    virtual void beginChunk(std::int64_t firstFrame, std::int64_t frames) = 0;
+
+    /// Makes `picture` the one that following frames show. At the beginning of a chunk `changed` is all of it; later, no pixel
+    /// outside `changed` differs from the picture set before. The picture is not looked at any more afterwards.
+    virtual void setPicture(const PixelBuffer& picture, const PixelRect& changed) = 0;
+
+    /// Takes in the picture last set as the next frame. It is coded now or later: encoders look ahead. Doing so again without
+    /// another picture costs no conversion.
+    virtual void encodeFrame() = 0;
+
+    /// When a chunk has all its frames, or is to have no more, codes one of those that were taken in and not coded yet. False
+    /// when there is none left. No further frame can be taken in after the first call.
+    virtual bool codeHeldFrame() = 0;
+
+    /// How many frames of the chunk have been coded so far.
+    virtual std::int64_t codedFrames() const = 0;
+
+    /// Gives out what has been coded, up to the last frame before which none is missing, and ends the chunk.
+    virtual FilmChunk takeChunk() = 0;
+};
+
+/// Writes chunks into a film file, in order. Its frames stand 1/fps seconds apart.
 ///
-/// Encoding runs on a thread of its own behind a bounded queue: `nextPixelBuffer` waits while the encoder is behind, which
-/// sets the pace of the caller. A failure of that thread comes out at a later call. The first failure is the one that is kept;
-/// after it, every call fails. All calls come from one thread. A writer is never used again after it has finished.
+/// Any number of encoders may work at a time, each on a thread of its own. All other calls come from one thread at a time. Every
+/// operation throws PlatformFailure; after that, only the destructor may follow. A writer is never used again after it has
+/// finished.
 ///
 /// A writer that goes away unfinished, or that failed, leaves an unplayable file, which is the caller's to remove.
 class AssetWriter {
 public:
-    /// How many pictures there are. A caller that holds them all gets no further one.
-    static constexpr int pictureCount = 3;
-
     virtual ~AssetWriter() = default;
 
-    /// Opens the encoder, then the file, which loses what it held. False on failure: see error(). Settings that the encoder
-    /// refuses leave the file untouched.
-    virtual bool startWriting() = 0;
+    /// Opens an encoder, then the file, which loses what it held. Settings that the encoder refuses leave the file untouched.
+    virtual void startWriting() = 0;
 
-    /// Memory for the next picture, W x H, with arbitrary content. Pictures are recycled. Null on failure.
-    virtual std::shared_ptr<PixelBuffer> nextPixelBuffer() = 0;
+    /// An encoder for chunks of this film. For any thread, once writing has started.
+    virtual std::unique_ptr<ChunkEncoder> makeEncoder() = 0;
 
-    /// Hands over the picture of frame `frameIndex` (0, 1, 2 and so on). Nobody changes it any more. False on failure: see
-    /// error().
-    virtual bool append(std::shared_ptr<PixelBuffer> picture, std::int64_t frameIndex) = 0;
+    /// Memory for pictures, of the film's size, with arbitrary content. For any thread.
+    virtual std::unique_ptr<PixelBuffer> makePixelBuffer() = 0;
 
-    /// Shows the last appended picture once more, at no cost of drawing or conversion. False on failure.
-    virtual bool appendRepeat(std::int64_t frameIndex) = 0;
+    /// Writes the next chunk, which begins with the frame after the last one written.
+    virtual void append(const FilmChunk& chunk) = 0;
 
-    /// Writes out what is queued and closes a playable file of as many frames as were appended, at least one. False on
-    /// failure: see error().
-    virtual bool finishWriting() = 0;
-
-    /// What went wrong first, if anything did.
-    virtual std::optional<PlatformError> error() const = 0;
+    /// Closes a playable file of all frames that were appended, at least one.
+    virtual void finishWriting() = 0;
 };
 
 /// A writer of the film at `path`, by the libraries of the system; null if the format is unknown to them. Nothing is touched on

@@ -1,18 +1,17 @@
 #include "platform/film_encoder.h"
 
-#include "platform/pixel_conversion.h"
+#include "platform/ffmpeg_options.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <limits>
-#include <memory>
+#include <span>
 #include <utility>
 
 #include <fmt/format.h>
 
 extern "C" {
 #include <libavutil/imgutils.h>
-#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -20,35 +19,17 @@ namespace larkspool {
 
 namespace {
 
-using OptionList = std::vector<std::pair<std::string, std::string>>;
-
-/// Rows of the planes begin on multiples of this many bytes.
-constexpr int planeAlignment = 64;
-
 constexpr std::int64_t maximumFps = std::numeric_limits<int>::max();
 
-/// Options on their way to a library, which takes those that it knows out of the list.
-class Options {
-public:
-    explicit Options(const OptionList& list)
-    {
-        for (const auto& [name, value] : list) av_dict_set(&dictionary_, name.c_str(), value.c_str(), 0);
-    }
-    ~Options() { av_dict_free(&dictionary_); }
-    Options(const Options&) = delete;
-    Options& operator=(const Options&) = delete;
+/// Repeats of its first and of its last picture that lead a chunk in and out. Measured on the films of the benchmark in chunks of
+/// 150 to 240 frames against one pass of the encoder: without any, up to 1.1 dB are lost; with these, 0.2 dB, and no film grows
+/// by more than 4 percent. Those behind the last picture are looked at, but mostly not coded.
+constexpr std::int64_t leadInFrames = 3;
+constexpr std::int64_t leadOutFrames = 8;
 
-    AVDictionary** get() { return &dictionary_; }
-
-    void refuseLeftovers(const std::string& library) const
-    {
-        const AVDictionaryEntry* left = av_dict_get(dictionary_, "", nullptr, AV_DICT_IGNORE_SUFFIX);
-        if (left) throw PlatformFailure(posixError(EINVAL, fmt::format("{} has no option \"{}\"", library, left->key)));
-    }
-
-private:
-    AVDictionary* dictionary_ = nullptr;
-};
+/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Three keep two cores busy
+/// to the last chunk of a film, though it is the only one left, and take as much time altogether as one.
+constexpr int encoderThreads = 3;
 
 [[noreturn]] void refuse(std::string words)
 {
@@ -86,6 +67,12 @@ void checkSettings(const FilmSettings& settings)
         refuse(fmt::format("A film of {} frames a second cannot be made", settings.fps));
 }
 
+/// Whether encoders of this kind spend their bits by need.
+bool looksAround(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_H264;
+}
+
 /// BT.709, in limited range where the planes are YUV.
 void setColour(AVCodecContext& codec)
 {
@@ -98,18 +85,62 @@ void setColour(AVCodecContext& codec)
     if (pixels.log2_chroma_w > 0 && pixels.log2_chroma_h > 0) codec.chroma_sample_location = AVCHROMA_LOC_CENTER;
 }
 
-/// Divides the colours by alpha again.
-void removePremultiplication(const PixelBuffer& picture, PixelBuffer& straight)
+FFmpegPointer<AVCodecContext> openCodec(const FilmSettings& settings)
 {
-    for (int y = 0; y < picture.height(); ++y) {
-        const std::uint8_t* source = picture.row(y);
-        std::uint8_t* target = straight.row(y);
-        for (int i = 0; i < picture.width() * 4; ++i) {
-            const int alpha = source[i | 3];
-            const bool isAlpha = i % 4 == 3;
-            target[i] = isAlpha || alpha == 0 ? source[i]
-                                              : static_cast<std::uint8_t>(std::min(255, (source[i] * 255 + alpha / 2) / alpha));
+    const FilmFormat& format = settings.format;
+    const AVCodec* encoder = avcodec_find_encoder_by_name(format.codec.c_str());
+    const AVOutputFormat* container = av_guess_format(format.container.c_str(), nullptr, nullptr);
+
+    // Made for this encoder, the context holds the encoder's own defaults ("unset" for most), not the library's general ones.
+    FFmpegPointer<AVCodecContext> codec(avcodec_alloc_context3(encoder));
+    if (!codec) failOfMemory(settings);
+    codec->width = static_cast<int>(settings.width);
+    codec->height = static_cast<int>(settings.height);
+    codec->pix_fmt = pixelFormat(format);
+    codec->time_base = {1, static_cast<int>(settings.fps)};
+    codec->framerate = {static_cast<int>(settings.fps), 1};
+    codec->thread_count = looksAround(encoder->id) ? encoderThreads : 1;
+    setColour(*codec);
+    if (container->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+
+    FFmpegOptions options(format.codecOptions);
+    takeFFmpegComplaint();
+    const int status = avcodec_open2(codec.get(), encoder, options.get());
+    if (status == AVERROR(ENOMEM)) failOfMemory(settings);
+    if (status < 0) {
+        const std::string complaint = takeFFmpegComplaint();
+        PlatformError error{.localizedDescription = fmt::format("{} cannot make a film of {} x {} pixels at {} frames a second",
+                                                                format.codec, settings.width, settings.height, settings.fps),
+                            .domain = "FFmpeg",
+                            .code = status,
+                            .underlying = std::make_shared<const PlatformError>(ffmpegError(status))};
+        if (!complaint.empty()) error.localizedFailureReason = complaint;
+        throw PlatformFailure(std::move(error));
+    }
+    options.refuseLeftovers(format.codec);
+    return codec;
+}
+
+FFmpegPointer<AVCodecContext> openChecked(const FilmSettings& settings)
+{
+    silenceFFmpeg();
+    checkSettings(settings);
+    return openCodec(settings);
+}
+
+/// What stands in front of the picture itself in H.264, each part of which begins with two zeros, a one and its kind.
+std::vector<std::uint8_t> messagesBefore(std::span<const std::uint8_t> picture)
+{
+    constexpr int lastKindOfPicture = 5, kindBits = 0x1f;
+    const std::uint8_t startCode[] = {0, 0, 1};
+    for (auto at = picture.begin();;) {
+        at = std::search(at, picture.end(), std::begin(startCode), std::end(startCode));
+        if (picture.end() - at <= 3) return {};
+        if ((at[3] & kindBits) <= lastKindOfPicture) {
+            const bool isLong = at != picture.begin() && at[-1] == 0; // A further zero belongs to the start as well.
+            return {picture.begin(), isLong ? at - 1 : at};
         }
+        at += 3;
     }
 }
 
@@ -127,179 +158,137 @@ bool isKnown(const FilmFormat& format)
     return *taken == pixels;
 }
 
-void FilmEncoder::CloseMuxer::operator()(AVFormatContext* muxer) const
+FilmEncoder::FilmEncoder(const FilmSettings& settings)
+    : settings_(settings), codec_(openChecked(settings)), picture_(*codec_, settings.format.keepsAlpha), packet_(av_packet_alloc())
 {
-    avio_closep(&muxer->pb); // What fails here was either told already or belongs to a file that nobody wants.
-    avformat_free_context(muxer);
-}
-
-FilmEncoder::FilmEncoder(const std::string& path, const FilmSettings& settings) : path_(path), format_(settings.format)
-{
-    silenceFFmpeg();
-    takeFFmpegComplaint();
-    checkSettings(settings);
-    openEncoder(settings);
-    prepareConversion();
-    openFile(path, settings);
+    if (!packet_) failOfMemory(settings);
 }
 
 FilmEncoder::~FilmEncoder() = default;
 
-void FilmEncoder::openEncoder(const FilmSettings& settings)
+void FilmEncoder::beginChunk(std::int64_t firstFrame, std::int64_t frames)
 {
-    const AVCodec* encoder = avcodec_find_encoder_by_name(format_.codec.c_str());
-    const AVOutputFormat* container = av_guess_format(format_.container.c_str(), nullptr, nullptr);
+    if (isUsed_) codec_.reset();
+    if (!codec_) codec_ = openCodec(settings_);
+    isUsed_ = true;
+    isDraining_ = false;
+    frames_ = frames;
+    framesTaken_ = 0;
+    messages_.clear();
+    chunk_ = {.firstFrame = firstFrame};
+}
 
-    // Made for this encoder, the context holds the encoder's own defaults ("unset" for most), not the library's general ones.
-    codec_.reset(avcodec_alloc_context3(encoder));
-    if (!codec_) failOfMemory(settings);
-    codec_->width = static_cast<int>(settings.width);
-    codec_->height = static_cast<int>(settings.height);
-    codec_->pix_fmt = pixelFormat(format_);
-    codec_->time_base = {1, static_cast<int>(settings.fps)};
-    codec_->framerate = {static_cast<int>(settings.fps), 1};
-    setColour(*codec_);
-    if (container->flags & AVFMT_GLOBALHEADER) codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+void FilmEncoder::setPicture(const PixelBuffer& picture, const PixelRect& changed)
+{
+    if (picture.width() != settings_.width || picture.height() != settings_.height)
+        refuse(fmt::format("A picture of {} x {} pixels does not fit a film of {} x {}", picture.width(), picture.height(),
+                           settings_.width, settings_.height));
+    picture_.set(picture, changed);
+}
 
-    Options options(format_.codecOptions);
-    const int status = avcodec_open2(codec_.get(), encoder, options.get());
-    if (status == AVERROR(ENOMEM)) failOfMemory(settings);
-    if (status < 0) {
-        const std::string complaint = takeFFmpegComplaint();
-        PlatformError error{.localizedDescription = fmt::format("{} cannot make a film of {} x {} pixels at {} frames a second",
-                                                                format_.codec, settings.width, settings.height, settings.fps),
-                            .domain = "FFmpeg",
-                            .code = status,
-                            .underlying = std::make_shared<const PlatformError>(ffmpegError(status))};
-        if (!complaint.empty()) error.localizedFailureReason = complaint;
-        throw PlatformFailure(std::move(error));
+void FilmEncoder::encodeFrame()
+{
+    if (isDraining_ || framesTaken_ == frames_)
+        refuse(fmt::format("There is no room for a frame behind frame {}", chunk_.firstFrame + framesTaken_ - 1));
+    if (framesTaken_ == 0 && looksAround(codec_->codec_id)) leadIn();
+    const bool isLast = framesTaken_ + 1 == frames_;
+    AVFrame& frame = picture_.frame();
+    frame.pict_type = framesTaken_ == 0 ? AV_PICTURE_TYPE_I : isLast ? AV_PICTURE_TYPE_P : AV_PICTURE_TYPE_NONE;
+    frame.pts = chunk_.firstFrame + framesTaken_;
+    send(&frame);
+    ++framesTaken_;
+}
+
+/// Each repeat is told to refer to the one before, so that the encoder learns what it costs to keep the picture up.
+void FilmEncoder::leadIn()
+{
+    AVFrame& frame = picture_.frame();
+    for (std::int64_t i = 0; i < leadInFrames; ++i) {
+        frame.pict_type = i == 0 ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_P;
+        frame.pts = chunk_.firstFrame - leadInFrames + i;
+        send(&frame);
     }
-    options.refuseLeftovers(format_.codec);
 }
 
-void FilmEncoder::prepareConversion()
+void FilmEncoder::leadOut()
 {
-    const int bytes = av_image_get_buffer_size(codec_->pix_fmt, codec_->width, codec_->height, planeAlignment);
-    if (bytes < 0) throw PlatformFailure(ffmpegError(bytes));
-    planeMemory_.reset(av_buffer_pool_init(static_cast<std::size_t>(bytes), nullptr));
-    frame_.reset(av_frame_alloc());
-    packet_.reset(av_packet_alloc());
-    if (!planeMemory_ || !frame_ || !packet_) throw PlatformFailure(ffmpegError(AVERROR(ENOMEM)));
-    if (codec_->pix_fmt == AV_PIX_FMT_YUV420P) return;
-
-    const AVPixelFormat source = format_.keepsAlpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
-    scaler_.reset(sws_getContext(codec_->width, codec_->height, source, codec_->width, codec_->height, codec_->pix_fmt,
-                                 SWS_AREA | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
-    if (!scaler_) throw PlatformFailure(ffmpegError(AVERROR(ENOMEM)));
-    constexpr int full = 1, limited = 0, unchanged = 1 << 16;
-    const int* coefficients = sws_getCoefficients(SWS_CS_ITU709);
-    const int targetRange = codec_->color_range == AVCOL_RANGE_JPEG ? full : limited;
-    sws_setColorspaceDetails(scaler_.get(), coefficients, full, coefficients, targetRange, 0, unchanged, unchanged);
-    if (format_.keepsAlpha) straightPixels_.emplace(codec_->width, codec_->height);
+    AVFrame& frame = picture_.frame();
+    frame.pict_type = AV_PICTURE_TYPE_NONE;
+    for (std::int64_t i = 0; i < leadOutFrames; ++i) {
+        frame.pts = chunk_.firstFrame + frames_ + i;
+        send(&frame);
+    }
 }
 
-void FilmEncoder::openFile(const std::string& path, const FilmSettings& settings)
+bool FilmEncoder::codeHeldFrame()
 {
-    const std::string url = "file:" + path; // A name with a colon in it is a name, and no protocol.
-    AVFormatContext* muxer = nullptr;
-    avformat_alloc_output_context2(&muxer, nullptr, format_.container.c_str(), url.c_str());
-    muxer_.reset(muxer);
-    stream_ = muxer ? avformat_new_stream(muxer, nullptr) : nullptr;
-    if (!stream_) failOfMemory(settings);
-    avcodec_parameters_from_context(stream_->codecpar, codec_.get());
-    stream_->time_base = codec_->time_base;
-    stream_->avg_frame_rate = codec_->framerate;
-
-    int status = avio_open(&muxer->pb, url.c_str(), AVIO_FLAG_WRITE);
-    if (status < 0) failToWrite(status);
-
-    Options options(format_.containerOptions);
-    // The length of the whole film is told in this unit, in milliseconds if nobody asks for better.
-    if (muxer->priv_data && av_opt_find(muxer->priv_data, "movie_timescale", nullptr, 0, 0))
-        av_dict_set_int(options.get(), "movie_timescale", settings.fps, 0);
-    takeFFmpegComplaint();
-    status = avformat_write_header(muxer, options.get());
-    if (status < 0) failToWrite(status);
-    options.refuseLeftovers(format_.container);
+    const std::int64_t before = codedFrames();
+    if (!isDraining_) drain();
+    while (codedFrames() == before && codedFrames() < framesTaken_)
+        if (!receive()) return false;
+    return codedFrames() > before;
 }
 
-void FilmEncoder::setPicture(const PixelBuffer& picture)
+void FilmEncoder::drain()
 {
-    av_frame_unref(frame_.get());
-    frame_->format = codec_->pix_fmt;
-    frame_->width = codec_->width;
-    frame_->height = codec_->height;
-    frame_->color_range = codec_->color_range;
-    frame_->colorspace = codec_->colorspace;
-    frame_->color_primaries = codec_->color_primaries;
-    frame_->color_trc = codec_->color_trc;
-    frame_->chroma_location = codec_->chroma_sample_location;
-    frame_->buf[0] = av_buffer_pool_get(planeMemory_.get());
-    if (!frame_->buf[0]) throw PlatformFailure(ffmpegError(AVERROR(ENOMEM)));
-    av_image_fill_arrays(frame_->data, frame_->linesize, frame_->buf[0]->data, codec_->pix_fmt, codec_->width, codec_->height,
-                         planeAlignment);
-    if (scaler_) {
-        convertWithScaler(picture);
+    isDraining_ = true;
+    // Only the last picture of a whole chunk is known to refer to none behind it.
+    if (framesTaken_ == frames_ && looksAround(codec_->codec_id)) leadOut();
+    send(nullptr);
+}
+
+std::int64_t FilmEncoder::codedFrames() const
+{
+    return static_cast<std::int64_t>(chunk_.pictures.size());
+}
+
+FilmChunk FilmEncoder::takeChunk()
+{
+    std::int64_t last = -1, whole = 0;
+    for (std::int64_t i = 0; i < codedFrames(); ++i) {
+        last = std::max(last, chunk_.pictures[static_cast<std::size_t>(i)].frame - chunk_.firstFrame);
+        if (last == i) whole = i + 1; // As many pictures as frames up to the last of them: none is missing.
+    }
+    chunk_.pictures.resize(static_cast<std::size_t>(whole));
+    if (codec_->extradata) chunk_.parameters.assign(codec_->extradata, codec_->extradata + codec_->extradata_size);
+    codec_.reset();
+    return std::exchange(chunk_, {});
+}
+
+void FilmEncoder::send(const AVFrame* frame)
+{
+    const int status = avcodec_send_frame(codec_.get(), frame);
+    if (status < 0) throw PlatformFailure(ffmpegError(status, takeFFmpegComplaint()));
+    while (frame && receive()) continue;
+}
+
+/// Takes one coded picture out of the encoder. False if it has none ready, or at the end none any more.
+bool FilmEncoder::receive()
+{
+    const int status = avcodec_receive_packet(codec_.get(), packet_.get());
+    if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) return false;
+    if (status < 0) throw PlatformFailure(ffmpegError(status, takeFFmpegComplaint()));
+    keep(*packet_);
+    return true;
+}
+
+/// The repeats around a chunk are dropped, but not what the encoder says of itself in the first of them, for the film.
+void FilmEncoder::keep(const AVPacket& packet)
+{
+    const std::span bytes(packet.data, static_cast<std::size_t>(packet.size));
+    const bool isFirstOfFilm = chunk_.firstFrame == 0 && chunk_.pictures.empty();
+    if (packet.pts < chunk_.firstFrame) {
+        if (isFirstOfFilm && messages_.empty()) messages_ = messagesBefore(bytes);
         return;
     }
-    YUV420Planes target;
-    for (std::size_t plane = 0; plane < 3; ++plane) {
-        target.planes[plane] = frame_->data[plane];
-        target.bytesPerRow[plane] = static_cast<std::size_t>(frame_->linesize[plane]);
-    }
-    convertToYUV420(picture, target);
-}
-
-void FilmEncoder::convertWithScaler(const PixelBuffer& picture)
-{
-    if (straightPixels_) removePremultiplication(picture, *straightPixels_);
-    const PixelBuffer& source = straightPixels_ ? *straightPixels_ : picture;
-    const std::uint8_t* const rows[4] = {source.data(), nullptr, nullptr, nullptr};
-    const int bytesPerRow[4] = {static_cast<int>(source.bytesPerRow()), 0, 0, 0};
-    sws_scale(scaler_.get(), rows, bytesPerRow, 0, source.height(), frame_->data, frame_->linesize);
-}
-
-void FilmEncoder::encodeFrame(std::int64_t frameIndex)
-{
-    frame_->pts = frameIndex;
-    const int status = avcodec_send_frame(codec_.get(), frame_.get());
-    if (status < 0) throw PlatformFailure(ffmpegError(status, takeFFmpegComplaint()));
-    writePackets();
-}
-
-void FilmEncoder::writePackets()
-{
-    for (;;) {
-        int status = avcodec_receive_packet(codec_.get(), packet_.get());
-        if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) return;
-        if (status < 0) throw PlatformFailure(ffmpegError(status, takeFFmpegComplaint()));
-
-        packet_->duration = 1; // In frames; without it the last frame would have no length.
-        packet_->stream_index = stream_->index;
-        av_packet_rescale_ts(packet_.get(), codec_->time_base, stream_->time_base);
-        status = av_interleaved_write_frame(muxer_.get(), packet_.get());
-        if (status < 0) failToWrite(status);
-    }
-}
-
-void FilmEncoder::finish()
-{
-    int status = avcodec_send_frame(codec_.get(), nullptr);
-    if (status < 0) throw PlatformFailure(ffmpegError(status, takeFFmpegComplaint()));
-    writePackets();
-
-    status = av_write_trailer(muxer_.get());
-    const int closed = avio_closep(&muxer_->pb);
-    if (status < 0) failToWrite(status);
-    if (closed < 0) failToWrite(closed);
-}
-
-void FilmEncoder::failToWrite(int status) const
-{
-    const std::string complaint = takeFFmpegComplaint();
-    std::string reason = fmt::format("the file \"{}\" cannot be written", path_);
-    if (!complaint.empty()) reason += ": " + complaint;
-    throw PlatformFailure(ffmpegError(status, std::move(reason)));
+    if (packet.pts >= chunk_.firstFrame + frames_) return;
+    CodedPicture& picture = chunk_.pictures.emplace_back();
+    picture.bytes.reserve(messages_.size() + bytes.size());
+    picture.bytes.assign(messages_.begin(), messages_.end());
+    picture.bytes.insert(picture.bytes.end(), bytes.begin(), bytes.end());
+    picture.frame = packet.pts;
+    picture.isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    messages_.clear();
 }
 
 } // namespace larkspool

@@ -2,57 +2,57 @@
 
 #include "platform/asset_writer.h"
 #include "platform/ffmpeg_support.h"
+#include "platform/planar_picture.h"
 
 #include <cstdint>
-#include <optional>
-#include <string>
+#include <memory>
 
 namespace larkspool {
 
-/// Turns pictures into the packets of a film file, one after the other, on the thread that calls. Every operation throws
-/// PlatformFailure; after that, only the destructor may follow.
-class FilmEncoder {
+/// Makes chunks by an encoder of the FFmpeg libraries, opened anew for each, with a number of threads that is always
+/// the same.
+///
+/// An encoder that spends its bits by need looks back at what it did and ahead at what will refer to a picture. At the first
+/// picture it can only guess, and it saves on the last ones. So a chunk is led in by a few repeats of its first picture and led
+/// out by some of its last, which are not kept: then it begins and ends as if the film went on.
+class FilmEncoder final : public ChunkEncoder {
 public:
-    /// Opens the encoder, then the file, and writes its head. Settings out of bounds are refused before any memory is taken.
-    FilmEncoder(const std::string& path, const FilmSettings& settings);
-
-    /// Closes the file as it stands.
-    ~FilmEncoder();
+    /// Opens the encoder. Settings out of bounds are refused before any memory is taken.
+    explicit FilmEncoder(const FilmSettings& settings);
+    ~FilmEncoder() override;
 
     FilmEncoder(const FilmEncoder&) = delete;
     FilmEncoder& operator=(const FilmEncoder&) = delete;
 
-    /// Makes `picture` the one that following frames show. It is not looked at any more afterwards.
-    void setPicture(const PixelBuffer& picture);
+    /// The encoder as it was opened, with the parameters of the film.
+    const AVCodecContext& codec() const { return *codec_; }
 
-    /// Encodes the picture last set as frame `frameIndex`. Indices rise.
-    void encodeFrame(std::int64_t frameIndex);
-
-    /// Writes what the encoder still holds and the index of the file, and closes it.
-    void finish();
+    void beginChunk(std::int64_t firstFrame, std::int64_t frames) override;
+    void setPicture(const PixelBuffer& picture, const PixelRect& changed) override;
+    void encodeFrame() override;
+    bool codeHeldFrame() override;
+    std::int64_t codedFrames() const override;
+    FilmChunk takeChunk() override;
 
 private:
-    void openEncoder(const FilmSettings& settings);
-    void prepareConversion();
-    void openFile(const std::string& path, const FilmSettings& settings);
-    void convertWithScaler(const PixelBuffer& picture);
-    void writePackets();
-    [[noreturn]] void failToWrite(int status) const;
+    void leadIn();
+    void leadOut();
+    void drain();
+    void send(const AVFrame* frame);
+    bool receive();
+    void keep(const AVPacket& packet);
 
-    struct CloseMuxer {
-        void operator()(AVFormatContext* muxer) const;
-    };
-
-    std::string path_;
-    FilmFormat format_;
+    FilmSettings settings_;
     FFmpegPointer<AVCodecContext> codec_;
-    std::unique_ptr<AVFormatContext, CloseMuxer> muxer_;
-    AVStream* stream_ = nullptr; ///< Owned by the muxer.
-    FFmpegPointer<AVBufferPool> planeMemory_;
-    FFmpegPointer<AVFrame> frame_; ///< The picture as the encoder wants it.
+    bool isUsed_ = false;     ///< Whether the encoder has begun a chunk, and cannot begin another.
+    bool isDraining_ = false; ///< Whether it was told that no picture follows.
+    PlanarPicture picture_;
     FFmpegPointer<AVPacket> packet_;
-    FFmpegPointer<SwsContext> scaler_;          ///< For pixel formats other than planar YUV 4:2:0.
-    std::optional<PixelBuffer> straightPixels_; ///< The picture with straight alpha, for formats that keep it.
+
+    FilmChunk chunk_;
+    std::int64_t frames_ = 0; ///< That the chunk shall have.
+    std::int64_t framesTaken_ = 0;
+    std::vector<std::uint8_t> messages_; ///< What the encoder says of itself, in front of its first picture.
 };
 
 /// Whether the libraries know the container, the encoder and the pixel format of `format`, and the encoder takes the latter.

@@ -2,6 +2,7 @@
 
 #include "platform/pixel_buffer.h"
 
+#include <algorithm>
 #include <cassert>
 
 #if defined(__x86_64__)
@@ -185,22 +186,32 @@ bool machineHasAVX2()
 
 void convertToYUV420(const PixelBuffer& picture, const YUV420Planes& target, ConversionInstructions instructions)
 {
+    convertToYUV420(picture, {0, 0, picture.width(), picture.height()}, target, instructions);
+}
+
+void convertToYUV420(const PixelBuffer& picture, const PixelRect& area, const YUV420Planes& target,
+                     ConversionInstructions instructions)
+{
     assert(picture.width() % 2 == 0 && picture.height() % 2 == 0);
+    const int left = std::max(area.left, 0) & ~1, right = (std::min(area.right, picture.width()) + 1) & ~1;
+    const int top = std::max(area.top, 0) & ~1, bottom = (std::min(area.bottom, picture.height()) + 1) & ~1;
+    const std::ptrdiff_t width = right - left;
 #if defined(__x86_64__)
     const bool wide = instructions == ConversionInstructions::best && machineHasAVX2();
 #endif
-    for (int y = 0; y < picture.height(); y += 2) {
+    for (int y = top; y < bottom; y += 2) {
         const auto line = [&](int plane, int row) {
-            return target.planes[plane] + static_cast<std::size_t>(row) * target.bytesPerRow[plane];
+            return target.planes[plane] + static_cast<std::size_t>(row) * target.bytesPerRow[plane] + (plane == 0 ? left : left / 2);
         };
-        const RowPair rows{picture.row(y), picture.row(y + 1), line(0, y), line(0, y + 1), line(1, y / 2), line(2, y / 2)};
+        const auto pixels = [&](int row) { return picture.row(row) + std::ptrdiff_t{left} * 4; };
+        const RowPair rows{pixels(y), pixels(y + 1), line(0, y), line(0, y + 1), line(1, y / 2), line(2, y / 2)};
 #if defined(__x86_64__)
         if (wide) {
-            convertByAVX2(rows, picture.width());
+            convertByAVX2(rows, width);
             continue;
         }
 #endif
-        convertPlainly(rows, 0, picture.width());
+        convertPlainly(rows, 0, width);
     }
     static_cast<void>(instructions);
 }

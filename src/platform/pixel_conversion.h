@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/raster/pixel_rect.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -26,6 +28,10 @@ enum class ConversionInstructions {
 /// Y is within 0.52 of the exact value of its pixel; Cb and Cr within 0.52 of the exact value of the mean of their 2 x 2
 /// pixels, so the chroma samples sit in the centre of the four.
 void convertToYUV420(const PixelBuffer& picture, const YUV420Planes& target,
+                     ConversionInstructions instructions = ConversionInstructions::best);
+
+/// The same for the part of the picture in `area`, grown outwards to even pixels; the samples of the rest stay as they are.
+void convertToYUV420(const PixelBuffer& picture, const PixelRect& area, const YUV420Planes& target,
                      ConversionInstructions instructions = ConversionInstructions::best);
 
 } // namespace larkspool

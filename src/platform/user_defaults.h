@@ -65,10 +65,22 @@ private:
     std::optional<PlatformError> writeFailure_;
 };
 
-/// The keys of the settings.
+/// The keys of the settings, with the type of their values and what holds where there is none.
 namespace DefaultsKey {
 inline constexpr std::string_view pendingPresetWidth = "lksPendingPresetWidth";
 inline constexpr std::string_view pendingPresetHeight = "lksPendingPresetHeight";
+inline constexpr std::string_view useGPUExporter = "lksUseGPUExporter";                   ///< Boolean; false.
+inline constexpr std::string_view lastExportTarget = "lksLastExportTarget";               ///< "all", "current" or "scene:2"; "current".
+inline constexpr std::string_view exportMotionBlurSamples = "lksExportMotionBlurSamples"; ///< Integer; 1.
+inline constexpr std::string_view exportIncludeAudio = "lksExportIncludeAudio";           ///< Boolean; true.
+inline constexpr std::string_view exportOutputScale = "lksExportOutputScale";             ///< Number; 1.
+inline constexpr std::string_view ripplePushBefore = "lksRipplePushBefore";               ///< Boolean; false.
+inline constexpr std::string_view ripplePushAfter = "lksRipplePushAfter";                 ///< Boolean; false.
+inline constexpr std::string_view rippleScope = "lksRippleScope";                         ///< A scope's raw value; "all".
+inline constexpr std::string_view timelinePlayheadSnap = "lksTimelinePlayheadSnap";       ///< A snap mode's raw value; "frame".
+inline constexpr std::string_view timelineSnapToSpans = "lksTimelineSnapToSpans";         ///< Boolean; true.
+inline constexpr std::string_view timelineSnapToKeyframes = "lksTimelineSnapToKeyframes"; ///< Boolean; true.
+inline constexpr std::string_view timelineSnapToPulses = "lksTimelineSnapToPulses";       ///< Boolean; true.
 } // namespace DefaultsKey
 
 /// The canvas size that waits for the next new document. It is handed out once: both keys are removed. If either side is not

@@ -68,6 +68,7 @@ ImageRef VideoExportReader::frame(double time)
 
 void VideoExportReader::readForward(double time)
 {
+    if (reader_->seekPays(std::max(lastReadPTS_, 0.0), time)) startReader(time);
     std::optional<VideoDecoder::Picture> passedOver;
     while (std::optional<VideoDecoder::Picture> picture = reader_->next()) {
         lastReadPTS_ = picture->time;

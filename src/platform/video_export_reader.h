@@ -34,6 +34,7 @@ public:
     bool preferredTransformIsIdentity() const { return preferredTransformIsIdentity_; } ///< Pictures need no turning.
     double sourceDuration() const { return sourceDuration_; } ///< Seconds; 0 if unknown.
     double cachedFrameInterval() const { return cachedFrameInterval_; } ///< The length of the last picture that told one.
+    double lastReadPTS() const { return lastReadPTS_; } ///< When the last picture read begins; -1 if there was none.
     std::int64_t convertedPictures() const { return convertedPictures_; }
 
 private:

@@ -1,5 +1,6 @@
 #include "app/command_line.h"
 
+#include "app/command_line_call.h"
 #include "app/scratch_folder.h"
 #include "app/test_documents.h"
 #include "document/file_format.h"
@@ -19,30 +20,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Matcher;
 using testing::StartsWith;
-
-/// What a call left behind.
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string error;
-};
-
-Outcome call(const std::vector<std::string>& arguments)
-{
-    Outcome outcome;
-    const Terminal terminal{.out = [&](std::string_view text) { outcome.out += text; },
-                            .error = [&](std::string_view text) { outcome.error += text; }};
-    outcome.status = runCommandLine(arguments, terminal);
-    return outcome;
-}
-
-/// One line in the program's name.
-MATCHER_P(IsOneLine, words, "")
-{
-    *result_listener << arg;
-    return arg.starts_with("larkspool: ") && arg.ends_with("\n") && std::ranges::count(arg, '\n') == 1 &&
-           arg.find(words) != std::string::npos;
-}
 
 class CommandLine : public testing::Test {
 protected:
@@ -79,11 +56,19 @@ TEST_F(CommandLine, TellsAWrongCallInOneLineWithStatus2)
         {{"export", document, "-o", document}, "is the document itself"},
         {{"export", document, "-o", out, "--scale", "nan"}, "--scale is not a number: nan"},
         {{"export", document, "-o", out, "--scale", "0"}, "--scale is not above 0: 0"},
-        {{"export", document, "-o", out, "--all"}, "--all is not there yet"},
-        {{"export", document, "-o", out, "--exporter", "gpu"}, "--exporter gpu is not there yet"},
+        {{"export", document, "-o", out, "--scale", "-1"}, "--scale is not above 0: -1"},
+        {{"export", document, "-o", out, "--all", "--scene", "0"}, "--all and --scene exclude each other"},
+        {{"export", document, "-o", out, "--all=yes"}, "--all takes no value"},
+        {{"export", document, "-o", out, "--no-audio=1"}, "--no-audio takes no value"},
+        {{"export", document, "-o", out, "--scene", "2"}, "There is no scene 2: the document has 2 scenes, counted from 0"},
+        {{"export", document, "-o", out, "--scene", "first"}, "--scene is not a whole number: first"},
         {{"export", document, "-o", out, "--exporter", "abacus"}, "--exporter is neither cpu nor gpu: abacus"},
-        {{"export", document, "-o", out, "--motion-blur", "8"}, "--motion-blur is not there yet"},
-        {{"export", document, "-o", out, "--motion-blur", "-2"}, "--motion-blur is not there yet"},
+        {{"export", document, "-o", out, "--motion-blur", "0"}, "--motion-blur is none of 1, -2, 4, 8 and 16: 0"},
+        {{"export", document, "-o", out, "--motion-blur", "2"}, "--motion-blur is none of 1, -2, 4, 8 and 16: 2"},
+        {{"export", document, "-o", out, "--motion-blur", "-4"}, "--motion-blur is none of 1, -2, 4, 8 and 16: -4"},
+        {{"export", document, "-o", out, "--motion-blur", "4294967297"}, "--motion-blur is none of 1, -2, 4, 8 and 16: 4294967297"},
+        {{"export", document, "-o", out, "--motion-blur", "8.0"}, "--motion-blur is not a whole number: 8.0"},
+        {{"export", document, "-o", out, "--motion-blur"}, "--motion-blur lacks its value S"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.words);
@@ -152,7 +137,7 @@ TEST_F(CommandLine, TellsItsVersionAndItsHelp)
         EXPECT_EQ(one.error, "");
         EXPECT_THAT(one.out, StartsWith(std::string("larkspool ") + verb + " "));
     }
-    EXPECT_THAT(call({"export", "--help"}).out, AllOf(HasSubstr("--all"), HasSubstr("gpu is not there yet")));
+    EXPECT_THAT(call({"export", "--help"}).out, AllOf(HasSubstr("--all "), HasSubstr("--motion-blur S"), HasSubstr("--no-audio ")));
 }
 
 TEST_F(CommandLine, HelpFitsAHundredAndThirtyColumns)
@@ -161,6 +146,7 @@ TEST_F(CommandLine, HelpFitsAHundredAndThirtyColumns)
                                                       {"check", "--help"},
                                                       {"convert", "--help"},
                                                       {"evaluate", "--help"},
+                                                      {"export", "--help"},
                                                       {"frame", "--help"}}) {
         std::istringstream lines(call(arguments).out);
         for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 130u) << line;
@@ -343,16 +329,6 @@ TEST_F(CommandLine, ExportTakesTheActiveSceneAndTheScale)
     const FilmReport film = probeFilm(out);
     EXPECT_EQ(film.width, 24); // Half of the second scene's 48.
     EXPECT_EQ(film.height, 18);
-}
-
-TEST_F(CommandLine, ExportSaysThatSoundIsMissingUnlessItWasNotAskedFor)
-{
-    std::string text = documentText({{}});
-    text.insert(text.size() - 1, R"(,"audio":{"urlString":"song.mp3","volume":1,"displayName":"Song"})");
-    const std::string sounding = folder.write("sounding.larkspool", text);
-    const std::string out = folder.file("film.mp4");
-    EXPECT_THAT(call({"export", sounding, "-o", out}).out, HasSubstr(", silent (sound cannot be exported yet)\n"));
-    EXPECT_THAT(call({"export", sounding, "-o", out, "--no-audio"}).out, Not(HasSubstr("silent")));
 }
 
 } // namespace larkspool

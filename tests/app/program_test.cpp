@@ -3,6 +3,8 @@
 #include "app/scratch_folder.h"
 #include "app/test_documents.h"
 #include "support/film_probe.h"
+#include "support/sound_probe.h"
+#include "support/test_media.h"
 
 #include <csignal>
 #include <sstream>
@@ -91,9 +93,8 @@ TEST_F(HeadlessProgram, NeedsNoWindowSystem)
 
 TEST_F(HeadlessProgram, LeavesTheSoundOfTheDocumentOut)
 {
-    std::string text = documentText({{}});
-    text.insert(text.size() - 1, R"(,"audio":{"urlString":"song.mp3","volume":1,"displayName":"Song"})");
-    folder.write("sounding.larkspool", text);
+    makeMedia(folder.file("song.wav"), "-f lavfi -i sine=d=2");
+    folder.write("sounding.larkspool", soundingDocumentText({{}}, "song.wav"));
     EXPECT_EQ(linesOf(run("sounding.larkspool", "out.mp4").out).size(), 2u);
     EXPECT_FALSE(probeFilm(folder.file("out.mp4")).hasAudio);
 }
@@ -168,10 +169,10 @@ TEST_F(HeadlessProgram, TwoScenesTakeTheFormForAList)
 
 TEST_F(HeadlessProgram, AnOutputThatCannotBeWrittenFailsAndLeavesNothing)
 {
-    expectFailure(run("in.larkspool", "no-folder/out.mp4"), 1, "writeFailed(\"");
+    expectFailure(run("in.larkspool", "no-folder/out.mp4"), 1, "writerSetupFailed(\"");
     std::filesystem::create_directory(folder.file("taken"));
-    expectFailure(run("in.larkspool", "taken"), 1, "writeFailed(\"");
-    expectFailure(run("in.larkspool", "/proc/out.mp4"), 1, "writeFailed(\"");
+    expectFailure(run("in.larkspool", "taken"), 1, "writerSetupFailed(\"");
+    expectFailure(run("in.larkspool", "/proc/out.mp4"), 1, "writerSetupFailed(\"");
     EXPECT_THAT(folder.names(), ElementsAre("in.larkspool", "taken"));
 }
 
@@ -186,7 +187,7 @@ TEST_F(HeadlessProgram, AFailedExportLeavesAnEarlierOneAlone)
 {
     folder.write("out.mp4", "an earlier film");
     folder.write("wrong.larkspool", documentText({{.fps = "0"}}));
-    expectFailure(run("wrong.larkspool", "out.mp4"), 1, "writeFailed(\"");
+    expectFailure(run("wrong.larkspool", "out.mp4"), 1, "writerSetupFailed(\"");
     EXPECT_EQ(folder.read("out.mp4"), "an earlier film");
 }
 
@@ -261,6 +262,84 @@ TEST_F(ExportProgram, AnInterruptKeepsTheFinishedPartAsAPlayableFilm)
     EXPECT_EQ(probeFilm(folder.file("out.mp4")).frames(), kept);
     EXPECT_LT(kept, 6000);
     EXPECT_THAT(folder.names(), ElementsAre("in.larkspool", "out.mp4"));
+}
+
+TEST_F(ExportProgram, AnInterruptOfAFilmWithSoundKeepsTheFinishedPartWithoutSound)
+{
+    makeMedia(folder.file("song.wav"), "-f lavfi -i sine=d=2");
+    const SceneText endless{.width = "320", .height = "180", .duration = "600", .layers = movingBoxText(0)};
+    folder.write("in.larkspool", soundingDocumentText({endless}, "song.wav"));
+    const ScratchFolder temporary;
+    bool interrupted = false;
+    const ProgramResult result = runProgram({.arguments = {"export", "in.larkspool", "-o", "out.mp4"},
+                                             .environment = {{"TMPDIR", temporary.path()}},
+                                             .workingFolder = folder.path(),
+                                             .errorIsTerminal = true,
+                                             .watch = [&](const std::string& error, int process) {
+                                                 if (interrupted || error.find("frames/s") == std::string::npos) return;
+                                                 interrupted = true;
+                                                 kill(process, SIGINT);
+                                             }});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    std::int64_t kept = 0;
+    const std::string words = "larkspool: Export cancelled: out.mp4 has the first ";
+    const std::size_t at = result.error.find(words);
+    ASSERT_NE(at, std::string::npos) << result.error;
+    ASSERT_EQ(std::sscanf(result.error.c_str() + at + words.size(), "%ld of 6000 frames, without sound", &kept), 1) << result.error;
+    EXPECT_THAT(result.error, HasSubstr("frames, without sound"));
+    const FilmReport film = probeFilm(folder.file("out.mp4"));
+    EXPECT_EQ(film.frames(), kept);
+    EXPECT_FALSE(film.hasAudio);
+    EXPECT_THAT(folder.names(), ElementsAre("in.larkspool", "out.mp4", "song.wav"));
+    EXPECT_THAT(temporary.names(), IsEmpty());
+}
+
+TEST_F(ExportProgram, TellsAPersonThatSoundIsBeingAdded)
+{
+    makeMedia(folder.file("song.wav"), "-f lavfi -i sine=d=2");
+    folder.write("in.larkspool", soundingDocumentText({{}}, "song.wav"));
+    const ProgramResult result = runProgram(
+        {.arguments = {"export", "in.larkspool", "-o", "out.mp4"}, .workingFolder = folder.path(), .errorIsTerminal = true});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.error, HasSubstr(" 88%  10/10  adding sound"));
+    EXPECT_TRUE(probeFilm(folder.file("out.mp4")).hasAudio);
+}
+
+TEST_F(ExportProgram, FindsABedBesideTheDocumentFromAnyFolder)
+{
+    makeMedia(folder.file("song.wav"), "-f lavfi -i sine=d=2");
+    folder.write("in.larkspool", soundingDocumentText({{}}, "song.wav"));
+    const ScratchFolder elsewhere;
+    const ProgramResult result =
+        runProgram({.arguments = {"export", folder.file("in.larkspool"), "-o", "out.mp4"}, .workingFolder = elsewhere.path()});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_TRUE(probeFilm(elsewhere.file("out.mp4")).hasAudio);
+}
+
+TEST_F(ExportProgram, ADiskThatFillsUpWhileSoundIsAddedLeavesTheEarlierFilmAlone)
+{
+    // Ten seconds that stand still are some kilobytes; as much noise is over a hundred.
+    makeMedia(folder.file("noise.wav"), "-f lavfi -i anoisesrc=d=10:a=0.5:seed=1");
+    folder.write("in.larkspool", soundingDocumentText({{.duration = "10"}}, "noise.wav"));
+    folder.write("out.mp4", "an earlier film");
+    const ScratchFolder temporary;
+    const ProgramResult result = runProgram({.arguments = {"export", "in.larkspool", "-o", "out.mp4"},
+                                             .environment = {{"TMPDIR", temporary.path()}},
+                                             .workingFolder = folder.path(),
+                                             .largestFile = 50'000});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(linesOf(result.error).size(), 1u) << result.error;
+    EXPECT_THAT(result.error, HasSubstr("File too large"));
+    EXPECT_EQ(folder.read("out.mp4"), "an earlier film");
+    EXPECT_THAT(folder.names(), ElementsAre("in.larkspool", "noise.wav", "out.mp4"));
+    EXPECT_THAT(temporary.names(), IsEmpty());
+
+    EXPECT_EQ(runProgram({.arguments = {"export", "in.larkspool", "-o", "out.mp4", "--no-audio"},
+                          .workingFolder = folder.path(),
+                          .largestFile = 50'000})
+                  .status,
+              0); // It was the sound that did not fit.
 }
 
 TEST(ProgramOnAFullDisk, SaysSoAndLeavesTheEarlierFileAlone)

@@ -1,6 +1,7 @@
 #include "export/exporter.h"
 
 #include "export/fake_asset_writer.h"
+#include "export/places.h"
 #include "export/told_source.h"
 #include "support/film_probe.h"
 #include "support/sound_probe.h"
@@ -19,42 +20,6 @@ namespace {
 using Exporter::ExportAudio;
 using Exporter::ExportError;
 using Exporter::ExportOptions;
-
-/// Where temporary files go meanwhile.
-class TemporaryFilesIn {
-public:
-    explicit TemporaryFilesIn(const std::string& folder)
-    {
-        if (const char* before = std::getenv("TMPDIR")) before_ = before;
-        setenv("TMPDIR", folder.c_str(), 1);
-    }
-    ~TemporaryFilesIn()
-    {
-        if (before_)
-            setenv("TMPDIR", before_->c_str(), 1);
-        else
-            unsetenv("TMPDIR");
-    }
-    TemporaryFilesIn(const TemporaryFilesIn&) = delete;
-    TemporaryFilesIn& operator=(const TemporaryFilesIn&) = delete;
-
-private:
-    std::optional<std::string> before_;
-};
-
-/// A folder for films and one for temporary files.
-struct Places {
-    TemporaryFolder films, temporary;
-    TemporaryFilesIn redirected{temporary.path("")};
-
-    std::string film() const { return films.path("film.mp4"); }
-    static std::vector<std::string> namesIn(const TemporaryFolder& folder)
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path(""))) names.push_back(entry.path().filename());
-        return names;
-    }
-};
 
 std::string textAt(const std::string& path)
 {
@@ -200,7 +165,7 @@ TEST(ExportWithSound, AnyOtherFailureLeavesAnEarlierFilm)
         const char* what;
         std::function<void(WriterLog&, ExportOptions&)> arrange;
     };
-    for (const Case& c : {Case{"of the pictures", [](WriterLog& log, ExportOptions&) { log.appendFailsAt = 2; }},
+    for (const Case& c : {Case{"of the pictures", [](WriterLog& log, ExportOptions&) { log.encodingFailsAt = 2; }},
                           Case{"of the sound", [](WriterLog&, ExportOptions& options) {
                                    options.sound.openComposition = [](const std::string&) { return nullptr; };
                                }}}) {

@@ -172,8 +172,9 @@ TEST(Export, AFrameThatShowsWhatTheOneBeforeDidIsRepeated)
     TweenScene scene = movingScene(1, 4);
     scene.duration = 2; // The box stands still in the second half: frames 4 to 7 all show it at its end.
     exportScene(scene, folder.path("film.mp4"), optionsWritingTo(log));
-    EXPECT_THAT(log.appended, testing::ElementsAre(0, 1, 2, 3, 4));
+    EXPECT_THAT(log.encoded, testing::ElementsAre(0, 1, 2, 3, 4));
     EXPECT_THAT(log.repeated, testing::ElementsAre(5, 6, 7));
+    EXPECT_EQ(log.appended.size(), 8u);
 }
 
 TEST(Export, ProgressIsToldAfterEveryFrameAndEndsAtOne)
@@ -193,7 +194,7 @@ TEST(Export, EverySixthFrameIsPreviewed)
     WriterLog log;
     std::vector<std::int64_t> previewed;
     ExportOptions options = optionsWritingTo(log);
-    options.previewFrame = [&](const PixelBuffer&) { previewed.push_back(static_cast<std::int64_t>(log.appended.size())); };
+    options.previewFrame = [&](const PixelBuffer&) { previewed.push_back(static_cast<std::int64_t>(log.encoded.size())); };
     exportScene(movingScene(1, 14), folder.path("film.mp4"), options);
     EXPECT_THAT(previewed, testing::ElementsAre(0, 6, 12));
 }
@@ -292,7 +293,7 @@ TEST(Export, AListOfScenesHasTheSizeAndRateOfTheFirstAndAllPauses)
     EXPECT_EQ(log.settings.width, 8);
     EXPECT_EQ(log.settings.height, 4);
     EXPECT_EQ(log.settings.fps, 4);
-    EXPECT_EQ(log.appended.size() + log.repeated.size(), 14u); // 1.5 and 2 seconds of 4 frames.
+    EXPECT_EQ(log.appended.size(), 14u); // 1.5 and 2 seconds of 4 frames.
     EXPECT_THAT(log.repeated, testing::IsSupersetOf({5, 11, 12, 13}));
 }
 
@@ -301,9 +302,11 @@ TEST(Export, EveryFailureHasItsWordsAndLeavesAnEarlierFilm)
     struct Case { const char* what; std::function<void(WriterLog&)> arrange; const char* words; };
     for (const Case& c : {
              Case{"start", [](WriterLog& log) { log.startFails = true; }, "Export failed: startWriting failed: It broke — (Fake #-5)"},
-             Case{"buffer", [](WriterLog& log) { log.bufferFailsAt = 1; }, "Export failed: Pixel buffer alloc failed: -5"},
-             Case{"append", [](WriterLog& log) { log.appendFailsAt = 2; },
+             Case{"buffer", [](WriterLog& log) { log.bufferFails = true; }, "Export failed: Pixel buffer alloc failed: -5"},
+             Case{"encoding", [](WriterLog& log) { log.encodingFailsAt = 2; },
                   "Export failed: append failed at frame 2: It broke — (Fake #-5)"},
+             Case{"append", [](WriterLog& log) { log.appendFailsAt = 0; },
+                  "Export failed: append failed at frame 0: It broke — (Fake #-5)"},
              Case{"finish", [](WriterLog& log) { log.finishFails = true; },
                   "Export failed: finishWriting failed: It broke — (Fake #-5)"},
          }) {
@@ -383,7 +386,7 @@ TEST(Export, ReadsVideosAsTheyAreNowAndLeavesNoneOpen)
         scene.layers = {videoOf(path, {8, 4})};
         EXPECT_EQ(failureOf([&] { exportScene(scene, folder.path("film.mp4"), options); }),
                   c.isCancelled ? "Export cancelled." : "no failure");
-        EXPECT_EQ(blue, static_cast<int>(log.appended.size()));
+        EXPECT_EQ(blue, static_cast<int>(log.encoded.size()));
         EXPECT_GE(blue, 1);
 
         const std::int64_t opened = Exporter::videoWork().openedGenerators;

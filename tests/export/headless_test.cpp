@@ -1,5 +1,7 @@
 #include "export/headless.h"
 
+#include "export/exporter_gpu.h"
+
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -74,7 +76,7 @@ protected:
                         ExportCall call{.form = ExportCall::Form::scenes, .widths = {}, .path = path};
                         for (const TweenScene& scene : scenes) call.widths.push_back(scene.width);
                         record(call, audio.has_value(), clips.size(), options);
-                        if (scenes.empty()) Exporter::exportMP4(scenes, path, audio, clips, options);
+                        if (scenes.empty()) ExporterGPU::exportMP4(scenes, path, audio, clips, options);
                     },
                 .seconds = [this] { return seconds; },
                 .print = [this](std::string_view line) { lines.emplace_back(line); }};
@@ -185,7 +187,7 @@ TEST_F(HeadlessRun, ADocumentWithoutScenesFailsWithTheErrorOfTheListForm)
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(calls[0].form, ExportCall::Form::scenes);
     EXPECT_THAT(lines, ElementsAre("[headless] loaded 0 scene(s) from in.larkspool",
-                                   "[headless] export failed: writeFailed(\"No scenes to export\")"));
+                                   "[headless] export failed: writerSetupFailed(\"No scenes to render\")"));
 }
 
 TEST_F(HeadlessRun, AFailedExportEndsWithTheErrorsTextualFormRatherThanItsWords)
@@ -201,6 +203,9 @@ TEST_F(HeadlessRun, AFailedExportEndsWithTheErrorsTextualFormRatherThanItsWords)
          "[headless] export failed: cannotCreatePixelBufferPool"},
         {std::make_exception_ptr(ExportError(userCancelled)), "[headless] export failed: userCancelled"},
         {std::make_exception_ptr(ExportError(writeFailed, "Disk full")), "[headless] export failed: writeFailed(\"Disk full\")"},
+        {std::make_exception_ptr(GPUExportError::cancelled()), "[headless] export failed: cancelled"},
+        {std::make_exception_ptr(GPUExportError::appendFailed(7, "Disk full")),
+         "[headless] export failed: appendFailed(7, \"Disk full\")"},
         {std::make_exception_ptr(std::bad_alloc()), "[headless] export failed: outOfMemory"},
         {std::make_exception_ptr(std::runtime_error("odd")), "[headless] export failed: unexpected(\"odd\")"},
     };
@@ -218,6 +223,13 @@ TEST_F(HeadlessRun, ADocumentThatDoesNotLoadGivesOneLineAndNoExport)
     runHeadlessExport("in", "out", surroundings([](const std::string&) -> TweenDocument { throw std::runtime_error("odd"); }));
     EXPECT_THAT(lines, ElementsAre("[headless] export failed: unexpected(\"odd\")"));
     EXPECT_TRUE(calls.empty());
+}
+
+TEST(HeadlessSurroundings, ExportWithTheSecondExporter)
+{
+    const HeadlessSurroundings system = HeadlessSurroundings::system();
+    EXPECT_THROW(system.exportScene(sceneOfWidth(1e9), "", 0, std::nullopt, {}, {}), GPUExportError);
+    EXPECT_THROW(system.exportScenes({}, "", std::nullopt, {}, {}), GPUExportError);
 }
 
 TEST_F(HeadlessRun, AMissingOrMalformedFileGivesOneLine)

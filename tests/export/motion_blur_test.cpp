@@ -133,7 +133,8 @@ TEST(MotionBlur, AFrameIsTheMeanOfItsSamples)
     for (const bool half : {false, true}) {
         PixelBuffer picture(8, 6);
         std::vector<CGSize> sizes;
-        accumulateMotionBlur(picture, 1, 4, half, 10, [&](double time, PixelBuffer& sample) {
+        BlurMemory memory;
+        accumulateMotionBlur(picture, 1, 4, half, 10, memory, [&](double time, PixelBuffer& sample) {
             sizes.push_back(sizeOf(sample));
             paintTime(time, sample);
         });
@@ -148,28 +149,27 @@ TEST(MotionBlur, AFrameIsTheMeanOfItsSamples)
 /// Counts the pictures that are drawn.
 class CountingSource final : public FilmSource {
 public:
-    explicit CountingSource(bool moves) : moves_(moves) {}
+    CountingSource(bool moves, int& drawn) : moves_(moves), drawn_(drawn) {}
 
     bool hasMotion(double, std::int64_t) const override { return moves_; }
     std::optional<EvaluatedFrame> frameAt(double) const override { return moves_ ? std::nullopt : std::optional(EvaluatedFrame{.sceneSize = {4, 4}}); }
-    void draw(double, PixelBuffer&) override { ++drawn; }
-
-    int drawn = 0;
+    void draw(double, PixelBuffer&) override { ++drawn_; }
 
 private:
     bool moves_;
+    int& drawn_;
 };
 
 TEST(MotionBlur, OnlyAMagnitudeOfTwoOrMoreDrawsSamples)
 {
     struct Case { int samples; int drawn; };
     for (const Case& c : {Case{1, 1}, Case{0, 1}, Case{-1, 1}, Case{2, 2}, Case{-2, 2}, Case{16, 16}}) {
-        CountingSource source(true);
+        int drawn = 0;
         PixelBuffer picture(4, 4);
-        const auto frames = makeFilmFrames(source, 0, 30, c.samples);
+        const auto frames = makeFilmFrames(std::make_unique<CountingSource>(true, drawn), 0, 30, c.samples);
         EXPECT_EQ(frames->advance(0), FilmFrames::Next::drawn);
-        frames->paint(picture);
-        EXPECT_EQ(source.drawn, c.drawn) << c.samples;
+        EXPECT_EQ(frames->paint(picture), (PixelRect{0, 0, 4, 4}));
+        EXPECT_EQ(drawn, c.drawn) << c.samples;
     }
 }
 
@@ -186,12 +186,23 @@ TEST(MotionBlur, EveryFrameBetweenTwoScenesIsBlurred)
 TEST(MotionBlur, AStillFrameIsDrawnOnceWhateverTheSamples)
 {
     for (const int samples : {16, -2, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-        CountingSource source(false);
-        const auto frames = makeFilmFrames(source, 0, 30, samples);
+        int drawn = 0;
+        const auto frames = makeFilmFrames(std::make_unique<CountingSource>(false, drawn), 0, 30, samples);
         EXPECT_EQ(frames->advance(0), FilmFrames::Next::drawn);
         EXPECT_EQ(frames->advance(1), FilmFrames::Next::unchanged);
-        EXPECT_EQ(source.drawn, 0);
+        EXPECT_EQ(drawn, 0);
     }
+}
+
+TEST(FilmFrames, BeginAnewAnywhereOnceAllIsForgotten)
+{
+    int drawn = 0;
+    const auto frames = makeFilmFrames(std::make_unique<CountingSource>(false, drawn), 0, 30, 1);
+    EXPECT_EQ(frames->advance(7), FilmFrames::Next::drawn);
+    EXPECT_EQ(frames->advance(8), FilmFrames::Next::unchanged);
+    frames->forget();
+    EXPECT_EQ(frames->advance(3), FilmFrames::Next::drawn);
+    EXPECT_EQ(frames->advance(4), FilmFrames::Next::unchanged);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "support/test_media.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -11,7 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <set>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -85,37 +86,61 @@ PixelBuffer paintedFrame(int width, int height, std::int64_t frame)
     return picture;
 }
 
-bool appendPainted(AssetWriter& writer, std::int64_t frame)
+PixelRect wholeOf(const PixelBuffer& picture)
 {
-    std::shared_ptr<PixelBuffer> picture = writer.nextPixelBuffer();
-    if (!picture) return false;
-    paintFrame(*picture, frame);
-    return writer.append(std::move(picture), frame);
+    return {0, 0, picture.width(), picture.height()};
 }
 
-/// Writes a film of moving frames from beginning to end. False if any step failed.
-bool writeFilm(AssetWriter& writer, std::int64_t frames)
+/// Makes a chunk of moving frames, `frames` of them from `firstFrame` on.
+FilmChunk paintedChunk(AssetWriter& writer, std::int64_t firstFrame, std::int64_t frames)
 {
-    if (!writer.startWriting()) return false;
-    for (std::int64_t i = 0; i < frames; ++i)
-        if (!appendPainted(writer, i)) return false;
-    return writer.finishWriting();
+    const std::unique_ptr<ChunkEncoder> encoder = writer.makeEncoder();
+    const std::unique_ptr<PixelBuffer> picture = writer.makePixelBuffer();
+    encoder->beginChunk(firstFrame, frames);
+    for (std::int64_t i = 0; i < frames; ++i) {
+        paintFrame(*picture, firstFrame + i);
+        encoder->setPicture(*picture, wholeOf(*picture));
+        encoder->encodeFrame();
+    }
+    while (encoder->codeHeldFrame()) {}
+    return encoder->takeChunk();
 }
 
-std::string wordsOf(const AssetWriter& writer)
+/// Writes a film of moving frames from beginning to end, in chunks of so many frames. Throws PlatformFailure.
+void writeFilm(AssetWriter& writer, std::int64_t frames, std::int64_t framesOfAChunk = 250)
 {
-    const std::optional<PlatformError> error = writer.error();
+    writer.startWriting();
+    for (std::int64_t i = 0; i < frames; i += framesOfAChunk)
+        writer.append(paintedChunk(writer, i, std::min(framesOfAChunk, frames - i)));
+    writer.finishWriting();
+}
+
+/// What `work` fails with; nothing if it does not fail.
+template <typename Work>
+std::optional<PlatformError> errorOf(const Work& work)
+{
+    try {
+        work();
+    } catch (const PlatformFailure& failure) {
+        return failure.error();
+    }
+    return std::nullopt;
+}
+
+template <typename Work>
+std::string wordsOf(const Work& work)
+{
+    const std::optional<PlatformError> error = errorOf(work);
     if (!error) return "no error";
     return error->localizedDescription + " | " + error->localizedFailureReason.value_or("");
 }
 
 /// Writes a film that must come out whole.
-void mustWrite(const std::string& path, const FilmSettings& settings, std::int64_t frames)
+void mustWrite(const std::string& path, const FilmSettings& settings, std::int64_t frames, std::int64_t framesOfAChunk = 250)
 {
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settings);
     ASSERT_TRUE(writer);
-    ASSERT_TRUE(writeFilm(*writer, frames)) << wordsOf(*writer);
-    ASSERT_FALSE(writer->error());
+    ASSERT_EQ(wordsOf([&] { writeFilm(*writer, frames, framesOfAChunk); }), "no error");
 }
 
 std::string contentsOf(const std::string& path)
@@ -200,25 +225,144 @@ TEST(AssetWriter, ARepeatShowsTheLastPictureThoughItsMemoryIsPaintedAnew)
 {
     const TemporaryFolder folder;
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 48, 30));
-    ASSERT_TRUE(writer->startWriting());
-    ASSERT_TRUE(appendPainted(*writer, 0));
-    for (std::int64_t i = 1; i < 40; ++i) {
-        for (int k = 0; k < AssetWriter::pictureCount; ++k) {
-            const std::shared_ptr<PixelBuffer> scribbled = writer->nextPixelBuffer();
-            ASSERT_TRUE(scribbled);
-            std::fill_n(scribbled->data(), scribbled->bytesPerRow() * 48, std::uint8_t{255});
+    writer->startWriting();
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    const std::unique_ptr<PixelBuffer> picture = writer->makePixelBuffer();
+    encoder->beginChunk(0, 41);
+    for (std::int64_t i = 0; i < 41; ++i) {
+        if (i % 40 == 0) {
+            paintFrame(*picture, i);
+            encoder->setPicture(*picture, wholeOf(*picture));
         }
-        ASSERT_TRUE(writer->appendRepeat(i));
+        std::fill_n(picture->data(), picture->bytesPerRow() * 48, std::uint8_t{255});
+        encoder->encodeFrame();
     }
-    ASSERT_TRUE(appendPainted(*writer, 40));
-    ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
+    while (encoder->codeHeldFrame()) {}
+    writer->append(encoder->takeChunk());
+    writer->finishWriting();
 
     std::int64_t frames = 0;
-    forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& picture) {
-        EXPECT_LT(meanChannelError(picture, paintedFrame(64, 48, index < 40 ? 0 : 40)), 3) << "frame " << index;
+    forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& shown) {
+        EXPECT_LT(meanChannelError(shown, paintedFrame(64, 48, index < 40 ? 0 : 40)), 3) << "frame " << index;
         ++frames;
     });
     EXPECT_EQ(frames, 41);
+}
+
+TEST(AssetWriter, OnlyWhatIsSaidToHaveChangedIsLookedAt)
+{
+    const TemporaryFolder folder;
+    FilmSettings settings = settingsFor(64, 48, 25);
+    settings.format = {
+        .container = "matroska", .codec = "ffv1", .pixelFormat = "yuv420p", .maximumSide = 1000, .maximumPixels = 1'000'000};
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mkv"), settings);
+    writer->startWriting();
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    PixelBuffer picture(64, 48);
+    const auto fill = [&picture](std::uint8_t level) {
+        for (int y = 0; y < 48; ++y)
+            for (int x = 0; x < 64; ++x) {
+                std::fill_n(picture.row(y) + 4 * x, 3, level);
+                picture.row(y)[4 * x + 3] = 255;
+            }
+    };
+    encoder->beginChunk(0, 2);
+    fill(0);
+    encoder->setPicture(picture, wholeOf(picture));
+    encoder->encodeFrame();
+    fill(255);
+    encoder->setPicture(picture, {20, 10, 40, 30});
+    encoder->encodeFrame();
+    while (encoder->codeHeldFrame()) {}
+    writer->append(encoder->takeChunk());
+    writer->finishWriting();
+
+    const std::vector<PixelBuffer> frames = decodedFrames(folder.path("film.mkv"));
+    ASSERT_EQ(frames.size(), 2u);
+    const auto grey = [&](int x, int y) { return static_cast<int>(frames[1].row(y)[4 * x]); };
+    EXPECT_GT(grey(20, 10), 250);
+    EXPECT_GT(grey(39, 29), 250);
+    EXPECT_LT(grey(17, 10), 5);
+    EXPECT_LT(grey(42, 29), 5);
+    EXPECT_LT(grey(39, 7), 5);
+    EXPECT_LT(grey(20, 32), 5);
+}
+
+TEST(AssetWriter, ChunksMadeInAnyOrderJoinWithoutAGap)
+{
+    const TemporaryFolder folder;
+    for (const std::int64_t framesOfAChunk : {1, 2, 7, 30, 31, 64}) {
+        SCOPED_TRACE(testing::Message() << "chunks of " << framesOfAChunk);
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(96, 64, 30));
+        writer->startWriting();
+        std::vector<FilmChunk> chunks;
+        for (std::int64_t i = 0; i < 61; i += framesOfAChunk)
+            chunks.insert(chunks.begin(), paintedChunk(*writer, i, std::min<std::int64_t>(framesOfAChunk, 61 - i)));
+        for (auto chunk = chunks.rbegin(); chunk != chunks.rend(); ++chunk) {
+            EXPECT_TRUE(chunk->pictures.front().isKey);
+            EXPECT_EQ(chunk->parameters, chunks.front().parameters);
+            writer->append(*chunk);
+        }
+        writer->finishWriting();
+
+        const FilmReport film = probeFilm(folder.path("film.mp4"));
+        EXPECT_EQ(film.declaredFrames, 61);
+        EXPECT_NEAR(film.seconds, 61.0 / 30, 1e-9);
+        ASSERT_EQ(film.frames(), 61);
+        for (std::size_t i = 0; i < film.presentationTimes.size(); ++i)
+            EXPECT_NEAR(film.presentationTimes[i], static_cast<double>(i) / 30, 1e-9);
+        forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& picture) {
+            EXPECT_LT(meanChannelError(picture, paintedFrame(96, 64, index)), 3) << "frame " << index;
+        });
+    }
+}
+
+TEST(AssetWriter, AnEncoderMakesTheSameChunkWhateverItMadeBefore)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(160, 90));
+    writer->startWriting();
+    const FilmChunk alone = paintedChunk(*writer, 30, 40);
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    PixelBuffer picture(160, 90);
+    for (const std::int64_t firstFrame : {0, 500, 30}) {
+        encoder->beginChunk(firstFrame, 40);
+        // The one before the last is given up half way.
+        for (std::int64_t i = 0; i < (firstFrame == 500 ? 10 : 40); ++i) {
+            paintFrame(picture, firstFrame + i);
+            encoder->setPicture(picture, wholeOf(picture));
+            encoder->encodeFrame();
+        }
+        if (firstFrame == 500) continue;
+        while (encoder->codeHeldFrame()) {}
+        const FilmChunk chunk = encoder->takeChunk();
+        if (firstFrame == 30) {
+            EXPECT_TRUE(chunk == alone);
+        }
+    }
+}
+
+TEST(AssetWriter, AChunkThatIsCutShortHoldsAllThatWasTakenIn)
+{
+    const TemporaryFolder folder;
+    for (const std::int64_t taken : {1, 2, 5, 29}) {
+        SCOPED_TRACE(testing::Message() << taken << " frames of 30");
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 48, 30));
+        writer->startWriting();
+        const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+        PixelBuffer picture(64, 48);
+        encoder->beginChunk(0, 30);
+        for (std::int64_t i = 0; i < taken; ++i) {
+            paintFrame(picture, i);
+            encoder->setPicture(picture, wholeOf(picture));
+            encoder->encodeFrame();
+        }
+        while (encoder->codeHeldFrame()) {}
+        EXPECT_EQ(encoder->codedFrames(), taken);
+        writer->append(encoder->takeChunk());
+        writer->finishWriting();
+        EXPECT_EQ(probeFilm(folder.path("film.mp4")).frames(), taken);
+    }
 }
 
 TEST(AssetWriter, TheSamePicturesMakeTheSameFile)
@@ -227,47 +371,6 @@ TEST(AssetWriter, TheSamePicturesMakeTheSameFile)
     mustWrite(folder.path("one.mp4"), settingsFor(160, 90), 70);
     mustWrite(folder.path("two.mp4"), settingsFor(160, 90), 70);
     EXPECT_EQ(contentsOf(folder.path("one.mp4")), contentsOf(folder.path("two.mp4")));
-}
-
-TEST(AssetWriter, PicturesAreRecycled)
-{
-    const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
-    ASSERT_TRUE(writer->startWriting());
-    std::set<const void*> seen;
-    for (std::int64_t i = 0; i < 60; ++i) {
-        std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
-        ASSERT_TRUE(picture);
-        seen.insert(picture->data());
-        ASSERT_TRUE(writer->append(std::move(picture), i));
-    }
-    EXPECT_TRUE(writer->finishWriting());
-    EXPECT_LE(seen.size(), std::size_t{AssetWriter::pictureCount});
-}
-
-TEST(AssetWriter, ACallerThatHoldsAllPicturesIsToldInsteadOfWaitingForEver)
-{
-    const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
-    ASSERT_TRUE(writer->startWriting());
-    std::vector<std::shared_ptr<PixelBuffer>> held;
-    for (int i = 0; i < AssetWriter::pictureCount; ++i) held.push_back(writer->nextPixelBuffer());
-    EXPECT_THAT(held, testing::Each(testing::NotNull()));
-    // Appended, but still held by the caller, it does not come back either.
-    ASSERT_TRUE(writer->append(held[0], 0));
-    EXPECT_EQ(writer->nextPixelBuffer(), nullptr);
-    EXPECT_THAT(wordsOf(*writer), HasSubstr("All pictures of the film are in use"));
-}
-
-TEST(AssetWriter, APictureMayOutliveItsWriter)
-{
-    const TemporaryFolder folder;
-    std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
-    ASSERT_TRUE(writer->startWriting());
-    const std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
-    writer.reset();
-    ASSERT_TRUE(picture);
-    paintFrame(*picture, 0);
 }
 
 TEST(AssetWriter, SettingsThatNoFilmCanHaveAreRefusedInWordsAndLeaveTheFileAlone)
@@ -297,13 +400,11 @@ TEST(AssetWriter, SettingsThatNoFilmCanHaveAreRefusedInWordsAndLeaveTheFileAlone
         SCOPED_TRACE(c.words);
         const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settingsFor(c.width, c.height, c.fps));
         ASSERT_TRUE(writer);
-        EXPECT_FALSE(writer->startWriting());
-        ASSERT_TRUE(writer->error());
-        EXPECT_THAT(writer->error()->localizedDescription, HasSubstr(c.words));
-        EXPECT_EQ(writer->error()->domain, "POSIX");
-        EXPECT_EQ(writer->error()->code, EINVAL);
-        EXPECT_EQ(writer->nextPixelBuffer(), nullptr);
-        EXPECT_FALSE(writer->finishWriting());
+        const std::optional<PlatformError> error = errorOf([&] { writer->startWriting(); });
+        ASSERT_TRUE(error);
+        EXPECT_THAT(error->localizedDescription, HasSubstr(c.words));
+        EXPECT_EQ(error->domain, "POSIX");
+        EXPECT_EQ(error->code, EINVAL);
     }
     EXPECT_EQ(contentsOf(path), "an earlier film");
 }
@@ -313,8 +414,7 @@ TEST(AssetWriter, WhatTheEncoderRefusesIsToldInItsWords)
     const TemporaryFolder folder;
     const std::string path = folder.path("film.mp4");
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(path, settingsTheEncoderRefuses());
-    EXPECT_FALSE(writer->startWriting());
-    const std::optional<PlatformError> error = writer->error();
+    const std::optional<PlatformError> error = errorOf([&] { writer->startWriting(); });
     ASSERT_TRUE(error);
     EXPECT_EQ(error->localizedDescription, "libx264 cannot make a film of 64 x 48 pixels at 60 frames a second");
     EXPECT_THAT(error->localizedFailureReason.value_or(""), HasSubstr("stately"));
@@ -358,12 +458,12 @@ TEST(AssetWriter, APlaceThatCannotBeWrittenIsToldInTheSystemsWords)
         SCOPED_TRACE(c.name);
         const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path(c.name), settingsFor(64, 64));
         ASSERT_TRUE(writer);
-        EXPECT_FALSE(writer->startWriting());
-        ASSERT_TRUE(writer->error());
-        EXPECT_EQ(writer->error()->localizedDescription, c.words);
-        EXPECT_THAT(writer->error()->localizedFailureReason.value_or(""), HasSubstr(folder.path(c.name)));
-        EXPECT_EQ(writer->error()->domain, "POSIX");
-        EXPECT_EQ(writer->error()->code, c.code);
+        const std::optional<PlatformError> error = errorOf([&] { writer->startWriting(); });
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->localizedDescription, c.words);
+        EXPECT_THAT(error->localizedFailureReason.value_or(""), HasSubstr(folder.path(c.name)));
+        EXPECT_EQ(error->domain, "POSIX");
+        EXPECT_EQ(error->code, c.code);
     }
 }
 
@@ -391,35 +491,34 @@ TEST(AssetWriter, AFullDiskIsToldAtSomeStepWhereverTheSpaceRunsOut)
         SCOPED_TRACE(testing::Message() << limit << " of " << whole << " bytes");
         const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settings);
         const FileSizeLimit full(limit);
-        EXPECT_FALSE(writeFilm(*writer, frames));
-        ASSERT_TRUE(writer->error());
-        EXPECT_EQ(writer->error()->localizedDescription, "File too large");
-        EXPECT_EQ(writer->error()->domain, "POSIX");
-        EXPECT_EQ(writer->error()->code, EFBIG);
+        const std::optional<PlatformError> error = errorOf([&] { writeFilm(*writer, frames); });
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->localizedDescription, "File too large");
+        EXPECT_EQ(error->domain, "POSIX");
+        EXPECT_EQ(error->code, EFBIG);
     }
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settings);
     const FileSizeLimit full(whole);
-    EXPECT_TRUE(writeFilm(*writer, frames)) << wordsOf(*writer);
+    EXPECT_EQ(wordsOf([&] { writeFilm(*writer, frames); }), "no error");
 }
 
 TEST(AssetWriter, ADeviceWithoutSpaceIsToldInTheSystemsWords)
 {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter("/dev/full", settingsFor(64, 64));
-    EXPECT_FALSE(writeFilm(*writer, 5));
-    ASSERT_TRUE(writer->error());
-    EXPECT_EQ(writer->error()->localizedDescription, "No space left on device");
-    EXPECT_EQ(writer->error()->domain, "POSIX");
-    EXPECT_EQ(writer->error()->code, ENOSPC);
+    const std::optional<PlatformError> error = errorOf([&] { writeFilm(*writer, 5); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->localizedDescription, "No space left on device");
+    EXPECT_EQ(error->domain, "POSIX");
+    EXPECT_EQ(error->code, ENOSPC);
 }
 
 TEST(AssetWriter, AFilmWithoutFramesFailsToFinish)
 {
     const TemporaryFolder folder;
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
-    ASSERT_TRUE(writer->startWriting());
-    EXPECT_FALSE(writer->finishWriting());
-    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film has no frames"));
+    writer->startWriting();
+    EXPECT_THAT(wordsOf([&] { writer->finishWriting(); }), HasSubstr("The film has no frames"));
 }
 
 TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
@@ -431,10 +530,15 @@ TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
     for (const std::int64_t frames : {-1, 0, 1, 30}) {
         SCOPED_TRACE(testing::Message() << frames << " frames");
         std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(320, 180));
-        if (frames >= 0) {
-            ASSERT_TRUE(writer->startWriting());
+        if (frames >= 0) writer->startWriting();
+        if (frames > 0) {
+            writer->append(paintedChunk(*writer, 0, frames));
+            const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+            PixelBuffer picture(320, 180);
+            encoder->beginChunk(frames, frames);
+            encoder->setPicture(picture, wholeOf(picture));
+            encoder->encodeFrame();
         }
-        for (std::int64_t i = 0; i < frames; ++i) ASSERT_TRUE(i % 3 == 1 ? writer->appendRepeat(i) : appendPainted(*writer, i));
         writer.reset();
         EXPECT_EQ(entriesOf("/proc/self/task"), threads);
         EXPECT_EQ(entriesOf("/proc/self/fd"), files);
@@ -442,38 +546,67 @@ TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
     EXPECT_THROW(probeFilm(folder.path("film.mp4")), std::runtime_error); // It does not pass for a whole film.
 }
 
-TEST(AssetWriter, FramesOutOfTurnAreRefusedAndTheFirstErrorStays)
+TEST(AssetWriter, WhatComesOutOfTurnIsRefused)
 {
     const TemporaryFolder folder;
-    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
-    EXPECT_FALSE(writer->appendRepeat(0));
-    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film is not being written"));
-    EXPECT_FALSE(writer->startWriting());
-    EXPECT_THAT(wordsOf(*writer), HasSubstr("The film is not being written"));
+    const std::unique_ptr<AssetWriter> unbegun = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
+    EXPECT_THAT(wordsOf([&] { unbegun->append({}); }), HasSubstr("The film is not being written"));
+    EXPECT_THAT(wordsOf([&] { unbegun->finishWriting(); }), HasSubstr("The film is not being written"));
 
     struct Case {
         const char* when;
-        bool (*act)(AssetWriter&);
+        void (*act)(AssetWriter&);
         const char* words;
     };
-    for (const Case& c : {Case{"a repeat of nothing", [](AssetWriter& w) { return w.appendRepeat(0); },
-                               "The first frame of a film has none to repeat"},
-                          Case{"a frame left out", [](AssetWriter& w) { return appendPainted(w, 0) && appendPainted(w, 2); },
-                               "Frame 2 came where frame 1 was due"},
-                          Case{"a frame twice", [](AssetWriter& w) { return appendPainted(w, 0) && w.appendRepeat(0); },
-                               "Frame 0 came where frame 1 was due"},
-                          Case{"no picture", [](AssetWriter& w) { return w.append(nullptr, 0); }, "Frame 0 has no picture"},
-                          Case{"another size", [](AssetWriter& w) { return w.append(std::make_shared<PixelBuffer>(62, 64), 0); },
-                               "A picture of 62 x 64 pixels does not fit a film of 64 x 64"},
-                          Case{"begun twice", [](AssetWriter& w) { return w.startWriting(); }, "The film was begun before"}}) {
+    for (const Case& c :
+         {Case{"a frame left out",
+               [](AssetWriter& w) {
+                   w.append(paintedChunk(w, 0, 1));
+                   w.append(paintedChunk(w, 2, 1));
+               },
+               "Frame 2 came where frame 1 was due"},
+          Case{"a frame twice",
+               [](AssetWriter& w) {
+                   w.append(paintedChunk(w, 0, 1));
+                   w.append(paintedChunk(w, 0, 1));
+               },
+               "Frame 0 came where frame 1 was due"},
+          Case{"no key picture",
+               [](AssetWriter& w) {
+                   FilmChunk chunk = paintedChunk(w, 0, 3);
+                   chunk.pictures.front().isKey = false;
+                   w.append(chunk);
+               },
+               "What begins with frame 0 cannot be shown without what comes before"},
+          Case{"other parameters",
+               [](AssetWriter& w) {
+                   FilmChunk chunk = paintedChunk(w, 0, 3);
+                   chunk.parameters.back() ^= 1;
+                   w.append(chunk);
+               },
+               "What begins with frame 0 was coded unlike the frames before"},
+          Case{"another size",
+               [](AssetWriter& w) {
+                   const std::unique_ptr<ChunkEncoder> encoder = w.makeEncoder();
+                   encoder->beginChunk(0, 1);
+                   encoder->setPicture(PixelBuffer(62, 64), {0, 0, 62, 64});
+               },
+               "A picture of 62 x 64 pixels does not fit a film of 64 x 64"},
+          Case{"a frame too many",
+               [](AssetWriter& w) {
+                   const std::unique_ptr<ChunkEncoder> encoder = w.makeEncoder();
+                   const std::unique_ptr<PixelBuffer> picture = w.makePixelBuffer();
+                   encoder->beginChunk(5, 1);
+                   encoder->setPicture(*picture, wholeOf(*picture));
+                   encoder->encodeFrame();
+                   encoder->encodeFrame();
+               },
+               "There is no room for a frame behind frame 5"},
+          Case{"begun twice", [](AssetWriter& w) { w.startWriting(); }, "The film was begun before"}}) {
         SCOPED_TRACE(c.when);
         const std::unique_ptr<AssetWriter> other = makeAssetWriter(folder.path("other.mp4"), settingsFor(64, 64));
-        ASSERT_TRUE(other->startWriting());
-        EXPECT_FALSE(c.act(*other));
-        EXPECT_THAT(wordsOf(*other), HasSubstr(c.words));
-        EXPECT_FALSE(appendPainted(*other, 7));
-        EXPECT_FALSE(other->finishWriting());
-        EXPECT_THAT(wordsOf(*other), HasSubstr(c.words));
+        other->startWriting();
+        EXPECT_THAT(wordsOf([&] { c.act(*other); }), HasSubstr(c.words));
     }
 }
 
@@ -502,11 +635,9 @@ TEST(AssetWriter, AnOptionThatTheLibrariesDoNotKnowIsNamed)
     strangeContainer.format.containerOptions.emplace_back("lid", "tight");
 
     const std::unique_ptr<AssetWriter> first = makeAssetWriter(folder.path("film.mp4"), strangeCodec);
-    EXPECT_FALSE(first->startWriting());
-    EXPECT_THAT(wordsOf(*first), HasSubstr("libx264 has no option \"mood\""));
+    EXPECT_THAT(wordsOf([&] { first->startWriting(); }), HasSubstr("libx264 has no option \"mood\""));
     const std::unique_ptr<AssetWriter> second = makeAssetWriter(folder.path("film.mp4"), strangeContainer);
-    EXPECT_FALSE(second->startWriting());
-    EXPECT_THAT(wordsOf(*second), HasSubstr("mp4 has no option \"lid\""));
+    EXPECT_THAT(wordsOf([&] { second->startWriting(); }), HasSubstr("mp4 has no option \"lid\""));
 }
 
 TEST(AssetWriter, AnotherFormatIsAMatterOfDataAlone)
@@ -533,15 +664,21 @@ TEST(AssetWriter, AFormatThatKeepsAlphaGetsItsColoursUnpremultiplied)
                        .maximumSide = 1000,
                        .maximumPixels = 1'000'000};
     const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mov"), settings);
-    ASSERT_TRUE(writer && writer->startWriting());
-    std::shared_ptr<PixelBuffer> picture = writer->nextPixelBuffer();
+    ASSERT_TRUE(writer);
+    writer->startWriting();
+    const std::unique_ptr<PixelBuffer> picture = writer->makePixelBuffer();
     for (int y = 0; y < 32; ++y)
         for (int x = 0; x < 32; ++x) {
             const std::uint8_t halfRed[4] = {0, 32, 64, 128};
             std::copy_n(x < 16 ? halfRed : std::array<std::uint8_t, 4>{}.data(), 4, picture->row(y) + x * 4);
         }
-    ASSERT_TRUE(writer->append(std::move(picture), 0));
-    ASSERT_TRUE(writer->finishWriting()) << wordsOf(*writer);
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    encoder->beginChunk(0, 1);
+    encoder->setPicture(*picture, wholeOf(*picture));
+    encoder->encodeFrame();
+    while (encoder->codeHeldFrame()) {}
+    writer->append(encoder->takeChunk());
+    writer->finishWriting();
 
     const std::vector<PixelBuffer> frames = decodedFrames(folder.path("film.mov"));
     ASSERT_EQ(frames.size(), 1u);
@@ -555,11 +692,12 @@ TEST(AssetWriter, NothingIsEverPrinted)
     const TemporaryFolder folder;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const bool written = writeFilm(*makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64)), 5);
-    const bool refused = !makeAssetWriter(folder.path("film.mp4"), settingsTheEncoderRefuses())->startWriting();
-    const bool failed = !makeAssetWriter(folder.path("nowhere/film.mp4"), settingsFor(64, 64))->startWriting();
+    const std::string written = wordsOf([&] { writeFilm(*makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64)), 5); });
+    const auto refused = errorOf([&] { makeAssetWriter(folder.path("film.mp4"), settingsTheEncoderRefuses())->startWriting(); });
+    const auto failed = errorOf([&] { makeAssetWriter(folder.path("nowhere/film.mp4"), settingsFor(64, 64))->startWriting(); });
     const std::string output = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
-    EXPECT_TRUE(written && refused && failed);
+    EXPECT_EQ(written, "no error");
+    EXPECT_TRUE(refused && failed);
     EXPECT_EQ(output, "");
 }
 

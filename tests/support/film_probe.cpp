@@ -57,6 +57,7 @@ public:
 
     AVFormatContext& film() const { return *film_; }
     AVStream& stream() const { return *film_->streams[streamIndex_]; }
+    const std::vector<double>& decodingTimes() const { return decodingTimes_; }
 
     /// Calls `visit` with every frame until it answers false.
     void decode(const std::function<bool(const AVFrame&)>& visit)
@@ -64,6 +65,7 @@ public:
         const Owned<AVPacket> packet(av_packet_alloc());
         while (av_read_frame(film_.get(), packet.get()) >= 0) {
             const bool ours = packet->stream_index == streamIndex_;
+            if (ours) decodingTimes_.push_back(static_cast<double>(packet->dts) * av_q2d(stream().time_base));
             if (ours) check(avcodec_send_packet(codec_.get(), packet.get()), "decoding");
             av_packet_unref(packet.get());
             if (ours && !takeFrames(visit)) return;
@@ -87,6 +89,7 @@ private:
     Owned<AVFormatContext> film_;
     int streamIndex_ = -1;
     Owned<AVCodecContext> codec_;
+    std::vector<double> decodingTimes_; ///< Of the pictures so far, in seconds.
 };
 
 /// A frame in the colours of a raster.

@@ -25,6 +25,7 @@ struct FilmReport {
     bool hasAudio = false;
     bool indexAtFront = false;             ///< The `moov` box stands before `mdat`.
     std::vector<double> presentationTimes; ///< Seconds, of every decoded frame, as shown.
+    std::vector<double> decodingTimes;     ///< Seconds, of every coded picture, as stored.
 
     std::int64_t frames() const { return static_cast<std::int64_t>(presentationTimes.size()); }
 };
