@@ -120,7 +120,8 @@ int main(int count, char** arguments)
     // Off the main thread, where no result of evaluation is kept, as in an export.
     std::thread([&] {
         for (const BenchDocument& bench : benchDocuments())
-            if (options.names.empty() ? bench.name != "multi" : std::ranges::find(options.names, bench.name) != options.names.end())
+            if (options.names.empty() ? bench.name != "multi"
+                                      : std::ranges::find(options.names, bench.name) != options.names.end())
                 printDrawing(bench, options);
     }).join();
 }

@@ -1,7 +1,9 @@
 // Exports documents and prints the time of each as a ratio to the encoder alone on the very same pictures, held in memory. Both
 // are medians of runs that take turns.
 //
-//     bench_export_ratio [--runs N] [--workers N] [--memory] [NAME ...]        cards, still and multi, where none is named
+//     bench_export_ratio [--exporter cpu|gpu] [--runs N] [--workers N] [--memory] [NAME ...]
+//
+// Of documents it takes cards, still and multi, where none is named; of exporters the first.
 //
 // A second line tells the size and the quality of the film against those of one pass of the encoder over the same pictures. As many
 // workers export as there are processors, unless told otherwise.
@@ -11,6 +13,7 @@
 #include "bench_scenes.h"
 #include "encoder_floor.h"
 #include "export/exporter.h"
+#include "export/exporter_gpu.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,6 +23,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -83,24 +87,36 @@ std::string temporaryFilm()
     return (std::filesystem::temp_directory_path() / ("larkspool-bench-" + UUID::random().string() + ".mp4")).string();
 }
 
-void exportDocument(const TweenDocument& document, const std::string& path, const Exporter::ExportOptions& options)
+/// How films are exported.
+struct Way {
+    bool composites = false; ///< By the second exporter.
+    int workers = 0;
+};
+
+void exportDocument(const TweenDocument& document, const std::string& path, const Way& way, Exporter::ExportOptions options = {})
 {
+    options.workers = way.workers;
+    const auto write = [&](const auto&... arguments) {
+        way.composites ? ExporterGPU::exportMP4(arguments...) : Exporter::exportMP4(arguments...);
+    };
+    const std::optional<Exporter::ExportAudio> silence;
+    const std::vector<Exporter::VideoAudioClip> noClips;
     if (document.scenes.size() == 1)
-        Exporter::exportMP4(document.scenes[0], path, 0, std::nullopt, {}, options);
+        write(document.scenes[0], path, 0, silence, noClips, options);
     else
-        Exporter::exportMP4(document.scenes, path, std::nullopt, {}, options);
+        write(document.scenes, path, silence, noClips, options);
 }
 
-PlanarFilm capturedFilm(const TweenDocument& document)
+PlanarFilm capturedFilm(const TweenDocument& document, const Way& way)
 {
     const TweenScene& first = document.scenes[0];
     PlanarFilm film(static_cast<int>(first.width), static_cast<int>(first.height), static_cast<int>(first.fps));
-    Exporter::ExportOptions options{.workers = 1}; // So that frames come in order.
+    Exporter::ExportOptions options;
     options.makeWriter = [&film](const std::string& path, const FilmSettings& settings) {
         return std::make_unique<CapturingWriter>(path, settings, film);
     };
     const std::string path = temporaryFilm();
-    exportDocument(document, path, options);
+    exportDocument(document, path, {.composites = way.composites, .workers = 1}, options); // One, so that frames come in order.
     std::filesystem::remove(path);
     return film;
 }
@@ -131,12 +147,12 @@ struct Times {
 };
 
 /// Exports and calls `look` with the path of the film before it goes.
-Times exportTimes(const TweenDocument& document, int workers, const std::function<void(const std::string&)>& look = {})
+Times exportTimes(const TweenDocument& document, const Way& way, const std::function<void(const std::string&)>& look = {})
 {
     const std::string path = temporaryFilm();
     Times times;
     times.processorSeconds = processorSecondsOf(
-        [&] { times.wallSeconds = secondsOf([&] { exportDocument(document, path, {.workers = workers}); }); });
+        [&] { times.wallSeconds = secondsOf([&] { exportDocument(document, path, way); }); });
     if (look) look(path);
     std::filesystem::remove(path);
     return times;
@@ -149,10 +165,10 @@ void printQuality(std::string_view name, const FilmQuality& exported, const Film
                 100 * (static_cast<double>(exported.bytes) / static_cast<double>(onePass.bytes) - 1), exported.psnr - onePass.psnr);
 }
 
-void printRatio(const BenchDocument& bench, int runs, int workers)
+void printRatio(const BenchDocument& bench, int runs, const Way& way)
 {
     const TweenDocument document = bench.make();
-    const PlanarFilm film = capturedFilm(document);
+    const PlanarFilm film = capturedFilm(document, way);
     std::vector<double> floors, exports, processorFloors, processorExports;
     FilmQuality exported, onePass;
     for (int run = 0; run < runs; ++run) {
@@ -160,7 +176,7 @@ void printRatio(const BenchDocument& bench, int runs, int workers)
         const EncoderFloor floor = encodeAlone(film);
         floors.push_back(floor.wallSeconds);
         processorFloors.push_back(floor.cpuSeconds);
-        const Times times = exportTimes(document, workers, [&](const std::string& path) {
+        const Times times = exportTimes(document, way, [&](const std::string& path) {
             if (isLast) exported = qualityOf(path, film);
         });
         exports.push_back(times.wallSeconds);
@@ -191,7 +207,7 @@ double peakMegabytes(const std::function<void()>& work)
     return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
-void printMemory(const BenchDocument& bench, int workers)
+void printMemory(const BenchDocument& bench, const Way& way)
 {
     for (const int stretch : {1, 12}) {
         TweenDocument document = bench.make();
@@ -204,7 +220,7 @@ void printMemory(const BenchDocument& bench, int workers)
             while (film.frameCount() < frames) film.appendRepeat();
             encodeAlone(film);
         });
-        const double peak = peakMegabytes([&] { exportTimes(document, workers); });
+        const double peak = peakMegabytes([&] { exportTimes(document, way); });
         std::printf("%-8s %6.1f s of film   encoder alone %6.1f MB   export %6.1f MB   above it %6.1f MB\n", std::string(bench.name).c_str(),
                     document.totalDuration(), floor, peak, peak - floor);
         std::fflush(stdout);
@@ -215,7 +231,8 @@ void printMemory(const BenchDocument& bench, int workers)
 
 int main(int count, char** arguments)
 {
-    int runs = 3, workers = 0;
+    int runs = 3;
+    Way way;
     bool memory = false;
     std::vector<std::string> names;
     for (int i = 1; i < count; ++i) {
@@ -223,7 +240,9 @@ int main(int count, char** arguments)
         if (argument == "--runs" && i + 1 < count)
             runs = std::max(std::atoi(arguments[++i]), 1);
         else if (argument == "--workers" && i + 1 < count)
-            workers = std::max(std::atoi(arguments[++i]), 0);
+            way.workers = std::max(std::atoi(arguments[++i]), 0);
+        else if (argument == "--exporter" && i + 1 < count)
+            way.composites = std::string(arguments[++i]) == "gpu";
         else if (argument == "--memory")
             memory = true;
         else
@@ -234,8 +253,8 @@ int main(int count, char** arguments)
     for (const BenchDocument& bench : benchDocuments()) {
         if (std::ranges::find(names, bench.name) == names.end()) continue;
         if (memory)
-            printMemory(bench, workers);
+            printMemory(bench, way);
         else
-            printRatio(bench, runs, workers);
+            printRatio(bench, runs, way);
     }
 }

@@ -126,8 +126,8 @@ void writePictures(const std::string& stem, const TweenScene& scene, double time
     for (int y = 0; y < difference.height(); ++y)
         for (int x = 0; x < difference.width() * 4; ++x)
             difference.row(y)[x] = x % 4 == 3 ? 255
-                                              : static_cast<std::uint8_t>(
-                                                    std::min(4 * std::abs(pair.reference.row(y)[x] - pair.composited.row(y)[x]), 255));
+                                              : static_cast<std::uint8_t>(std::min(
+                                                    4 * std::abs(pair.reference.row(y)[x] - pair.composited.row(y)[x]), 255));
     writePicture(stem + "-reference.png", pair.reference);
     writePicture(stem + "-composited.png", pair.composited);
     writePicture(stem + "-difference.png", difference);
@@ -163,10 +163,11 @@ void compare(const std::string& name, const TweenDocument& document, const Optio
         }
         ++number;
     }
-    std::printf("%-22s %5d frames   worst %6.2f dB (%s)   greatest difference %3d at %d, %d (%s), %d pixels off by more than %d%s\n", name.c_str(), frames,
-                quality.difference.psnr, quality.where.c_str(), channel.difference.greatest, channel.difference.x,
-                channel.difference.y, channel.where.c_str(), muchOffPixels, muchOff,
-                unequal > 0 ? ("   " + std::to_string(unequal) + " frames depend on those before").c_str() : "");
+    std::printf(
+        "%-22s %5d frames   worst %6.2f dB (%s)   greatest difference %3d at %d, %d (%s), %d pixels off by more than %d%s\n",
+        name.c_str(), frames, quality.difference.psnr, quality.where.c_str(), channel.difference.greatest, channel.difference.x,
+        channel.difference.y, channel.where.c_str(), muchOffPixels, muchOff,
+        unequal > 0 ? ("   " + std::to_string(unequal) + " frames depend on those before").c_str() : "");
     std::fflush(stdout);
     if (!options.folder.empty() && worstScene) writePictures(options.folder + "/" + name, *worstScene, worstTime);
 }

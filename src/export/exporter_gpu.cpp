@@ -89,8 +89,8 @@ double renderVideo(const Array<TweenScene>& scenes, const std::string& path, std
 }
 
 void exportWithSound(const Array<TweenScene>& scenes, const std::string& path, std::span<const double> startTimes,
-                     const std::optional<Exporter::ExportAudio>& audio, const std::vector<Exporter::VideoAudioClip>& videoAudioClips,
-                     const Exporter::ExportOptions& options)
+                     const std::optional<Exporter::ExportAudio>& audio,
+                     const std::vector<Exporter::VideoAudioClip>& videoAudioClips, const Exporter::ExportOptions& options)
 {
     bool isRendered = false;
     const auto write = [&](const std::string& silentPath, const Exporter::ExportOptions& silent) {

@@ -47,12 +47,12 @@ private:
     std::string text_;
 };
 
-/// The second exporter: it composites each frame from a tree of nodes, of which only what changes is painted. Its films are those of
-/// `Exporter`, but for what FramePlan and transitionLayer say, and for its blur.
+/// The second exporter: it composites each frame from a tree of nodes, of which only what changes is painted. Its films are those
+/// of `Exporter`, but for what FramePlan and transitionLayer say, and for its blur.
 namespace ExporterGPU {
 
-/// Writes `scene` as an MP4 file: as many frames as its duration has, from `startTime` on, so that the last ones show what holds at
-/// its end. Returns when the file is whole. Throws GPUExportError, and Exporter::ExportError where sound cannot be laid beside.
+/// Writes `scene` as an MP4 file: as many frames as its duration has, from `startTime` on, so that the last ones show what holds
+/// at its end. Returns when the file is whole. Throws GPUExportError, and Exporter::ExportError where sound cannot be laid beside.
 ///
 /// File, sound, progress and what a cancel keeps are as with `Exporter::exportMP4`. Each frame is the mean of as many pictures as
 /// `motionBlurSamples` says, of one where that is below 2, whether anything moves or not.

@@ -45,8 +45,8 @@ private:
     std::string path_;
 };
 
-/// The decoders of videos for the length of an export. It begins with none, so that files are read as they are now, and leaves none
-/// open, however it ends.
+/// The decoders of videos for the length of an export. It begins with none, so that files are read as they are now, and leaves
+/// none open, however it ends.
 class ExportDecoders {
 public:
     ExportDecoders() { closeAll(); }

@@ -22,8 +22,8 @@ constexpr std::int64_t chunksAhead = 2;
 /// After a cancel, frames that an encoder holds are worth waiting for so long.
 constexpr std::chrono::milliseconds patience{200};
 
-/// Memory of a worker, in bytes for a pixel of the film: its encoder, that looks 40 frames ahead, and its picture.
-constexpr std::int64_t bytesPerPixel = 200;
+/// Memory of a worker, in bytes for a pixel of the film: its encoder, which looks 40 frames ahead, and its picture.
+constexpr std::int64_t bytesPerPixel = 240;
 
 /// The part of the available memory that workers may take.
 constexpr std::int64_t memoryShare = 2;

@@ -26,8 +26,8 @@ struct FramePlanItem {
 ///
 ///     | scene 0 ...... last time, held | transition 1/n ... n/n | scene 1 ...
 ///
-/// The frames of each scene and of each transition are counted for themselves, rounded to the nearest whole number and at least 1.
-/// A plan takes memory by its scenes, whatever their length.
+/// The frames of each scene and of each transition are counted for themselves, rounded to the nearest whole number and at least
+/// 1. A plan takes memory by its scenes, whatever their length.
 class FramePlan {
 public:
     /// For the list's size and rate, those of its first scene, of which there must be one.

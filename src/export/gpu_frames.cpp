@@ -45,6 +45,8 @@ public:
         samples_.clear();
         item_ = {};
         readers_.reset();
+        // Kept bitmaps depend on the scales that came before, and the film may not depend on what this worker made before.
+        renderer_->forget();
     }
 
     Next advance(std::int64_t index) override
@@ -53,8 +55,9 @@ public:
         std::vector<Sample> samplesBefore = std::exchange(samples_, {});
         samples_.reserve(static_cast<std::size_t>(sampleCount_));
         for (int k = 0; k < sampleCount_; ++k) samples_.push_back(sampleAt(k));
+        const auto same = [](const Sample& a, const Sample& b) { return looksTheSame(a, b); };
         const bool isSame = before.transition == item_.transition && before.transitionProgress == item_.transitionProgress &&
-                            std::ranges::equal(samplesBefore, samples_, [](const Sample& a, const Sample& b) { return looksTheSame(a, b); });
+                            std::ranges::equal(samplesBefore, samples_, same);
         return isSame ? Next::unchanged : Next::drawn;
     }
 
@@ -90,8 +93,8 @@ private:
     EvaluatedFrame evaluated(std::size_t scene, double time, int k) const
     {
         // A single sample is that of the time itself, without the rounding of taking half a frame and adding it again.
-        const double taken = sampleCount_ == 1 ? std::max(time, 0.0) : Exporter::sampleTime(time, scenes_.front().fps, sampleCount_, k);
-        return evaluateFrame(scenes_[scene], taken);
+        if (sampleCount_ == 1) return evaluateFrame(scenes_[scene], std::max(time, 0.0));
+        return evaluateFrame(scenes_[scene], Exporter::sampleTime(time, scenes_.front().fps, sampleCount_, k));
     }
 
     CompositingNode tree(const Sample& sample, const PixelBuffer& picture) const

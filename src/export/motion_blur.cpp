@@ -3,7 +3,9 @@
 #include "platform/raster_context.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace larkspool::Exporter {
@@ -64,21 +66,31 @@ bool layerHasMotion(const Layer& layer, const Window& window)
     return std::ranges::any_of(layer.children, [&](const Layer& child) { return layerHasMotion(child, window); });
 }
 
-/// The greatest number of samples whose mean fits 16-bit arithmetic exactly.
-constexpr int greatestNarrowCount = 16;
+/// The most samples that a person is offered; more take a slower road.
+constexpr std::size_t greatestNarrowCount = 16;
 
-/// round((k * mean + sample) / (k + 1)) by a reciprocal of 16 bits, which is exact up to the sixteenth sample: the reciprocal is
-/// at most k / 65536 too large, and the dividend stays below 65536 / (k + 1).
-void blendRowNarrow(std::uint8_t* mean, const std::uint8_t* sample, std::size_t bytes, std::uint16_t k)
+/// round((k * mean + sample) / (k + 1)) in 16 bits. As `k` is known here, the division becomes a multiplication of many at once.
+template <std::size_t k>
+void blendRowNarrow(std::uint8_t* mean, const std::uint8_t* sample, std::size_t bytes)
 {
-    const auto count = static_cast<std::uint16_t>(k + 1);
-    const auto reciprocal = static_cast<std::uint16_t>((65536 + k) / count);
-    const auto half = static_cast<std::uint16_t>(count / 2);
+    constexpr std::uint16_t count = k + 1;
+    static_assert(255 * count + count / 2 <= 65535);
     for (std::size_t i = 0; i < bytes; ++i) {
-        const auto sum = static_cast<std::uint16_t>(k * mean[i] + sample[i] + half);
-        mean[i] = static_cast<std::uint8_t>(std::uint32_t{sum} * reciprocal >> 16);
+        const auto sum = static_cast<std::uint16_t>(k * mean[i] + sample[i] + count / 2);
+        mean[i] = static_cast<std::uint8_t>(sum / count);
     }
 }
+
+using BlendRow = void (*)(std::uint8_t* mean, const std::uint8_t* sample, std::size_t bytes);
+
+template <std::size_t... k>
+constexpr std::array<BlendRow, sizeof...(k)> blendRowsNarrow(std::index_sequence<k...>)
+{
+    return {blendRowNarrow<k>...};
+}
+
+/// By `k`.
+constexpr std::array<BlendRow, greatestNarrowCount> narrowRows = blendRowsNarrow(std::make_index_sequence<greatestNarrowCount>());
 
 void blendRowWide(std::uint8_t* mean, const std::uint8_t* sample, std::size_t bytes, std::uint64_t k)
 {
@@ -129,13 +141,14 @@ void accumulateMotionBlur(PixelBuffer& target, std::int64_t fps, int samples, bo
 void blendRunningMean(PixelBuffer& mean, const PixelBuffer& sample, int k)
 {
     const std::size_t bytes = static_cast<std::size_t>(mean.width()) * 4;
+    const auto earlier = static_cast<std::size_t>(k);
     for (int y = 0; y < mean.height(); ++y) {
         if (k == 0)
             std::memcpy(mean.row(y), sample.row(y), bytes);
-        else if (k < greatestNarrowCount)
-            blendRowNarrow(mean.row(y), sample.row(y), bytes, static_cast<std::uint16_t>(k));
+        else if (earlier < narrowRows.size())
+            narrowRows[earlier](mean.row(y), sample.row(y), bytes);
         else
-            blendRowWide(mean.row(y), sample.row(y), bytes, static_cast<std::uint64_t>(k));
+            blendRowWide(mean.row(y), sample.row(y), bytes, earlier);
     }
 }
 

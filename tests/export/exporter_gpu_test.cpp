@@ -10,8 +10,9 @@
 #include <cmath>
 #include <filesystem>
 #include <functional>
+#include <limits>
+#include <map>
 #include <stdexcept>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -642,16 +643,42 @@ TEST(GPUExport, AVideoShowsThePictureOfItsTimeHoweverOftenItIsAsked)
     for (int i = 0; i < 60; ++i) EXPECT_EQ(numbers[static_cast<std::size_t>(i)], i / 2) << i;
 }
 
-TEST(GPUExport, AnyNumberOfWorkersMakesTheSameBytes)
+/// Three chunks with a moving box over a video, a transition, and another scene.
+Array<TweenScene> scenesOfThreeChunks(const TemporaryFolder& folder)
 {
-    const TemporaryFolder folder;
     const std::string clip = folder.path("clip.mp4");
     makeMedia(clip, countingSource(300) + " -c:v libx264 -crf 20 -bf 3 -g 60");
-    // Three chunks with a moving box over a video, a transition, and another scene.
     TweenScene first = movingScene(9, 60, {64, 48});
     first.layers.edit().insert(first.layers.edit().begin(), videoOf(clip, {64, 48}));
     first.transition = {.kind = SceneTransition::Kind::zoom, .duration = 1};
-    const Array<TweenScene> scenes{first, movingScene(1, 60, {64, 48})};
+    return {first, movingScene(1, 60, {64, 48})};
+}
+
+TEST(GPUExport, AnyNumberOfWorkersPaintsTheSamePictures)
+{
+    const TemporaryFolder folder;
+    const Array<TweenScene> scenes = scenesOfThreeChunks(folder);
+    const auto picturesBy = [&](int workers) {
+        std::map<std::int64_t, std::vector<std::uint8_t>> pictures;
+        WriterLog log;
+        log.onPicture = [&](const PixelBuffer& picture, std::int64_t frame) {
+            pictures[frame].assign(picture.data(), picture.row(picture.height() - 1) + picture.bytesPerRow());
+        };
+        ExportOptions options = optionsWritingTo(log);
+        options.motionBlurSamples = 2;
+        options.workers = workers;
+        exportScenes(scenes, folder.path("film.mp4"), options);
+        EXPECT_EQ(log.appended.size(), 660u);
+        return pictures;
+    };
+    const auto one = picturesBy(1);
+    for (const int workers : {2, 3, 2}) EXPECT_TRUE(picturesBy(workers) == one) << workers;
+}
+
+TEST(GPUExport, AnyNumberOfWorkersMakesTheSameBytes)
+{
+    const TemporaryFolder folder;
+    const Array<TweenScene> scenes = scenesOfThreeChunks(folder);
     std::vector<std::vector<std::uint8_t>> films;
     for (const int workers : {1, 2, 3, 2}) {
         exportScenes(scenes, folder.path("film.mp4"), {.motionBlurSamples = 2, .workers = workers});

@@ -311,6 +311,8 @@ TEST(AssetWriter, ChunksMadeInAnyOrderJoinWithoutAGap)
         ASSERT_EQ(film.frames(), 61);
         for (std::size_t i = 0; i < film.presentationTimes.size(); ++i)
             EXPECT_NEAR(film.presentationTimes[i], static_cast<double>(i) / 30, 1e-9);
+        for (std::size_t i = 1; i < film.decodingTimes.size(); ++i)
+            EXPECT_NEAR(film.decodingTimes[i] - film.decodingTimes[i - 1], 1.0 / 30, 1e-9) << i;
         forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& picture) {
             EXPECT_LT(meanChannelError(picture, paintedFrame(96, 64, index)), 3) << "frame " << index;
         });
@@ -362,6 +364,41 @@ TEST(AssetWriter, AChunkThatIsCutShortHoldsAllThatWasTakenIn)
         writer->append(encoder->takeChunk());
         writer->finishWriting();
         EXPECT_EQ(probeFilm(folder.path("film.mp4")).frames(), taken);
+    }
+}
+
+TEST(AssetWriter, AChunkTakenEarlyEndsBeforeTheFirstGapAndPlays)
+{
+    const TemporaryFolder folder;
+    for (const std::int64_t held : {0, 1, 2, 3, 7, 20}) {
+        SCOPED_TRACE(testing::Message() << held << " of the held frames are coded");
+        const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 48, 30));
+        writer->startWriting();
+        const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+        PixelBuffer picture(64, 48);
+        encoder->beginChunk(0, 100);
+        for (std::int64_t i = 0; i < 80; ++i) {
+            paintFrame(picture, i);
+            encoder->setPicture(picture, wholeOf(picture));
+            encoder->encodeFrame();
+        }
+        for (std::int64_t i = 0; i < held; ++i) EXPECT_TRUE(encoder->codeHeldFrame());
+        const std::int64_t coded = encoder->codedFrames();
+        const FilmChunk chunk = encoder->takeChunk();
+        const auto kept = static_cast<std::int64_t>(chunk.pictures.size());
+        EXPECT_GT(kept, 0);
+        EXPECT_LE(kept, coded);
+        EXPECT_GE(kept, coded - 4); // Pictures that refer to later ones come in groups of at most four.
+        writer->append(chunk);
+        writer->finishWriting();
+
+        // The bar of another frame would be off by more than 20 on the mean.
+        std::int64_t frames = 0;
+        forEachFrame(folder.path("film.mp4"), [&](std::int64_t index, const PixelBuffer& shown) {
+            EXPECT_LT(meanChannelError(shown, paintedFrame(64, 48, index)), 6) << "frame " << index;
+            ++frames;
+        });
+        EXPECT_EQ(frames, kept);
     }
 }
 

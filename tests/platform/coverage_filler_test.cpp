@@ -21,14 +21,16 @@ struct Coverage {
 
     int at(int x, int y) const
     {
-        return levels[static_cast<std::size_t>(y - area.top) * static_cast<std::size_t>(area.width()) + static_cast<std::size_t>(x - area.left)];
+        return levels[static_cast<std::size_t>(y - area.top) * static_cast<std::size_t>(area.width()) +
+                      static_cast<std::size_t>(x - area.left)];
     }
     double sum() const { return std::accumulate(levels.begin(), levels.end(), 0.0) / 255; }
 };
 
 Coverage stored(CoverageFiller& filler, const PixelRect& clip)
 {
-    Coverage coverage{clip, std::vector<std::uint8_t>(static_cast<std::size_t>(clip.width()) * static_cast<std::size_t>(clip.height()), 77)};
+    Coverage coverage{
+        clip, std::vector<std::uint8_t>(static_cast<std::size_t>(clip.width()) * static_cast<std::size_t>(clip.height()), 77)};
     filler.store(clip, coverage.levels.data());
     return coverage;
 }
@@ -175,7 +177,8 @@ TEST(CoverageFiller, AMirroredShapeCoversTheSame)
 TEST(CoverageFiller, CoversEachPixelByItsPart)
 {
     EXPECT_TRUE(rc::check("as 64 x 64 points in each pixel tell", [] {
-        const double width = *rc::gen::inRange(1, 160) / 4.0 * *rc::gen::element(1.0, 3.0), height = *rc::gen::inRange(1, 160) / 4.0;
+        const double width = *rc::gen::inRange(1, 160) / 4.0 * *rc::gen::element(1.0, 3.0),
+                     height = *rc::gen::inRange(1, 160) / 4.0;
         const CGPoint at{*rc::gen::inRange(-80, 160) / 8.0, *rc::gen::inRange(-80, 160) / 8.0};
         const double degrees = *rc::gen::inRange(0, 360);
         const Outline outline = *rc::gen::arbitrary<bool>()

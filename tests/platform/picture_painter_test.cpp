@@ -24,7 +24,10 @@ struct Pixels {
     std::uint8_t* at(int x, int y) { return bytes.data() + 4 * (static_cast<std::ptrdiff_t>(y) * width + x); }
     const std::uint8_t* at(int x, int y) const { return bytes.data() + 4 * (static_cast<std::ptrdiff_t>(y) * width + x); }
     RasterTarget target() { return {bytes.data(), static_cast<std::size_t>(width) * 4, {0, 0, width, height}}; }
-    PictureSource source(bool isOpaque) const { return {bytes.data(), static_cast<std::size_t>(width) * 4, width, height, isOpaque}; }
+    PictureSource source(bool isOpaque) const
+    {
+        return {bytes.data(), static_cast<std::size_t>(width) * 4, width, height, isOpaque};
+    }
 
     void set(int x, int y, int blue, int green, int red, int alpha)
     {
@@ -126,13 +129,14 @@ TEST(PicturePainting, WhatAPixelGetsDoesNotDependOnTheClip)
         Pixels picture = numbered(20, 17);
         for (int y = 0; y < 17; ++y) picture.set(y, y, 40, 30, 20, 100);
         const double scale = *rc::gen::element(1.0, 1.0, 0.97, 1.8), turn = *rc::gen::element(0.0, 0.0, 0.3);
-        const AffineTransform m{scale * std::cos(turn), scale * std::sin(turn), -scale * std::sin(turn), scale * std::cos(turn),
-                                *rc::gen::inRange(-40, 40) / 8.0, *rc::gen::inRange(-40, 40) / 8.0};
+        const AffineTransform m{scale * std::cos(turn), scale * std::sin(turn),           -scale * std::sin(turn),
+                                scale * std::cos(turn), *rc::gen::inRange(-40, 40) / 8.0, *rc::gen::inRange(-40, 40) / 8.0};
         const auto level = static_cast<std::uint32_t>(*rc::gen::element(255, 91));
         Pixels whole(32, 30, 90), inParts(32, 30, 90);
         paintPicture(whole.target(), {0, 0, 32, 30}, picture.source(false), m, level, nullptr);
         const int x = *rc::gen::inRange(0, 33), y = *rc::gen::inRange(0, 31);
-        for (const PixelRect& part : {PixelRect{0, 0, x, y}, PixelRect{x, 0, 32, y}, PixelRect{0, y, x, 30}, PixelRect{x, y, 32, 30}})
+        for (const PixelRect& part :
+             {PixelRect{0, 0, x, y}, PixelRect{x, 0, 32, y}, PixelRect{0, y, x, 30}, PixelRect{x, y, 32, 30}})
             paintPicture(inParts.target(), part, picture.source(false), m, level, nullptr);
         RC_ASSERT(whole.bytes == inParts.bytes);
     }));

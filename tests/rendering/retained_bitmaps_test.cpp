@@ -139,7 +139,8 @@ TEST_F(NodeBitmapsTest, MemoryThatIsUsedAgainIsClear)
 {
     NodeBitmaps none(0);
     for (const double at : {0.0, 0.5}) {
-        const NodeBitmaps::Placed placed = none.bitmap(std::make_shared<const CountedSquare>(10.5 - at, count), moved(at, 0), raster);
+        const NodeBitmaps::Placed placed =
+            none.bitmap(std::make_shared<const CountedSquare>(10.5 - at, count), moved(at, 0), raster);
         ASSERT_EQ(placed.bitmap->pixels.width(), 11);
         EXPECT_NEAR(pixelAt(placed.bitmap->pixels, at > 0 ? 0 : 10, 3).a, 128, 1);
     }
@@ -237,7 +238,8 @@ TEST(NodeOutline, BoundsHoldTheWholeOutline)
         NodeOutline outline{.rect = {{number(-9, 9), number(-9, 9)}, {number(1, 90), number(1, 90)}}};
         outline.isEllipse = *rc::gen::arbitrary<bool>();
         outline.offset = outline.isEllipse ? number(0, 9) : 0;
-        const AffineTransform m = AffineTransform().translatedBy(number(-9, 9), 4).rotatedBy(number(0, 6)).scaledBy(number(1, 3), number(1, 3));
+        const AffineTransform m =
+            AffineTransform().translatedBy(number(-9, 9), 4).rotatedBy(number(0, 6)).scaledBy(number(1, 3), number(1, 3));
         std::vector<CGPoint> points;
         flatten(outline, m, points);
         const CGRect bounds = insetBy(deviceBounds(outline, m), -0.05, -0.05);

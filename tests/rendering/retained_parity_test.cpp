@@ -109,9 +109,9 @@ TEST(Parity, ShapesOfEveryStrokeShadowAndPlaceLookAsInTheReference)
         double width;
         bool outside, perSide;
     };
-    constexpr Stroke strokes[] = {{"no stroke", 0, false, false},        {"inside", 4, false, false},
-                                  {"thin inside", 1, false, false},      {"outside", 5, true, false},
-                                  {"per side", 0, false, true},          {"per side, outside", 0, true, true}};
+    constexpr Stroke strokes[] = {{"no stroke", 0, false, false},   {"inside", 4, false, false},
+                                  {"thin inside", 1, false, false}, {"outside", 5, true, false},
+                                  {"per side", 0, false, true},     {"per side, outside", 0, true, true}};
     for (const Layer::Kind kind : {Layer::Kind::rectangle, Layer::Kind::ellipse, Layer::Kind::text})
         for (const Stroke& stroke : strokes)
             for (const ShadowPreset shadow : {ShadowPreset::none, ShadowPreset::medium})
@@ -129,8 +129,9 @@ TEST(Parity, ShapesOfEveryStrokeShadowAndPlaceLookAsInTheReference)
                         layer.strokeWidthTop = 3;
                         layer.strokeWidthLeft = 7.5;
                         layer.shadow = shadow;
-                        SCOPED_TRACE(testing::Message() << fileValue(kind) << ", " << stroke.what << ", shadow "
-                                                        << static_cast<int>(shadow) << ", turned " << rotation << ", opacity " << opacity);
+                        SCOPED_TRACE(testing::Message()
+                                     << fileValue(kind) << ", " << stroke.what << ", shadow " << static_cast<int>(shadow)
+                                     << ", turned " << rotation << ", opacity " << opacity);
                         expectAlike(sceneWith({180, 120}, {layer}), {180, 120}, {0});
                     }
 }
@@ -144,7 +145,8 @@ TEST(Parity, GlowsAndRingsLookAsInTheReference)
             layer.cornerRadius = 9;
             layer.strokeWidth = 3;
             layer.shadow = shadow;
-            layer.children = {shape(Layer::Kind::rectangle, {{5, 5}, {20, 20}}), shape(Layer::Kind::ellipse, {{30, 10}, {40, 20}})};
+            layer.children = {shape(Layer::Kind::rectangle, {{5, 5}, {20, 20}}),
+                              shape(Layer::Kind::ellipse, {{30, 10}, {40, 20}})};
             layer.pulses = {{.time = 0.1, .effects = {PulseEffect::glow, PulseEffect::radiate, PulseEffect::scale}}};
             expectAlike(sceneWith({200, 130}, {layer}), {200, 130}, {0, 0.15, 0.3, 0.6, 0.9});
         }

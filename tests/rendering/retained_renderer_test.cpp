@@ -59,7 +59,8 @@ bool areEqual(const PixelBuffer& a, const PixelBuffer& b)
 
 bool contains(std::span<const PixelRect> rects, int x, int y)
 {
-    return std::ranges::any_of(rects, [&](const PixelRect& r) { return x >= r.left && x < r.right && y >= r.top && y < r.bottom; });
+    return std::ranges::any_of(rects,
+                               [&](const PixelRect& r) { return x >= r.left && x < r.right && y >= r.top && y < r.bottom; });
 }
 
 long long areaOf(std::span<const PixelRect> rects)
@@ -214,6 +215,21 @@ TEST(SoftwareRenderer, EachMemoryIsBroughtUpToDateFromWhatItHolds)
     }
 }
 
+TEST(SoftwareRenderer, AGroupThatStopsClippingShowsAllOfItself)
+{
+    const auto renderer = makeSoftwareRenderer();
+    PixelBuffer target = soiled(64, 48);
+    CompositingNode group = box({{8, 8}, {16, 16}}, redColor, 1);
+    group.compositing = CompositingNode::Compositing::group;
+    group.cornerRadius = 8;
+    group.children.push_back(box({{0, 0}, {16, 16}}, redColor, 2));
+    for (const bool clips : {true, false, true}) {
+        group.clipsToShape = clips;
+        renderer->render(page({group}), target);
+        EXPECT_EQ(pixelAt(target, 8, 8), clips ? whitePixel : redPixel);
+    }
+}
+
 TEST(SoftwareRenderer, ForgottenMemoryIsPaintedAnew)
 {
     const auto renderer = makeSoftwareRenderer();
@@ -246,7 +262,8 @@ TEST(SoftwareRenderer, ARootThatIsAGroupGoesIntoTheMeanOfThePictures)
             for (int x = 0; x < 64; ++x) {
                 int mean = pixelAt(samples[0], x, y).g;
                 for (int k = 1; k < 4; ++k)
-                    mean = static_cast<int>(std::floor((mean * k + pixelAt(samples[static_cast<std::size_t>(k)], x, y).g) / (k + 1.0) + 0.5));
+                    mean = static_cast<int>(
+                        std::floor((mean * k + pixelAt(samples[static_cast<std::size_t>(k)], x, y).g) / (k + 1.0) + 0.5));
                 ASSERT_EQ(pixelAt(target, x, y).g, mean) << x << ", " << y;
             }
     }
@@ -275,11 +292,15 @@ TEST(SoftwareRenderer, TheMeanTellsWhatItChanged)
 Layer plausibleLayer(int depth)
 {
     const auto number = [](int from, int to) { return *rc::gen::inRange(from * 4, to * 4) / 4.0; };
-    const auto color = [&] { return ColorRGBA{number(0, 2) / 2, number(0, 2) / 2, number(0, 2) / 2, *rc::gen::element(1.0, 1.0, 0.6, 0.0)}; };
+    const auto color = [&] {
+        return ColorRGBA{number(0, 2) / 2, number(0, 2) / 2, number(0, 2) / 2, *rc::gen::element(1.0, 1.0, 0.6, 0.0)};
+    };
     Layer layer;
-    layer.kind = *rc::gen::element(Kind::rectangle, Kind::rectangle, Kind::ellipse, Kind::text, Kind::path, Kind::line, Kind::group,
-                                   Kind::cursor, Kind::gradientField, Kind::zoom);
-    layer.transform = {.x = number(-40, 90), .y = number(-40, 70), .rotation = *rc::gen::element(0.0, 0.0, 0.0, 90.0, 33.0),
+    layer.kind = *rc::gen::element(Kind::rectangle, Kind::rectangle, Kind::ellipse, Kind::text, Kind::path, Kind::line,
+                                   Kind::group, Kind::cursor, Kind::gradientField, Kind::zoom);
+    layer.transform = {.x = number(-40, 90),
+                       .y = number(-40, 70),
+                       .rotation = *rc::gen::element(0.0, 0.0, 0.0, 90.0, 33.0),
                        .scaleX = *rc::gen::element(1.0, 1.0, 0.5, 1.7)};
     layer.transform.scaleY = *rc::gen::element(layer.transform.scaleX, layer.transform.scaleX, -1.0);
     layer.size = {number(1, 70), number(1, 50)};
@@ -299,7 +320,8 @@ Layer plausibleLayer(int depth)
     layer.linePoints = {{0, 0}, {number(0, 60), number(0, 40)}, {9, 30}};
     layer.lineArrowEnd = *rc::gen::arbitrary<bool>();
     layer.gradientWarpSpeed = layer.gradientPulseAmount = 0;
-    if (*rc::gen::inRange(0, 3) == 0) layer.pulses = {{.id = UUID::random(), .time = -0.3, .effects = {PulseEffect::glow, PulseEffect::radiate}}};
+    if (*rc::gen::inRange(0, 3) == 0)
+        layer.pulses = {{.id = UUID::random(), .time = -0.3, .effects = {PulseEffect::glow, PulseEffect::radiate}}};
     for (int i = depth > 0 ? *rc::gen::inRange(0, 3) : 0; i > 0; --i) layer.children.append(plausibleLayer(depth - 1));
     if (layer.kind == Kind::zoom) {
         layer.zoomType = ZoomType::pictureInPicture;
@@ -371,7 +393,8 @@ TEST(SoftwareRenderer, TransitionsGrowFromFramesToo)
                 scene.compositing = CompositingNode::Compositing::group;
                 scene.identity = layers == &out ? 1 : 2;
                 scene.opacity = *rc::gen::element(1.0, layers == &out ? 1 - p : p);
-                const double shift = *rc::gen::element(0.0, 1.0) * std::round(p * 100) / 3, scale = *rc::gen::element(1.0, 1 + p * 0.3);
+                const double shift = *rc::gen::element(0.0, 1.0) * std::round(p * 100) / 3,
+                             scale = *rc::gen::element(1.0, 1 + p * 0.3);
                 scene.transform = AffineTransform().translatedBy(shift, 0).scaledBy(scale, scale);
                 root.children.push_back(std::move(scene));
             }
@@ -388,7 +411,8 @@ TEST(SoftwareRenderer, NoDocumentIsTooOddForIt)
         TweenScene scene = sceneWith({*arbitraryNumber(), 40}, arbitraryList<Layer>(4, [] { return *arbitraryLayer(); }));
         const auto renderer = makeSoftwareRenderer();
         PixelBuffer target = soiled(60, 40);
-        for (const double time : {0.0, 1.0, *arbitraryNumber()}) renderer->render(ExporterGPU::buildSceneLayer(scene, time, 60, 40), target);
+        for (const double time : {0.0, 1.0, *arbitraryNumber()})
+            renderer->render(ExporterGPU::buildSceneLayer(scene, time, 60, 40), target);
     }));
 }
 

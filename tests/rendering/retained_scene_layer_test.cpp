@@ -14,7 +14,8 @@ using Kind = Layer::Kind;
 /// The nodes of a scene's layers.
 std::vector<CompositingNode> nodesOf(const TweenScene& scene, double time = 0)
 {
-    const CompositingNode root = ExporterGPU::buildSceneLayer(scene, time, static_cast<int>(scene.width), static_cast<int>(scene.height));
+    const CompositingNode root =
+        ExporterGPU::buildSceneLayer(scene, time, static_cast<int>(scene.width), static_cast<int>(scene.height));
     return root.children.back().children;
 }
 
@@ -88,7 +89,8 @@ TEST(SceneLayer, OnlyGroupsAndZoomsHandTheirOpacityDown)
     child.opacity = 0.5;
     parent.opacity = 0.5;
     parent.children = {child};
-    for (const auto& [kind, opacity] : {std::pair{Kind::rectangle, 0.5}, std::pair{Kind::group, 0.25}, std::pair{Kind::zoom, 0.25}}) {
+    for (const auto& [kind, opacity] :
+         {std::pair{Kind::rectangle, 0.5}, std::pair{Kind::group, 0.25}, std::pair{Kind::zoom, 0.25}}) {
         parent.kind = kind;
         const std::vector<CompositingNode> nodes = nodesOf(sceneWith({100, 100}, {parent}));
         ASSERT_EQ(nodes[0].children.size(), 1u);
@@ -166,13 +168,15 @@ TEST(SceneLayer, TextIsPaintedWhereItStands)
         double fontSize;
         ShadowPreset shadow;
     };
-    for (const Case& c : {Case{"a shadow", "Words", 20, ShadowPreset::low}, Case{"glyphs with colours", "A \U0001F600", 20, ShadowPreset::none},
-                          Case{"huge glyphs", "Words", 400, ShadowPreset::none}}) {
+    for (const Case& c :
+         {Case{"a shadow", "Words", 20, ShadowPreset::low}, Case{"glyphs with colours", "A \U0001F600", 20, ShadowPreset::none},
+          Case{"huge glyphs", "Words", 400, ShadowPreset::none}}) {
         SCOPED_TRACE(c.what);
         text.text = c.words;
         text.fontSize = c.fontSize;
         text.shadow = c.shadow;
-        EXPECT_TRUE(std::holds_alternative<std::shared_ptr<const NodeDrawing>>(nodesOf(sceneWith({100, 100}, {text}))[0].contents));
+        EXPECT_TRUE(
+            std::holds_alternative<std::shared_ptr<const NodeDrawing>>(nodesOf(sceneWith({100, 100}, {text}))[0].contents));
     }
 }
 

@@ -169,6 +169,7 @@ FilmReport probeFilm(const std::string& path)
         report.presentationTimes.push_back(static_cast<double>(frame.best_effort_timestamp) * av_q2d(stream.time_base));
         return true;
     });
+    report.decodingTimes = open.decodingTimes();
     return report;
 }
 

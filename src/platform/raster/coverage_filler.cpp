@@ -59,15 +59,6 @@ int ceiling(Number value)
     return whole + (value > static_cast<Number>(whole) ? 1 : 0);
 }
 
-/// Brings the pixels near while the coverage is worked out: small shapes lie here and there.
-void fetchAhead(const RasterTarget& target, const PixelRect& rect)
-{
-    constexpr int pixelsOfALine = 16;
-    for (int y = rect.top; y < rect.bottom; ++y)
-        for (int x = rect.left; x < rect.right + pixelsOfALine - 1; x += pixelsOfALine)
-            __builtin_prefetch(target.at(std::min(x, rect.right - 1), y), 1);
-}
-
 } // namespace
 
 void CoverageFiller::begin(const PixelRect& area)
@@ -195,9 +186,9 @@ void CoverageFiller::accumulateRows(const Edge& edge, int firstRow, int lastRow)
         float* sums = sums_.data() + static_cast<std::ptrdiff_t>(y - firstRow) * columns_;
         std::uint64_t* marks = marks_.data() + static_cast<std::ptrdiff_t>(y - firstRow) * words_;
         const double low = std::min(x0, x1), high = std::max(x0, x1);
-        accumulateLane(low, high, (to - from) * edge.direction, columns_ - 1,
-                       [sums](int x, float part) { sums[x] += part; });
-        mark(marks, std::min(static_cast<int>(low), columns_ - 2), std::min(std::max(ceiling(high), static_cast<int>(low) + 1), columns_ - 1));
+        accumulateLane(low, high, (to - from) * edge.direction, columns_ - 1, [sums](int x, float part) { sums[x] += part; });
+        mark(marks, std::min(static_cast<int>(low), columns_ - 2),
+             std::min(std::max(ceiling(high), static_cast<int>(low) + 1), columns_ - 1));
     }
 }
 
@@ -340,13 +331,13 @@ void CoverageFiller::fill(const RasterTarget& target, const PixelRect& clip, con
             int to = std::min(left + count, clip.right);
             if (from >= to) return;
             // Beyond the levels are zeros, where there are whole groups.
-            if (hasZeros && to == left + count) to = std::min(from + (to - from + blendedPixels - 1) / blendedPixels * blendedPixels, target.area.right);
+            if (hasZeros && to == left + count)
+                to = std::min(from + (to - from + blendedPixels - 1) / blendedPixels * blendedPixels, target.area.right);
             blendColor(target.at(from, y), color, levels + (from - left), to - from);
         }
     };
     if (color.alpha == 0) return;
     const PixelRect seen = intersectionOf(clip, target.area);
-    if (lanes_ == Lanes::columns) fetchAhead(target, intersectionOf(seen, bounds_));
     sweep(seen, Painter{target, seen, color, lanes_ == Lanes::columns});
 }
 

@@ -34,8 +34,8 @@ public:
     void store(const PixelRect& clip, std::uint8_t* levels);
 
 private:
-    /// A line crosses rows, or columns where the shape is small: lanes. From `begin` to `end` it goes across lanes; where it is in
-    /// a lane is counted from the start of the bounds, as both are.
+    /// A line crosses rows, or columns where the shape is small: lanes. From `begin` to `end` it goes across lanes, and from
+    /// `beginAt` to `endAt` along them; all are counted from the start of the bounds.
     struct Edge {
         double beginAt, begin, endAt, end;
         float direction; ///< 1 for a line that ran so, -1 for one that was turned round.
@@ -66,7 +66,7 @@ private:
 
     int columns_ = 0; ///< Of a row of sums.
     int words_ = 0;
-    std::vector<float> sums_;          ///< How much more of a pixel is covered than of the one before it in its lane. Zero between sweeps.
+    std::vector<float> sums_; ///< How much more of a pixel is covered than of the one before it in its lane. Zero between sweeps.
     std::vector<std::uint64_t> marks_; ///< Which sums can differ from zero.
     std::vector<std::uint8_t> levels_;
 };

@@ -29,7 +29,7 @@ Place placeAt(double at, int count)
 {
     const double held = std::clamp(at, 0.0, static_cast<double>(count - 1));
     const double whole = std::floor(held);
-    const auto part = static_cast<std::uint32_t>((held - whole) * steps + 0.5);
+    const auto part = static_cast<std::uint32_t>(std::lround((held - whole) * steps));
     const int near = static_cast<int>(whole);
     return {near, std::min(near + 1, count - 1), part};
 }
@@ -56,6 +56,16 @@ std::uint32_t mixPixels(std::uint32_t a, std::uint32_t b, std::uint32_t part)
     const std::uint32_t even = (((a & pairs) * rest + (b & pairs) * part + half) >> 8) & pairs;
     const std::uint32_t odd = (((a >> 8) & pairs) * rest + ((b >> 8) & pairs) * part + half) & ~pairs;
     return even | odd;
+}
+
+/// Blends two rows of bytes, each as `parts` tells.
+LARKSPOOL_VECTORISED
+void mixEach(std::uint8_t* __restrict mixed, const std::uint8_t* __restrict a, const std::uint8_t* __restrict b,
+             const std::uint16_t* __restrict parts, int bytes)
+{
+    for (int i = 0; i < bytes; ++i)
+        mixed[i] = static_cast<std::uint8_t>(
+            static_cast<std::uint16_t>(a[i] * static_cast<std::uint16_t>(steps - parts[i]) + b[i] * parts[i] + steps / 2) >> 8);
 }
 
 std::uint32_t load(const std::uint8_t* pixel)
@@ -107,7 +117,8 @@ private:
     {
         if (level_ >= 255) return blendPixels(to, from, levels, count);
         scaled_.resize(static_cast<std::size_t>(count));
-        for (int i = 0; i < count; ++i) scaled_[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(partOf255(levels[i], level_));
+        for (int i = 0; i < count; ++i)
+            scaled_[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(partOf255(levels[i], level_));
         blendPixels(to, from, scaled_.data(), count);
     }
 
@@ -168,6 +179,9 @@ void layUpright(Laying& laying, const PixelRect& clip, const PictureSource& pict
     }
     evenSteps = evenSteps && columns.front().far == columns.front().near + 1;
 
+    std::vector<std::uint16_t> parts(columns.size() * 4);
+    for (std::size_t i = 0; i < parts.size(); ++i) parts[i] = static_cast<std::uint16_t>(columns[i / 4].part);
+    std::vector<std::uint8_t> near(columns.size() * 4), far(columns.size() * 4);
     std::vector<std::uint8_t> mixed(static_cast<std::size_t>(last - first + 1) * 4);
     std::vector<std::uint8_t> row(static_cast<std::size_t>(clip.width()) * 4);
     for (int y = clip.top; y < clip.bottom; ++y) {
@@ -183,13 +197,10 @@ void layUpright(Laying& laying, const PixelRect& clip, const PictureSource& pict
             mixRows(row.data(), from, from + 4, static_cast<std::uint16_t>(columns.front().part), clip.width() * 4);
         } else {
             for (std::size_t i = 0; i < columns.size(); ++i) {
-                const Place& column = columns[i];
-                const std::uint32_t near = load(source + std::ptrdiff_t{4} * (column.near - first));
-                store(row.data() + 4 * i,
-                      column.part == 0
-                          ? near
-                          : mixPixels(near, load(source + std::ptrdiff_t{4} * (column.far - first)), column.part));
+                store(near.data() + 4 * i, load(source + std::ptrdiff_t{4} * (columns[i].near - first)));
+                store(far.data() + 4 * i, load(source + std::ptrdiff_t{4} * (columns[i].far - first)));
             }
+            mixEach(row.data(), near.data(), far.data(), parts.data(), clip.width() * 4);
         }
         laying.lay(row.data(), clip.left, y, clip.width());
     }

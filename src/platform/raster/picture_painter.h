@@ -26,8 +26,8 @@ struct CoverageMask {
     }
 };
 
-/// Composites a picture over the pixels of `target` within `clip`. Between its pixels it is smooth; beyond its edge, its outermost
-/// pixels go on. Whatever lies where it should not must be masked.
+/// Composites a picture over the pixels of `target` within `clip`. Between its pixels it is smooth; beyond its edge, its
+/// outermost pixels go on. Whatever lies where it should not must be masked.
 ///
 /// `toDevice` maps pixels of the picture to device space and must be invertible. The picture is taken `level` 255ths, and as much
 /// as `mask` tells, if there is one; it must hold the clip. What a pixel gets does not depend on the clip.

@@ -49,8 +49,7 @@ LARKSPOOL_VECTORISED
 void blendPattern(std::uint8_t* __restrict pixels, const std::uint8_t* __restrict pattern, std::uint8_t rest, int bytes)
 {
     for (; bytes >= patternBytes; bytes -= patternBytes) {
-        for (int i = 0; i < patternBytes; ++i)
-            pixels[i] = static_cast<std::uint8_t>(pattern[i] + narrowPart(pixels[i], rest));
+        for (int i = 0; i < patternBytes; ++i) pixels[i] = static_cast<std::uint8_t>(pattern[i] + narrowPart(pixels[i], rest));
         pixels += patternBytes;
     }
     for (int i = 0; i < bytes; ++i) pixels[i] = static_cast<std::uint8_t>(pattern[i] + narrowPart(pixels[i], rest));
@@ -68,7 +67,7 @@ void spreadRests(std::uint8_t* __restrict rests, const std::uint8_t* __restrict 
 }
 
 constexpr int chunkPixels = 64;
-using Chunk = std::array<std::uint8_t, chunkPixels * 4>;
+using Chunk = std::array<std::uint8_t, std::size_t{4} * chunkPixels>;
 
 LARKSPOOL_VECTORISED
 void blendChunk(std::uint8_t* __restrict to, const std::uint8_t* __restrict from, int count)

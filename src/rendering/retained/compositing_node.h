@@ -62,7 +62,8 @@ struct TextContents {
 };
 
 /// What a node shows above its background: nothing, a picture, text, or a drawing that the renderer keeps as a bitmap.
-using NodeContents = std::variant<std::monostate, PictureContents, std::shared_ptr<const TextContents>, std::shared_ptr<const NodeDrawing>>;
+using NodeContents =
+    std::variant<std::monostate, PictureContents, std::shared_ptr<const TextContents>, std::shared_ptr<const NodeDrawing>>;
 
 /// A node of the tree that a renderer composites a frame from: a box with a background, a border, a shadow and contents, and its
 /// children above it. A value.
@@ -79,7 +80,7 @@ struct CompositingNode {
     /// them, so that a clash costs time and nothing else.
     std::uint64_t identity = 0;
 
-    CGSize size;               ///< The box has its origin at 0, 0.
+    CGSize size; ///< The box has its origin at 0, 0.
     AffineTransform transform; ///< To the parent's space; the root's parent is the raster.
     double opacity = 1;
     Compositing compositing = Compositing::separate;

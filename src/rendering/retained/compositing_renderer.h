@@ -15,13 +15,13 @@ public:
     virtual ~CompositingRenderer() = default;
 
     /// Composites the tree into `target`, whose upper left corner is the origin of the root's parent. Gives what can have changed
-    /// there since the last call for the same memory: rectangles that share no pixel, holding until the next call. Everything, the
-    /// first time.
+    /// there since the last call for the same memory, in rectangles that share no pixel and hold until the next call: everything,
+    /// the first time.
     ///
     /// A root that is a group goes over what the memory holds with its opacity: 1 / (k + 1) for the k-th picture after the first
-    /// gives the running mean of all, rounded at each step.
+    /// gives the running mean of all, rounded at each step. Its transform plays no part.
     ///
-    /// Between two calls nobody else may write to the memory, unless it is forgotten.
+    /// Between two calls nobody else may write to the memory, nor may it go and come back as another's, unless it is forgotten.
     virtual std::span<const PixelRect> render(const CompositingNode& root, PixelBuffer& target) = 0;
 
     /// Forgets what the memory of `target` holds.

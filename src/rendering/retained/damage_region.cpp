@@ -53,7 +53,8 @@ void DamageRegion::add(const PixelRect& rect)
     for (int y = held.top / tileSide; y <= (held.bottom - 1) / tileSide; ++y) {
         std::uint64_t* bits = row(y);
         for (int word = left / bitsPerWord; word <= right / bitsPerWord; ++word) {
-            const int first = std::max(left - word * bitsPerWord, 0), last = std::min(right - word * bitsPerWord, bitsPerWord - 1);
+            const int first = std::max(left - word * bitsPerWord, 0),
+                      last = std::min(right - word * bitsPerWord, bitsPerWord - 1);
             bits[word] |= (~std::uint64_t{0} >> (bitsPerWord - 1 - (last - first))) << first;
         }
     }
@@ -101,7 +102,8 @@ void DamageRegion::appendRuns(std::vector<PixelRect>& rects, Runs runs) const
     const std::size_t first = rects.size();
     for (int y = 0; y < rows_; ++y) {
         const auto append = [&](int begin, int end) {
-            const PixelRect run{begin * tileSide, y * tileSide, std::min(end * tileSide, width_), std::min((y + 1) * tileSide, height_)};
+            const PixelRect run{begin * tileSide, y * tileSide, std::min(end * tileSide, width_),
+                                std::min((y + 1) * tileSide, height_)};
             const auto continues = [&](const PixelRect& above) {
                 return above.bottom == run.top && above.left == run.left && above.right == run.right;
             };

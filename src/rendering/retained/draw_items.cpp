@@ -30,10 +30,15 @@ bool isFinite(const AffineTransform& m)
            std::isfinite(m.ty);
 }
 
+double length(double x, double y)
+{
+    return std::sqrt(x * x + y * y);
+}
+
 /// A transform that squeezes everything into a line or a point lets nothing be seen.
 bool canDraw(const AffineTransform& m)
 {
-    const double scale = std::max(std::hypot(m.a, m.b), std::hypot(m.c, m.d)) * std::sqrt(2.0);
+    const double scale = std::max(length(m.a, m.b), length(m.c, m.d)) * std::sqrt(2.0);
     return isFinite(m) && std::abs(m.determinant()) > 1e-12 && scale < 1e9;
 }
 
@@ -74,9 +79,9 @@ public:
     std::size_t size() const { return count_; }
 
 private:
-    void add(NodePaint paint)
+    void add(const NodePaint& paint)
     {
-        if (paint.color.a > 0) paints_[count_++] = std::move(paint);
+        if (paint.color.a > 0) paints_[count_++] = paint;
     }
 
     std::array<NodePaint, 4> paints_;
@@ -236,8 +241,9 @@ PixelRect opaquePixels(const NodeOutline& box, const PixelRect& raster)
     const auto held = [](double value, int low, int high) {
         return static_cast<int>(std::clamp(value, static_cast<double>(low), static_cast<double>(high)));
     };
-    const PixelRect pixels{held(std::ceil(r.minX()), raster.left, raster.right), held(std::ceil(r.minY()), raster.top, raster.bottom),
-                           held(std::floor(r.maxX()), raster.left, raster.right), held(std::floor(r.maxY()), raster.top, raster.bottom)};
+    const PixelRect pixels{
+        held(std::ceil(r.minX()), raster.left, raster.right), held(std::ceil(r.minY()), raster.top, raster.bottom),
+        held(std::floor(r.maxX()), raster.left, raster.right), held(std::floor(r.maxY()), raster.top, raster.bottom)};
     return pixels.empty() ? PixelRect{} : pixels;
 }
 
@@ -279,7 +285,9 @@ private:
         added.level = level(opacity);
         added.part = static_cast<std::uint32_t>(list_.groups.size());
         if (added.level > 0) added.bounds = pixelsTouchedBy(m.apply(CGRect{{0, 0}, node.size}), raster_);
-        list_.groups.push_back({&node, m, opacity, list_.groups.size()});
+        PlacedGroup placed{.node = &node, .toDevice = m, .size = node.size};
+        if (node.clipsToShape) placed.clip = outlineOf(node);
+        list_.groups.push_back(placed);
         list_.items.push_back(added);
     }
 
@@ -293,14 +301,15 @@ private:
         }
         // Where boxes are not filled as such, two outlines are quicker than five.
         const bool areBoxes = node.shape == CompositingNode::Shape::rectangle && uniformScale(m);
-        const bool isThin = node.border.width * std::min(std::hypot(m.a, m.b), std::hypot(m.c, m.d)) < seamWidth;
+        const bool isThin = node.border.width * std::min(length(m.a, m.b), length(m.c, m.d)) < seamWidth;
         const bool isPlain = !node.shadow && opacity >= 1;
         const NodePaints paints = paintsOf(node, isPlain && !areBoxes && !isThin ? InnerBorder::under : InnerBorder::ring);
         if (paints.size() > 0) addPaints(node, paints, m, opacity, hasPicture);
         if (!hasPicture) addContents(node, m, opacity);
     }
 
-    void addPaints(const CompositingNode& node, const NodePaints& paints, const AffineTransform& m, double opacity, bool hasPicture)
+    void addPaints(const CompositingNode& node, const NodePaints& paints, const AffineTransform& m, double opacity,
+                   bool hasPicture)
     {
         if (!node.shadow || (hasPicture && node.shadow->caster == NodeShadow::Caster::body)) {
             for (const NodePaint& paint : paints) addShape(paint, m, opacity);
@@ -344,7 +353,7 @@ private:
         }
         if (shape.isUprightBox && !shape.inner && shape.color.alpha == 255) added.opaque = opaquePixels(shape.outer, raster_);
         added.part = static_cast<std::uint32_t>(list_.shapes.size());
-        list_.shapes.push_back(std::move(shape));
+        list_.shapes.push_back(shape);
         list_.items.push_back(added);
     }
 
@@ -369,7 +378,8 @@ private:
         const BodyBoxes known = bodyBoxes(node);
         for (const NodePaint& paint : paints) shadow.casterBounds = unionOf(shadow.casterBounds, deviceBounds(paint.outer, m));
         if (scale && known.count > 0) addBoxes(shadow, known, m, *scale, node.shadow->shadow.offset);
-        addShadow(shadow, node.shadow->shadow, opacity, static_cast<std::uint8_t>(paints.size()), opacity >= 1, /*skipped=*/opacity < 1);
+        addShadow(shadow, node.shadow->shadow, opacity, static_cast<std::uint8_t>(paints.size()), opacity >= 1,
+                  /*skipsHeader=*/opacity < 1);
     }
 
     void addPictureShadow(const CompositingNode& node, const AffineTransform& m, double opacity)
@@ -390,7 +400,7 @@ private:
                 shadow.casterBounds = unionOf(shadow.casterBounds, m.apply(known.boxes[static_cast<std::size_t>(i)].rect));
             addBoxes(shadow, known, m, *scale, node.shadow->shadow.offset);
         }
-        addShadow(shadow, node.shadow->shadow, opacity, /*members=*/1, opacity >= 1, /*skipped=*/false);
+        addShadow(shadow, node.shadow->shadow, opacity, /*members=*/1, opacity >= 1, /*skipsHeader=*/false);
         addShape({outline.outer, std::nullopt, {0, 0, 0, 1}}, m, 1, Keep::always);
         list_.items.back().bounds = list_.items.back().opaque = {}; // It casts and is not painted itself.
     }
@@ -403,9 +413,11 @@ private:
         if (shape.isUprightBox) {
             shadow.boxes[0] = {shiftedBy(shape.outer.rect, cast.offset), shape.outer.radius, 1};
             shadow.boxCount = 1;
-            if (shape.inner) shadow.boxes[static_cast<std::size_t>(shadow.boxCount++)] = {shiftedBy(shape.inner->rect, cast.offset), shape.inner->radius, -1};
+            if (shape.inner)
+                shadow.boxes[static_cast<std::size_t>(shadow.boxCount++)] = {shiftedBy(shape.inner->rect, cast.offset),
+                                                                             shape.inner->radius, -1};
         }
-        addShadow(shadow, cast, alpha, /*members=*/1, alpha >= 1 && !paint.inner, /*skipped=*/false);
+        addShadow(shadow, cast, alpha, /*members=*/1, alpha >= 1 && !paint.inner, /*skipsHeader=*/false);
     }
 
     static void addBoxes(ShapeShadow& shadow, const BodyBoxes& known, const AffineTransform& m, double scale, CGSize offset)
@@ -423,7 +435,8 @@ private:
     }
 
     /// `skipsHeader` tells that the item that holds the shapes together comes between the shadow and them.
-    void addShadow(ShapeShadow& shadow, const RasterShadow& cast, double alpha, std::uint8_t members, bool isCovered, bool skipsHeader)
+    void addShadow(ShapeShadow& shadow, const RasterShadow& cast, double alpha, std::uint8_t members, bool isCovered,
+                   bool skipsHeader)
     {
         const double strength = heldToOne(cast.color.a) * alpha;
         const bool falls = std::hypot(cast.offset.width, cast.offset.height) < greatestDeviceLength && !std::isnan(cast.blur);
@@ -440,7 +453,7 @@ private:
             const int reach = shadowReach(shadow.sigma, strength);
             added.bounds = pixelsTouchedBy(insetBy(shiftedBy(shadow.casterBounds, cast.offset), -reach, -reach), raster_);
         }
-        list_.shadows.push_back(std::move(shadow));
+        list_.shadows.push_back(shadow);
         list_.items.push_back(added);
     }
 
@@ -497,10 +510,12 @@ bool areSame(const ShapeShadow& a, const ShapeShadow& b)
     if (a.boxCount != b.boxCount || a.countsColors != b.countsColors || a.offset != b.offset || a.sigma != b.sigma ||
         a.casterBounds != b.casterBounds || a.covered.rect != b.covered.rect || a.covered.radius != b.covered.radius)
         return false;
-    if (a.color.blue != b.color.blue || a.color.green != b.color.green || a.color.red != b.color.red || a.color.alpha != b.color.alpha)
+    if (a.color.blue != b.color.blue || a.color.green != b.color.green || a.color.red != b.color.red ||
+        a.color.alpha != b.color.alpha)
         return false;
     for (std::size_t i = 0; i < static_cast<std::size_t>(a.boxCount); ++i)
-        if (a.boxes[i].rect != b.boxes[i].rect || a.boxes[i].radius != b.boxes[i].radius || a.boxes[i].weight != b.boxes[i].weight)
+        if (a.boxes[i].rect != b.boxes[i].rect || a.boxes[i].radius != b.boxes[i].radius ||
+            a.boxes[i].weight != b.boxes[i].weight)
             return false;
     return true;
 }
@@ -532,8 +547,8 @@ bool hasRing(const NodeBorder::Sides& sides, const CompositingNode& node)
 bool FilledShape::operator==(const FilledShape& other) const
 {
     return isUprightBox == other.isUprightBox && color.blue == other.color.blue && color.green == other.color.green &&
-           color.red == other.color.red && color.alpha == other.color.alpha && toDevice == other.toDevice && outer == other.outer &&
-           inner == other.inner;
+           color.red == other.color.red && color.alpha == other.color.alpha && toDevice == other.toDevice &&
+           outer == other.outer && inner == other.inner;
 }
 
 void flatten(const CompositingNode& root, const PixelRect& raster, DrawList& list)
@@ -561,12 +576,16 @@ bool paintsSame(const DrawList& a, std::size_t itemOfA, const DrawList& b, std::
     case DrawItem::Kind::contents: {
         const PlacedContents& p = a.contents[x.part];
         const PlacedContents& q = b.contents[y.part];
-        if (p.toDevice != q.toDevice || p.opacity != q.opacity || p.clip != q.clip || !areSame(p.contents, q.contents)) return false;
+        if (p.toDevice != q.toDevice || p.opacity != q.opacity || p.clip != q.clip || !areSame(p.contents, q.contents))
+            return false;
         break;
     }
-    case DrawItem::Kind::group:
-        if (a.groups[x.part].toDevice != b.groups[y.part].toDevice) return false;
+    case DrawItem::Kind::group: {
+        const PlacedGroup& p = a.groups[x.part];
+        const PlacedGroup& q = b.groups[y.part];
+        if (p.toDevice != q.toDevice || p.size != q.size || p.clip != q.clip) return false;
         break;
+    }
     case DrawItem::Kind::together: break;
     }
     for (std::size_t i = 1; i <= x.members; ++i)

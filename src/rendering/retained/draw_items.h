@@ -49,8 +49,8 @@ struct PlacedContents {
 struct PlacedGroup {
     const CompositingNode* node = nullptr; ///< Holds while the tree does.
     AffineTransform toDevice;
-    double opacity = 1;
-    std::size_t surface = 0; ///< Counts the groups of the list.
+    CGSize size;
+    std::optional<NodeOutline> clip; ///< In the node's space.
 };
 
 /// One thing to be painted. Of some kinds, the next `members` items belong to it.

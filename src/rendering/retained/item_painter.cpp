@@ -16,6 +16,14 @@ namespace {
 constexpr double greatestWholeShadow = 2;
 constexpr PixelRect everywhere{-(1 << 24), -(1 << 24), 1 << 24, 1 << 24};
 
+/// Blurred shadows of one list take no more than this.
+constexpr std::size_t greatestShadowBytes = std::size_t{32} << 20;
+
+std::size_t bytesOf(const BlurredCoverage& blurred)
+{
+    return blurred.values.size() * sizeof(float);
+}
+
 CGRect shiftedBy(const CGRect& rect, CGSize offset)
 {
     return {{rect.origin.x + offset.width, rect.origin.y + offset.height}, rect.size};
@@ -49,8 +57,8 @@ FilledShape moved(const FilledShape& shape, CGSize by)
 bool isWholePixels(const CGRect& r, const PixelRect& area)
 {
     const auto whole = [](double side, int low, int high) { return side <= low || side >= high || side == std::floor(side); };
-    return whole(r.minX(), area.left, area.right) && whole(r.maxX(), area.left, area.right) && whole(r.minY(), area.top, area.bottom) &&
-           whole(r.maxY(), area.top, area.bottom);
+    return whole(r.minX(), area.left, area.right) && whole(r.maxX(), area.left, area.right) &&
+           whole(r.minY(), area.top, area.bottom) && whole(r.maxY(), area.top, area.bottom);
 }
 
 bool isUpright(const AffineTransform& m)
@@ -93,8 +101,8 @@ PlacedPixels placedPixels(const PictureContents& picture, const AffineTransform&
         part = {0, 0, width, height};
     }
     const PixelBuffer& pixels = image->pixels();
-    const PictureSource source{pixels.row(part.top) + std::ptrdiff_t{4} * part.left, pixels.bytesPerRow(), part.width(), part.height(),
-                               image->isOpaque()};
+    const PictureSource source{pixels.row(part.top) + std::ptrdiff_t{4} * part.left, pixels.bytesPerRow(), part.width(),
+                               part.height(), image->isOpaque()};
     return {std::move(image), source,
             m.translatedBy(destination.origin.x, destination.origin.y)
                 .scaledBy(destination.size.width / part.width(), destination.size.height / part.height())};
@@ -109,6 +117,19 @@ void ItemPainter::begin(const DrawList& list, BlurredShadows& shadows, PixelBuff
     pixels_ = &target;
     target_ = {target.data(), target.bytesPerRow(), {0, 0, target.width(), target.height()}};
     groupPicture_ = std::move(groupPicture);
+    shadowBytes_ = 0;
+    for (const std::optional<BlurredCoverage>& kept : shadows)
+        if (kept) shadowBytes_ += bytesOf(*kept);
+}
+
+void ItemPainter::fetchAhead(std::size_t item) const
+{
+    constexpr int greatestSide = 64, pixelsOfALine = 16;
+    const PixelRect& rect = list_->items[item].bounds;
+    if (rect.width() > greatestSide || rect.height() > greatestSide) return;
+    for (int y = rect.top; y < rect.bottom; ++y)
+        for (int x = rect.left; x < rect.right + pixelsOfALine - 1; x += pixelsOfALine)
+            __builtin_prefetch(target_.at(std::min(x, rect.right - 1), y), /*for writing*/ 1);
 }
 
 void ItemPainter::end()
@@ -138,14 +159,19 @@ void ItemPainter::paintShape(const FilledShape& shape, const RasterTarget& targe
         for (const PixelRect& clip : clips) paintBox(target, clip, deviceBox(shape.outer), hole, shape.color);
         return;
     }
-    filler_.begin(target.area);
-    flatten(shape.outer, shape.toDevice, points_);
-    if (!filler_.add(points_, CoverageFiller::Direction::forwards)) return;
-    if (shape.inner) {
-        flatten(*shape.inner, shape.toDevice, points_);
-        if (!filler_.add(points_, CoverageFiller::Direction::backwards)) return;
-    }
+    if (!outline(shape, target.area)) return;
     for (const PixelRect& clip : clips) filler_.fill(target, clip, shape.color);
+}
+
+/// Gives the filler the outlines of a shape; false where they are none.
+bool ItemPainter::outline(const FilledShape& shape, const PixelRect& area)
+{
+    filler_.begin(area);
+    flatten(shape.outer, shape.toDevice, points_);
+    if (!filler_.add(points_, CoverageFiller::Direction::forwards)) return false;
+    if (!shape.inner) return true;
+    flatten(*shape.inner, shape.toDevice, points_);
+    return filler_.add(points_, CoverageFiller::Direction::backwards);
 }
 
 RasterTarget ItemPainter::scratch(const PixelRect& area)
@@ -168,6 +194,13 @@ BlurredCoverage ItemPainter::blurred(std::size_t item)
     CoverageImage coverage;
     coverage.area = pixelsTouchedBy(shiftedBy(shadow.casterBounds, shadow.offset), grownBy(area, shadowReach(shadow.sigma)));
     if (coverage.area.empty()) return blurredCoverage({}, shadow.sigma, area);
+    const std::size_t count = static_cast<std::size_t>(coverage.area.width()) * static_cast<std::size_t>(coverage.area.height());
+    if (!shadow.countsColors && painted.members == 1) {
+        const FilledShape shape = moved(list_->shapes[list_->items[item + 1].part], shadow.offset);
+        coverage.values = ScratchMemory<std::uint8_t>(count);
+        if (outline(shape, coverage.area)) filler_.store(coverage.area, coverage.values.data());
+        return blurredCoverage(coverage, shadow.sigma, area);
+    }
     const RasterTarget sheet = scratch(coverage.area);
     for (std::size_t i = item + 1; i <= item + painted.members; ++i) {
         const DrawItem& member = list_->items[i];
@@ -176,8 +209,8 @@ BlurredCoverage ItemPainter::blurred(std::size_t item)
         if (!shadow.countsColors) shape.color = PixelColor{};
         paintShape(shape, sheet, {&coverage.area, 1});
     }
-    coverage.values = ScratchMemory<std::uint8_t>(scratch_.size());
-    for (std::size_t i = 0; i < scratch_.size(); ++i) coverage.values[i] = static_cast<std::uint8_t>(scratch_[i] >> 24);
+    coverage.values = ScratchMemory<std::uint8_t>(count);
+    for (std::size_t i = 0; i < count; ++i) coverage.values[i] = static_cast<std::uint8_t>(scratch_[i] >> 24);
     return blurredCoverage(coverage, shadow.sigma, area);
 }
 
@@ -186,8 +219,13 @@ void ItemPainter::paintShadow(std::size_t item, std::span<const PixelRect> clips
     const std::uint32_t part = list_->items[item].part;
     const ShapeShadow& shadow = list_->shadows[part];
     std::optional<BlurredCoverage>& kept = (*shadows_)[part];
-    if (!kept) kept = blurred(item);
-    for (const PixelRect& clip : clips) compositeShadow(target_, clip, *kept, shadow.color, shadow.covered);
+    std::optional<BlurredCoverage> passing;
+    if (!kept) {
+        passing = blurred(item);
+        shadowBytes_ += bytesOf(*passing);
+        if (shadowBytes_ <= greatestShadowBytes) std::swap(kept, passing);
+    }
+    for (const PixelRect& clip : clips) compositeShadow(target_, clip, kept ? *kept : *passing, shadow.color, shadow.covered);
 }
 
 void ItemPainter::paintTogether(std::size_t item, std::span<const PixelRect> clips)
@@ -228,7 +266,7 @@ void ItemPainter::paintText(const PlacedContents& placed, const TextContents& te
     for (const PixelRect& clip : clips) {
         const PixelRect seen = intersectionOf(clip, bounds);
         if (seen.empty()) continue;
-        SavedState saved(raster);
+        const SavedState saved(raster);
         if (seen != bounds)
             raster.clipToPath(Path::rect({{static_cast<double>(seen.left), static_cast<double>(seen.top)},
                                           {static_cast<double>(seen.width()), static_cast<double>(seen.height())}}),
@@ -259,11 +297,11 @@ void ItemPainter::paintGroup(const DrawItem& item, std::span<const PixelRect> cl
     const PlacedGroup& group = list_->groups[item.part];
     const PixelBuffer& picture = groupPicture_(item.part);
     const AffineTransform& m = group.toDevice;
-    const CGRect box{{0, 0}, group.node->size};
+    const CGRect box{{0, 0}, group.size};
     const PictureSource source{picture.data(), picture.bytesPerRow(), picture.width(), picture.height(), false};
     std::vector<NodeOutline> cuts;
     if (!isUpright(m) || !isWholePixels(m.apply(box), target_.area)) cuts.push_back({.rect = box});
-    if (group.node->clipsToShape) cuts.push_back(outlineOf(*group.node));
+    if (group.clip) cuts.push_back(*group.clip);
     paintCut(item.bounds, source, m, item.level, cuts, m, clips);
 }
 
@@ -305,15 +343,16 @@ void ItemPainter::paintDrawing(const PlacedContents& placed, const std::shared_p
     if (!kept.bitmap) return;
     const NodeBitmap& bitmap = *kept.bitmap;
     const int left = bitmap.area.left + kept.x, top = bitmap.area.top + kept.y;
-    const auto level = static_cast<std::uint32_t>(std::clamp(placed.opacity, 0.0, 1.0) * 255 + 0.5);
+    const auto level = std::uint32_t{larkspool::level(placed.opacity)};
     for (const PixelRect& clip : clips) {
-        const PixelRect seen =
-            intersectionOf(intersectionOf(clip, target_.area), {left, top, left + bitmap.pixels.width(), top + bitmap.pixels.height()});
+        const PixelRect seen = intersectionOf(intersectionOf(clip, target_.area),
+                                              {left, top, left + bitmap.pixels.width(), top + bitmap.pixels.height()});
         for (int y = seen.top; y < seen.bottom; ++y) {
             const NodeBitmap::Columns& columns = bitmap.seen[static_cast<std::size_t>(y - top)];
             const int begin = std::max(seen.left, left + columns.begin), end = std::min(seen.right, left + columns.end);
             if (begin < end)
-                blendPixels(target_.at(begin, y), bitmap.pixels.row(y - top) + std::ptrdiff_t{4} * (begin - left), end - begin, level);
+                blendPixels(target_.at(begin, y), bitmap.pixels.row(y - top) + std::ptrdiff_t{4} * (begin - left), end - begin,
+                            level);
         }
     }
 }

@@ -119,7 +119,8 @@ NodeBitmaps::Placed NodeBitmaps::bitmap(const std::shared_ptr<const NodeDrawing>
     return {bitmap, place->x, place->y};
 }
 
-std::shared_ptr<NodeBitmap> NodeBitmaps::painted(const NodeDrawing& drawing, const AffineTransform& toDevice, const PixelRect& area)
+std::shared_ptr<NodeBitmap> NodeBitmaps::painted(const NodeDrawing& drawing, const AffineTransform& toDevice,
+                                                 const PixelRect& area)
 {
     auto bitmap = std::make_shared<NodeBitmap>(NodeBitmap{clearPixels(area.width(), area.height()), area, {}});
     const std::unique_ptr<RasterContext> context = makeRasterContext(bitmap->pixels);

@@ -22,14 +22,15 @@ struct NodeBitmap {
     std::vector<Columns> seen;
 };
 
-/// Bitmaps of drawings, kept for the next frame that shows the same at the same scale and the same part of a pixel: a drawing that
-/// stands still, or moves by whole pixels, is painted once. Bounded by bytes; the least recently used goes first. For one thread.
+/// Bitmaps of drawings, kept for the next frame that shows the same at the same scale and the same part of a pixel: a drawing
+/// that stands still, or moves by whole pixels, is painted once. Bounded by bytes; the least recently used goes first. For one
+/// thread.
 class NodeBitmaps {
 public:
     explicit NodeBitmaps(std::size_t greatestBytes) : greatestBytes_(greatestBytes) {}
 
-    /// The drawing under the transform, and where its first pixel goes. Of what lies outside `raster` nothing is needed. Null where
-    /// there is nothing. Holds as long as the caller keeps it. The transform's place is rounded to a 256th of a pixel.
+    /// The drawing under the transform, and where its first pixel goes. Of what lies outside `raster` nothing is needed. Null
+    /// where there is nothing. Holds as long as the caller keeps it. The transform's place is rounded to a 256th of a pixel.
     struct Placed {
         std::shared_ptr<const NodeBitmap> bitmap;
         int x = 0, y = 0; ///< To be added to the bitmap's area.

@@ -52,8 +52,8 @@ bool pictureMoves(const Layer& layer)
 /// All that a body paints, in its own space.
 CGRect localBounds(const Layer& layer)
 {
-    const double widest = std::max({layer.strokeWidth, layer.strokeWidthTop, layer.strokeWidthRight, layer.strokeWidthBottom,
-                                    layer.strokeWidthLeft, 0.0});
+    const double widest = std::max(
+        {layer.strokeWidth, layer.strokeWidthTop, layer.strokeWidthRight, layer.strokeWidthBottom, layer.strokeWidthLeft, 0.0});
     const CGRect box = insetBy(CGRect{{0, 0}, layer.size}, -widest - 1, -widest - 1);
     return bodyHints(layer).bounds.value_or(box);
 }
@@ -70,7 +70,7 @@ public:
 
     void draw(RasterContext& context) const override
     {
-        SavedState saved(context);
+        const SavedState saved(context);
         context.setShadow(inherited_);
         Exporter::drawLayer(body_, context, /*parentOpacity=*/1, {}, /*scene=*/nullptr, /*skipOwnShadow=*/false, time_);
     }
@@ -182,7 +182,8 @@ std::shared_ptr<const NodeDrawing> makeLayerDrawing(const Layer& layer, double o
     return std::make_shared<LayerDrawing>(layer, opacity, hasOwnShadow, inherited, time);
 }
 
-std::shared_ptr<const NodeDrawing> makeViewportDrawing(const EvaluatedViewport& viewport, const std::shared_ptr<const EvaluatedFrame>& frame)
+std::shared_ptr<const NodeDrawing> makeViewportDrawing(const EvaluatedViewport& viewport,
+                                                       const std::shared_ptr<const EvaluatedFrame>& frame)
 {
     return std::make_shared<ViewportDrawing>(viewport, frame);
 }

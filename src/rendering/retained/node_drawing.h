@@ -39,6 +39,7 @@ std::shared_ptr<const NodeDrawing> makeLayerDrawing(const Layer& layer, double o
                                                     const std::optional<RasterShadow>& inherited, double time);
 
 /// A viewport of a frame, with its rings and its glow, in the space of the scene.
-std::shared_ptr<const NodeDrawing> makeViewportDrawing(const EvaluatedViewport& viewport, const std::shared_ptr<const EvaluatedFrame>& frame);
+std::shared_ptr<const NodeDrawing> makeViewportDrawing(const EvaluatedViewport& viewport,
+                                                       const std::shared_ptr<const EvaluatedFrame>& frame);
 
 } // namespace larkspool

@@ -10,16 +10,21 @@ namespace {
 /// The control of a Bézier curve for a quarter of a circle: the same curves that paths have.
 constexpr double quarterCircleControl = 0.5522847498307936;
 /// The farthest that a line strays from its curve, in device pixels.
-constexpr double tolerance = 0.06;
+constexpr double tolerance = 0.1;
 constexpr int greatestLineCount = 256;
+
+double length(double x, double y)
+{
+    return std::sqrt(x * x + y * y);
+}
 
 double greatestScale(const AffineTransform& m)
 {
-    return std::max(std::hypot(m.a, m.b), std::hypot(m.c, m.d));
+    return std::max(length(m.a, m.b), length(m.c, m.d));
 }
 
-/// How many lines a quarter of a circle of that radius takes, in device pixels: a line strays by an eighth of the radius times the
-/// square of its angle.
+/// How many lines a quarter of a circle of that radius takes, in device pixels: a line strays by an eighth of the radius times
+/// the square of its angle.
 int linesOfQuarter(double radius)
 {
     constexpr double quarter = 1.5707963267948966;
@@ -59,8 +64,8 @@ void flattenBox(const NodeOutline& outline, const AffineTransform& m, std::vecto
 {
     const CGRect& r = outline.rect;
     if (!(outline.radius > 0)) {
-        for (const CGPoint& corner : {CGPoint{r.minX(), r.minY()}, CGPoint{r.maxX(), r.minY()}, CGPoint{r.maxX(), r.maxY()},
-                                      CGPoint{r.minX(), r.maxY()}})
+        for (const CGPoint& corner :
+             {CGPoint{r.minX(), r.minY()}, CGPoint{r.maxX(), r.minY()}, CGPoint{r.maxX(), r.maxY()}, CGPoint{r.minX(), r.maxY()}})
             points.push_back(m.apply(corner));
         return;
     }
@@ -87,8 +92,8 @@ void flattenEllipse(const NodeOutline& outline, const AffineTransform& m, std::v
             CGPoint at{unit.x * rx, unit.y * ry};
             if (outline.offset != 0) {
                 const CGPoint normal{unit.x * ry, unit.y * rx};
-                const double length = std::hypot(normal.x, normal.y);
-                at = {at.x + normal.x / length * outline.offset, at.y + normal.y / length * outline.offset};
+                const double away = outline.offset / length(normal.x, normal.y);
+                at = {at.x + normal.x * away, at.y + normal.y * away};
             }
             points.push_back(m.apply(CGPoint{center.x + at.x, center.y + at.y}));
         }
@@ -133,14 +138,15 @@ bool holds(const NodeOutline& outer, const NodeOutline& inner)
     return std::hypot(across, down) <= rest + 1e-9;
 }
 
-CGRect deviceBounds(const NodeOutline& outline, const AffineTransform& m)
+CGRect deviceBounds(const NodeOutline& outline, const AffineTransform& toDevice)
 {
+    const AffineTransform& m = toDevice;
     if (!outline.isEllipse) return m.apply(outline.rect);
     const double rx = outline.rect.size.width * 0.5, ry = outline.rect.size.height * 0.5;
     // The outline strays outward from an ellipse by a thousandth at most.
     constexpr double stray = 1.001;
-    const double across = std::hypot(m.a * rx, m.c * ry) * stray + std::abs(outline.offset) * greatestScale(m);
-    const double down = std::hypot(m.b * rx, m.d * ry) * stray + std::abs(outline.offset) * greatestScale(m);
+    const double across = length(m.a * rx, m.c * ry) * stray + std::abs(outline.offset) * greatestScale(m);
+    const double down = length(m.b * rx, m.d * ry) * stray + std::abs(outline.offset) * greatestScale(m);
     const CGPoint center = m.apply(CGPoint{outline.rect.midX(), outline.rect.midY()});
     return {{center.x - across, center.y - down}, {2 * across, 2 * down}};
 }

@@ -83,8 +83,8 @@ bool castsAnyShadow(const Layer& layer, const NodeSurroundings& surroundings)
     return hasOwnShadow(layer) || surroundings.shadow;
 }
 
-/// Everything with whatever shadow it has, left to the reference drawing. Where opacity applies to the whole, the picture is drawn
-/// without it, so that one that fades is drawn once.
+/// Everything with whatever shadow it has, left to the reference drawing. Where opacity applies to the whole, the picture is
+/// drawn without it, so that one that fades is drawn once.
 CompositingNode drawnNode(const EvaluatedLayer& evaluated, const NodeSurroundings& surroundings)
 {
     const Layer& layer = evaluated.layer;
@@ -138,16 +138,16 @@ bool mayHavePictures(std::string_view text)
         const auto lead = static_cast<unsigned char>(text[i]);
         if (lead < 0x80) continue;
         const auto next = static_cast<unsigned char>(text[i + 1]);
-        if (lead >= 0xF0) return true;                                // Beyond the basic plane.
+        if (lead >= 0xF0) return true; // Beyond the basic plane.
         if (lead == 0xC2 && (next == 0xA9 || next == 0xAE)) return true; // Copyright, registered.
-        if (lead == 0xE2 && next >= 0x84 && next <= 0xAF) return true;   // Letter-like signs to arrows and symbols.
-        if (lead == 0xE2 && next == 0x80) {                              // Joiners and double marks, not quotes and dashes.
+        if (lead == 0xE2 && next >= 0x84 && next <= 0xAF) return true; // Letter-like signs to arrows and symbols.
+        if (lead == 0xE2 && next == 0x80) { // Joiners and double marks, not quotes and dashes.
             const auto last = i + 2 < text.size() ? static_cast<unsigned char>(text[i + 2]) : 0;
             if (last == 0x8D || last == 0xBC) return true;
         }
-        if (lead == 0xE2 && next == 0x83) return true;                   // Enclosing keycaps.
+        if (lead == 0xE2 && next == 0x83) return true; // Enclosing keycaps.
         if (lead == 0xE3 && (next == 0x80 || next == 0x8A)) return true; // Signs of East Asia.
-        if (lead == 0xEF && next == 0xB8) return true;                   // Selectors of a look.
+        if (lead == 0xEF && next == 0xB8) return true; // Selectors of a look.
     }
     return false;
 }
@@ -164,7 +164,8 @@ CGSize sizeOnRaster(CGSize size, const AffineTransform& m)
 }
 
 /// A node that shows a picture in its box, under its border. Pictures with a shadow and holes are left to the reference.
-CompositingNode pictureNode(PictureContents contents, bool isRound, const EvaluatedLayer& evaluated, const NodeSurroundings& surroundings)
+CompositingNode pictureNode(PictureContents contents, bool isRound, const EvaluatedLayer& evaluated,
+                            const NodeSurroundings& surroundings)
 {
     const Layer& layer = evaluated.layer;
     if (!contents.image || (castsAnyShadow(layer, surroundings) && !contents.image->isOpaque()))
@@ -281,7 +282,8 @@ CompositingNode ExporterGPU::buildSceneLayer(const EvaluatedFrame& frame, int pi
                                  .background = rasterColor(frame.background)});
     }
 
-    AffineTransform toView = AffineTransform().translatedBy(fit.frame.origin.x, fit.frame.origin.y).scaledBy(fit.scale, fit.scale);
+    AffineTransform toView =
+        AffineTransform().translatedBy(fit.frame.origin.x, fit.frame.origin.y).scaledBy(fit.scale, fit.scale);
     if (const std::optional<AffineTransform> zoom = activeFullScreenZoomSpan(frame)) toView = toView.concatenating(*zoom);
     NodeSurroundings surroundings{.toDevice = toView, .time = frame.time};
     if (frame.zoom && frame.zoom->alpha < 1) surroundings.ringOpacity = frame.zoom->alpha;
@@ -349,7 +351,7 @@ CompositingNode ExporterGPU::makeTextNode(const EvaluatedLayer& evaluated, const
 
     CompositingNode box;
     applyTransform(box, evaluated, surroundings);
-    NodeBorder border = borderOf(layer);
+    const NodeBorder border = borderOf(layer);
     const bool hasBox = layer.fill.a > 0 || shows(border);
     if (hasBox && !hasProperBox(layer)) return drawnNode(evaluated, surroundings);
     PlacedText text = placedText(layer);
@@ -392,7 +394,8 @@ CompositingNode ExporterGPU::makeVideoNode(const EvaluatedLayer& evaluated, cons
     if (!hasProperBox(layer)) return nothing;
     CroppedPicture picture = videoPicture(layer, surroundings.time, videoFrameForGPU);
     if (!picture.image) return nothing;
-    return pictureNode({std::move(picture.image), picture.pixels, {{0, 0}, layer.size}}, /*isRound=*/true, evaluated, surroundings);
+    return pictureNode({std::move(picture.image), picture.pixels, {{0, 0}, layer.size}}, /*isRound=*/true, evaluated,
+                       surroundings);
 }
 
 CompositingNode ExporterGPU::makeCursorNode(const EvaluatedLayer& evaluated, const NodeSurroundings& surroundings)
@@ -431,7 +434,9 @@ void ExporterGPU::applyTransform(CompositingNode& node, const EvaluatedLayer& ev
 std::optional<AffineTransform> ExporterGPU::activeFullScreenZoomSpan(const EvaluatedFrame& frame)
 {
     if (!frame.zoom) return std::nullopt;
-    return AffineTransform().scaledBy(frame.zoom->scale, frame.zoom->scale).translatedBy(frame.zoom->translate.x, frame.zoom->translate.y);
+    return AffineTransform()
+        .scaledBy(frame.zoom->scale, frame.zoom->scale)
+        .translatedBy(frame.zoom->translate.x, frame.zoom->translate.y);
 }
 
 bool ExporterGPU::hasRadiateActive(const EvaluatedLayer& evaluated)

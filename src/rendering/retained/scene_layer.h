@@ -12,7 +12,7 @@ namespace larkspool {
 namespace ExporterGPU {
 
 /// The tree of a scene at a time (scene seconds; beyond the scene's end, what has ended is over and the rest holds): the picture
-/// that `Exporter::drawScene` paints into a raster of that size. The root is as large as the raster, with its bars and background.
+/// that `Exporter::drawScene` paints into a raster of that size. The root is as large as the raster, with bars and background.
 CompositingNode buildSceneLayer(const TweenScene& scene, double time, int pixelWidth, int pixelHeight);
 
 /// The tree of a frame that was evaluated before.
@@ -20,9 +20,9 @@ CompositingNode buildSceneLayer(const EvaluatedFrame& frame, int pixelWidth, int
 
 /// What a layer's node takes from above it.
 struct NodeSurroundings {
-    AffineTransform toDevice;  ///< From the space of the node's parent.
-    double parentOpacity = 1;  ///< Handed down to the layer.
-    double ringOpacity = 1;    ///< Of rings behind the layer.
+    AffineTransform toDevice; ///< From the space of the node's parent.
+    double parentOpacity = 1; ///< Handed down to the layer.
+    double ringOpacity = 1; ///< Of rings behind the layer.
     std::optional<RasterShadow> shadow; ///< That every paint casts where the layer has none of its own.
     double time = 0;
 };

@@ -6,7 +6,6 @@
 #include "rendering/retained/item_painter.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -17,8 +16,6 @@ namespace larkspool {
 
 namespace {
 
-/// Shadows are kept from frame to frame up to this, for each raster.
-constexpr std::size_t greatestShadowBytes = std::size_t{32} << 20;
 /// Memory of frames is remembered for this many.
 constexpr std::size_t greatestTargetCount = 8;
 /// Changes of a group's picture are remembered for this many versions.
@@ -132,7 +129,8 @@ class Compositor {
 public:
     Compositor(std::size_t bitmapBytes) : tools_(bitmapBytes) {}
 
-    void composite(const CompositingNode& root, PixelBuffer& target, Composition& last, std::vector<Group>& groups, DamageRegion& damage);
+    void composite(const CompositingNode& root, PixelBuffer& target, Composition& last, std::vector<Group>& groups,
+                   DamageRegion& damage);
 
     void forgetKept()
     {
@@ -247,14 +245,10 @@ void Compositor::updateGroups(const DrawList& list, std::vector<Group>& groups)
 
 void Compositor::compare(Composition& last, Composition& next, const std::vector<Group>& groups, DamageRegion& damage)
 {
-    std::size_t bytes = 0;
     Comparison(last.list, next.list, damage).compare([&](std::size_t before, std::size_t after) {
         const DrawItem& a = last.list.items[before];
         const DrawItem& b = next.list.items[after];
-        if (b.kind == DrawItem::Kind::shadow && last.shadows[a.part]) {
-            bytes += last.shadows[a.part]->values.size() * sizeof(float);
-            if (bytes <= greatestShadowBytes) next.shadows[b.part] = std::move(last.shadows[a.part]);
-        }
+        if (b.kind == DrawItem::Kind::shadow) next.shadows[b.part] = std::move(last.shadows[a.part]);
         if (b.kind != DrawItem::Kind::group || !groups[b.part].picture) return;
         const std::uint64_t painted = a.part < last.groupVersions.size() ? last.groupVersions[a.part] : 0;
         const Picture& picture = *groups[b.part].picture;
@@ -281,9 +275,8 @@ void Compositor::findHidden(const DrawList& list)
     hiding_.clear();
     for (std::size_t i = list.items.size(); i-- > 0;) {
         const PixelRect& bounds = list.items[i].bounds;
-        isHidden_[i] = bounds.empty() || std::ranges::any_of(hiding_, [&](std::size_t over) {
-                           return contains(list.items[over].opaque, bounds);
-                       });
+        isHidden_[i] = bounds.empty() ||
+                       std::ranges::any_of(hiding_, [&](std::size_t over) { return contains(list.items[over].opaque, bounds); });
         if (areaOf(list.items[i].opaque) >= leastHidingArea && hiding_.size() < greatestHidingCount) hiding_.push_back(i);
     }
 }
@@ -343,7 +336,8 @@ void Compositor::paint(Composition& next, PixelBuffer& target, std::vector<Group
     }
 
     ItemPainter& painter = tools_.painter;
-    painter.begin(list, next.shadows, target, [&](std::size_t group) -> const PixelBuffer& { return groups[group].picture->pixels(); });
+    painter.begin(list, next.shadows, target,
+                  [&](std::size_t group) -> const PixelBuffer& { return groups[group].picture->pixels(); });
     for (std::size_t i = 0; i < list.items.size(); ++i) {
         const DrawItem& item = list.items[i];
         const std::size_t skipped = ItemPainter::paintedWith(item);
@@ -354,6 +348,7 @@ void Compositor::paint(Composition& next, PixelBuffer& target, std::vector<Group
                 if (lowest[c] <= i && !seen.empty()) tools_.itemClips.push_back(seen);
             }
             leaveOutHidden(list, i, tools_.itemClips);
+            if (i + 1 < list.items.size()) painter.fetchAhead(i + 1);
             if (!tools_.itemClips.empty()) painter.paint(i, tools_.itemClips);
         }
         i += skipped;
