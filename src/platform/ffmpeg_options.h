@@ -20,6 +20,9 @@ public:
 
     void add(const char* name, std::int64_t value) { av_dict_set_int(&dictionary_, name, value, 0); }
 
+    /// Adds `part` to a list of its own, with colons between its parts, that the option holds.
+    void addPart(const char* name, const char* part);
+
     /// Throws PlatformFailure, naming `library`, if it left one of them.
     void refuseLeftovers(const std::string& library) const;
 

@@ -84,6 +84,16 @@ void setColour(AVCodecContext& codec)
     if (pixels.log2_chroma_w > 0 && pixels.log2_chroma_h > 0) codec.chroma_sample_location = AVCHROMA_LOC_CENTER;
 }
 
+/// By its instructions of 512 bits libx264 looks behind the end of its rows of blocks, at whatever is there, so that a film would
+/// come out differently every time. It is told of all others that such a machine has, which takes it 2 percent longer.
+void avoidChance(FFmpegOptions& options)
+{
+#if defined(__x86_64__)
+    static const bool isTempted = __builtin_cpu_supports("avx512f") != 0;
+    if (isTempted) options.addPart("x264-params", "asm=sse2fast,lzcnt,avx2,fma3,bmi1,bmi2");
+#endif
+}
+
 FFmpegPointer<AVCodecContext> openCodec(const FilmSettings& settings)
 {
     const FilmFormat& format = settings.format;
@@ -103,6 +113,7 @@ FFmpegPointer<AVCodecContext> openCodec(const FilmSettings& settings)
     if (container->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
     FFmpegOptions options(format.codecOptions);
+    if (format.codec == "libx264") avoidChance(options);
     takeFFmpegComplaint();
     const int status = avcodec_open2(codec.get(), encoder, options.get());
     if (status == AVERROR(ENOMEM)) failOfMemory(settings);

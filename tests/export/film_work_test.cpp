@@ -484,6 +484,11 @@ TEST(FilmWork, ADiskThatRunsFullIsToldAndLeavesNothing)
 {
     const TemporaryFolder folder;
     Script script;
+    script.paint = [](std::int64_t number, PixelBuffer& picture) {
+        std::mt19937 random(static_cast<unsigned>(number)); // Which makes a film larger than what is written at once.
+        for (int y = 0; y < picture.height(); ++y)
+            for (int x = 0; x < picture.width() * 4; ++x) picture.row(y)[x] = static_cast<std::uint8_t>(random());
+    };
     Exporter::writeFilm(planOf(600), framesOf(script), folder.path("whole.mp4"), {.workers = 2});
     const std::uintmax_t whole = std::filesystem::file_size(folder.path("whole.mp4"));
     std::filesystem::remove(folder.path("whole.mp4"));
