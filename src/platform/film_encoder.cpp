@@ -27,8 +27,9 @@ constexpr std::int64_t maximumFps = std::numeric_limits<int>::max();
 constexpr std::int64_t leadInFrames = 3;
 constexpr std::int64_t leadOutFrames = 8;
 
-/// Threads of one encoder. With more than one, the same pictures now and then make other bytes.
-constexpr int encoderThreads = 1;
+/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Three keep two cores busy
+/// to the last chunk of a film, though it is the only one left, and take as much time altogether as one.
+constexpr int encoderThreads = 3;
 
 [[noreturn]] void refuse(std::string words)
 {

@@ -429,6 +429,60 @@ TEST(Export, MediaThatCannotBeReadLeaveAllElseAsItIs)
     EXPECT_TRUE(log.finished);
 }
 
+/// Text that types on, a shadow, a group, a drifting field and a video that two layers show at different times.
+TweenScene variedScene(const std::string& video)
+{
+    const auto moving = [](Layer layer, double distance) {
+        layer.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 0, .value = 0.0},
+                           Keyframe{.property = Keyframe::AnimatableProperty::x, .time = 4, .value = distance}};
+        return layer;
+    };
+    Layer words{.kind = Layer::Kind::text, .size = {120, 40}, .text = "Every worker draws its own part of the film"};
+    words.spans = {TimeSpan{.start = 0, .end = 5, .effects = {SpanEffect{.kind = SpanEffect::Kind::typeOn, .duration = 3}}}};
+    Layer card{.fill = {0.2, 0.4, 0.9, 1}, .size = {60, 30}};
+    card.shadow = ShadowPreset::high;
+    Layer group{.kind = Layer::Kind::group};
+    group.children = {card, words};
+    Layer field{.kind = Layer::Kind::gradientField, .size = {160, 90}};
+    Layer clip = videoOf(video, {40, 30}), later = videoOf(video, {40, 30});
+    later.videoClip.sourceStart = 1;
+    later.transform.y = 50;
+    TweenScene scene{.width = 160, .height = 90, .fps = 120, .duration = 5};
+    scene.layers = {field, moving(group, 80), moving(clip, 100), later};
+    return scene;
+}
+
+TEST(Export, AFilmIsTheSameWithAnyNumberOfWorkers)
+{
+    const TemporaryFolder folder;
+    const std::string video = folder.path("clip.mkv");
+    makeMedia(video, "-f lavfi -i testsrc=s=40x30:r=30:d=6 -c:v ffv1");
+    const TweenScene scene = variedScene(video);
+    const auto film = [&](int workers, int samples) {
+        exportScene(scene, folder.path("film.mp4"), {.motionBlurSamples = samples, .workers = workers});
+        return fileBytes(folder.path("film.mp4"));
+    };
+    for (const int samples : {1, 2, -2}) {
+        SCOPED_TRACE(testing::Message() << samples << " samples");
+        const std::vector<std::uint8_t> one = film(1, samples);
+        for (const int workers : {2, 2, 3, 8}) EXPECT_TRUE(film(workers, samples) == one) << workers << " workers";
+    }
+}
+
+TEST(Export, JoinedScenesAreTheSameWithAnyNumberOfWorkers)
+{
+    const TemporaryFolder folder;
+    TweenScene first = movingScene(2, 100), second = movingScene(3, 100);
+    first.transition = SceneTransition{.kind = SceneTransition::Kind::zoom, .duration = 1};
+    first.endPause = 0.5;
+    const auto film = [&](int workers) {
+        Exporter::exportMP4(Array<TweenScene>{first, second}, folder.path("film.mp4"), std::nullopt, {}, {.workers = workers});
+        return fileBytes(folder.path("film.mp4"));
+    };
+    const std::vector<std::uint8_t> one = film(1);
+    for (const int workers : {2, 3, 8}) EXPECT_TRUE(film(workers) == one) << workers << " workers";
+}
+
 TEST(ExportError, TellsPeopleAndScripts)
 {
     using enum ExportError::Kind;
