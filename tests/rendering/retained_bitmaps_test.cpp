@@ -238,11 +238,12 @@ TEST(NodeOutline, BoundsHoldTheWholeOutline)
         NodeOutline outline{.rect = {{number(-9, 9), number(-9, 9)}, {number(1, 90), number(1, 90)}}};
         outline.isEllipse = *rc::gen::arbitrary<bool>();
         outline.offset = outline.isEllipse ? number(0, 9) : 0;
+        if (!outline.isEllipse) outline.radius = std::min(outline.rect.size.width, outline.rect.size.height) * number(0, 2) / 4;
         const AffineTransform m =
             AffineTransform().translatedBy(number(-9, 9), 4).rotatedBy(number(0, 6)).scaledBy(number(1, 3), number(1, 3));
         std::vector<CGPoint> points;
         flatten(outline, m, points);
-        const CGRect bounds = insetBy(deviceBounds(outline, m), -0.05, -0.05);
+        const CGRect bounds = insetBy(deviceBounds(outline, m), -1e-9, -1e-9);
         for (const CGPoint& p : points)
             RC_ASSERT(p.x >= bounds.minX() && p.x <= bounds.maxX() && p.y >= bounds.minY() && p.y <= bounds.maxY());
     }));

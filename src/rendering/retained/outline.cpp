@@ -78,11 +78,17 @@ void flattenBox(const NodeOutline& outline, const AffineTransform& m, std::vecto
     addCorner({left, top}, {-radius, 0}, {0, -radius}, lines, m, points);
 }
 
+int linesOfEllipseQuarter(const NodeOutline& ellipse, const AffineTransform& m)
+{
+    const double radius = std::max(ellipse.rect.size.width, ellipse.rect.size.height) * 0.5;
+    return linesOfQuarter((radius + std::max(ellipse.offset, 0.0)) * greatestScale(m));
+}
+
 void flattenEllipse(const NodeOutline& outline, const AffineTransform& m, std::vector<CGPoint>& points)
 {
     const double rx = outline.rect.size.width * 0.5, ry = outline.rect.size.height * 0.5;
     const CGPoint center{outline.rect.midX(), outline.rect.midY()};
-    const int lines = linesOfQuarter((std::max(rx, ry) + std::max(outline.offset, 0.0)) * greatestScale(m));
+    const int lines = linesOfEllipseQuarter(outline, m);
     constexpr CGPoint axes[] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
     for (std::size_t quarter = 0; quarter < 4; ++quarter) {
         const CGPoint from = axes[quarter], to = axes[(quarter + 1) % 4];
@@ -143,8 +149,8 @@ CGRect deviceBounds(const NodeOutline& outline, const AffineTransform& toDevice)
     const AffineTransform& m = toDevice;
     if (!outline.isEllipse) return m.apply(outline.rect);
     const double rx = outline.rect.size.width * 0.5, ry = outline.rect.size.height * 0.5;
-    // The outline strays outward from an ellipse by a thousandth at most.
-    constexpr double stray = 1.001;
+    // Points lie outward of the curve, which strays outward from an ellipse by less than three ten-thousandths.
+    const double stray = outwardFactor(linesOfEllipseQuarter(outline, m)) * 1.0003;
     const double across = length(m.a * rx, m.c * ry) * stray + std::abs(outline.offset) * greatestScale(m);
     const double down = length(m.b * rx, m.d * ry) * stray + std::abs(outline.offset) * greatestScale(m);
     const CGPoint center = m.apply(CGPoint{outline.rect.midX(), outline.rect.midY()});
