@@ -675,5 +675,18 @@ TEST(GPUExport, AnyNumberOfWorkersPaintsTheSamePictures)
     for (const int workers : {2, 3, 2}) EXPECT_TRUE(picturesBy(workers) == one) << workers;
 }
 
+TEST(GPUExport, AnyNumberOfWorkersMakesTheSameBytes)
+{
+    const TemporaryFolder folder;
+    const Array<TweenScene> scenes = scenesOfThreeChunks(folder);
+    std::vector<std::vector<std::uint8_t>> films;
+    for (const int workers : {1, 2, 3, 2}) {
+        exportScenes(scenes, folder.path("film.mp4"), {.motionBlurSamples = 2, .workers = workers});
+        films.push_back(fileBytes(folder.path("film.mp4")));
+    }
+    EXPECT_EQ(probeFilm(folder.path("film.mp4")).frames(), 660);
+    for (std::size_t i = 1; i < films.size(); ++i) EXPECT_TRUE(films[i] == films[0]) << i;
+}
+
 } // namespace
 } // namespace larkspool
