@@ -162,6 +162,22 @@ double strokeReach(const Layer& layer)
     return std::max({widths.top, widths.right, widths.bottom, widths.left});
 }
 
+bool isClosed(const Path& path)
+{
+    using enum Path::Element::Kind;
+    const std::vector<Path::Element>& elements = path.elements();
+    for (std::size_t i = 1; i < elements.size(); ++i)
+        if (elements[i].kind == moveTo && elements[i - 1].kind != close) return false;
+    return !elements.empty() && elements.back().kind == close;
+}
+
+/// Whether a line that wide along its edge covers all of a shape. Strokers leave a hole in the middle of a round one.
+bool isCoveredFromItsEdge(const Path& path, double lineWidth)
+{
+    const CGSize size = path.bounds().size;
+    return lineWidth >= std::min(size.width, size.height) && isClosed(path);
+}
+
 } // namespace
 
 ShadowPresetValues shadowPresetValues(ShadowPreset preset)
@@ -197,6 +213,8 @@ Path buildCGPath(const Array<PathCommand>& commands)
 void strokeClipped(const Path& path, const Layer& layer, RasterContext& context)
 {
     if (!(layer.strokeWidth > 0)) return;
+    const double lineWidth = 2 * layer.strokeWidth + clippedStrokeExtra;
+    if (!layer.strokeOutside && isCoveredFromItsEdge(path, lineWidth)) return fillWith(layer.stroke, path, FillRule::winding, context);
     SavedState saved(context);
     if (layer.strokeOutside) {
         Path outside = everywhere();
@@ -206,7 +224,7 @@ void strokeClipped(const Path& path, const Layer& layer, RasterContext& context)
         context.clipToPath(path, FillRule::winding);
     }
     context.setStrokeColor(rasterColor(layer.stroke));
-    context.setLineWidth(2 * layer.strokeWidth + clippedStrokeExtra);
+    context.setLineWidth(lineWidth);
     context.strokePath(path);
 }
 

@@ -130,6 +130,24 @@ TEST(Shapes, AStrokeTooWideForARingIsALineClippedToTheShape)
     EXPECT_EQ(pixelAt(picture, 9, 25), whitePixel);
 }
 
+TEST(Shapes, AStrokeTooWideForARingLeavesNoHoleInARoundShape)
+{
+    Layer round = box();
+    round.kind = Layer::Kind::ellipse;
+    round.size = {20, 20};
+    round.strokeWidth = 11; // The inner edge of a line around a circle of 10 lies 1.25 beyond its centre.
+    Layer pill = box();
+    pill.size = {20, 30};
+    pill.cornerRadius = 10;
+    pill.strokeWidth = 12;
+    for (const Layer& layer : {round, pill}) {
+        SCOPED_TRACE(testing::Message() << "size " << layer.size.width << " x " << layer.size.height);
+        const PixelBuffer picture = drawn(layer);
+        for (const auto [x, y] : {std::pair{20, 20}, {19, 20}, {20, 21}, {19, 19}, {20, 18}, {17, 20}})
+            EXPECT_EQ(pixelAt(picture, x, y), redPixel) << x << ", " << y;
+    }
+}
+
 TEST(Shapes, AClippedStrokeIsAQuarterOfAPointWiderThanItsWidth)
 {
     Layer layer = squarePath();
