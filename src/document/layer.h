@@ -16,6 +16,12 @@
 
 namespace larkspool {
 
+struct Layer;
+
+/// A layer is large, and an edit changes few of them: a copy of a scene that differs in one layer shares all others.
+template <>
+inline constexpr bool keepsElementsApart<Layer> = true;
+
 /// One layer of a scene. The one record serves every kind; a kind ignores the fields that it has no use for.
 ///
 /// Copying is cheap: lists, texts and bytes are shared until changed. Times are scene seconds, lengths canvas pixels, angles
