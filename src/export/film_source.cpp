@@ -11,6 +11,13 @@ namespace larkspool::Exporter {
 
 namespace {
 
+void paintBlack(PixelBuffer& picture)
+{
+    const std::unique_ptr<RasterContext> context = makeRasterContext(picture);
+    context->setFillColor({0, 0, 0, 1});
+    context->fillRect({{0, 0}, sizeOf(picture)});
+}
+
 class SceneSource final : public FilmSource {
 public:
     explicit SceneSource(const TweenScene& scene) : scene_(scene) {}
@@ -32,35 +39,36 @@ public:
 
     bool hasMotion(double time, std::int64_t fps) const override
     {
-        const SceneSegment* segment = sceneSegmentAt(time);
-        if (!segment) return true; // Between two scenes everything moves.
+        const auto* segment = std::get_if<SceneSegment>(segmentAt(segments_, time));
+        if (!segment || segment->index >= scenes_.size()) return true; // Between two scenes everything moves.
         const TweenScene& scene = scenes_[segment->index];
         return sceneHasMotion(scene, localTime(*segment, scene, time), fps);
     }
 
     std::optional<EvaluatedFrame> frameAt(double time) const override
     {
-        const SceneSegment* segment = sceneSegmentAt(time);
-        if (!segment) return std::nullopt;
-        const TweenScene& scene = scenes_[segment->index];
-        return evaluateFrame(scene, localTime(*segment, scene, time));
+        const ExportSegment* segment = segmentAt(segments_, time);
+        if (const auto* shown = std::get_if<SceneSegment>(segment)) {
+            if (shown->index >= scenes_.size()) return std::nullopt;
+            const TweenScene& scene = scenes_[shown->index];
+            return evaluateFrame(scene, localTime(*shown, scene, time));
+        }
+        const auto* transition = std::get_if<TransitionSegment>(segment);
+        if (!transition || transition->outIndex + 1 != scenes_.size()) return std::nullopt;
+        return evaluateFrame(scenes_.back(), scenes_.back().duration); // It leads nowhere.
     }
 
     void draw(double time, PixelBuffer& picture) override
     {
         if (const std::optional<EvaluatedFrame> frame = frameAt(time))
             return drawFrame(*frame, *makeRasterContext(picture), sizeOf(picture));
-        const auto* segment = std::get_if<TransitionSegment>(segmentAt(segments_, time));
-        if (segment) painterOf(*segment).draw(transitionProgress(*segment, time), picture);
+        const auto* transition = std::get_if<TransitionSegment>(segmentAt(segments_, time));
+        if (transition && transition->outIndex + 1 < scenes_.size())
+            return painterOf(*transition).draw(transitionProgress(*transition, time), picture);
+        paintBlack(picture); // There is no scene.
     }
 
 private:
-    const SceneSegment* sceneSegmentAt(double time) const
-    {
-        const ExportSegment* segment = segmentAt(segments_, time);
-        return segment ? std::get_if<SceneSegment>(segment) : nullptr;
-    }
-
     /// The two scenes of a transition stand still, so that what was made of them serves all of its frames.
     TransitionPainter& painterOf(const TransitionSegment& segment)
     {

@@ -28,7 +28,8 @@ public:
 /// One scene, whose times are the film's from `start` on. The scene must outlive the source.
 std::unique_ptr<FilmSource> makeSceneSource(const TweenScene& scene);
 
-/// Scenes joined by their transitions. They must outlive the source.
+/// Scenes joined by their transitions. They must outlive the source. A transition that leads to no scene shows the last moment of
+/// the one it leaves, and a segment of a scene that is not there is black.
 std::unique_ptr<FilmSource> makeScenesSource(const Array<TweenScene>& scenes, std::vector<ExportSegment> segments);
 
 /// The frames of a source from `start` on, 1/fps seconds apart. With 2 or more `motionBlurSamples`, or -2 or less for pictures of

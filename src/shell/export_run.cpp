@@ -4,6 +4,19 @@
 
 namespace larkspool {
 
+void ExportRun::continueExport(const ExportSheetState& sheet, const TweenDocument& document, UserDefaults& defaults,
+                               const RunSavePanel& runPanel)
+{
+    if (task_) return;
+    const std::optional<std::string> path = runPanel({.nameFieldStringValue = sheet.filename});
+    if (!path) return;
+    storeFilmChoices(defaults, sheet.choices());
+    TweenDocument snapshot = document;
+    snapshot.scenes = sheet.scenes;
+    snapshot.activeSceneIndex = sheet.activeIdx;
+    runExportPipeline(snapshot, sheet.choices(), *path, defaults);
+}
+
 void ExportRun::runExportPipeline(const TweenDocument& document, const FilmChoices& choices, const std::string& path,
                                   const UserDefaults& defaults)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/user_defaults.h"
+#include "shell/export_sheet.h"
 #include "shell/film_export.h"
 #include "shell/film_task.h"
 #include "shell/tasks.h"
@@ -10,8 +11,19 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace larkspool {
+
+/// A panel that asks where a film goes.
+struct SavePanel {
+    std::string nameFieldStringValue; ///< The name that it offers.
+    std::string_view allowedContentType = "video/mp4"; ///< The one kind of file that can be chosen.
+    bool canCreateDirectories = true;
+};
+
+/// Shows the panel and returns the path that a person chose; nothing if none was.
+using RunSavePanel = std::function<std::optional<std::string>(const SavePanel& panel)>;
 
 /// The export of an editor, from the chosen file name to its end: one at a time. Lives on the main thread; the writing itself
 /// runs on another and works on a snapshot.
@@ -38,6 +50,12 @@ public:
 
     const State& state() const { return state_; }
     bool isRunning() const { return task_ != nullptr; }
+
+    /// Goes on from the sheet when it is confirmed: asks for a path, keeps the choices for next time and starts the export of the
+    /// scenes as the sheet has them, with the sound of `document`. Without a path nothing is kept and nothing starts; nor while
+    /// another export runs.
+    void continueExport(const ExportSheetState& sheet, const TweenDocument& document, UserDefaults& defaults,
+                        const RunSavePanel& runPanel);
 
     /// Starts the export of `document` as it is now to `path`. Does nothing while another runs.
     ///

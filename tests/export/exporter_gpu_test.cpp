@@ -595,6 +595,44 @@ TEST(GPUExport, ASecondExportReadsTheSameVideoAnew)
     EXPECT_LT(videoFrameForGPU(clip, 0)->pixels().row(0)[0], 50) << "the export has left no reader";
 }
 
+TEST(GPUExport, AnExportThatFailsOrIsCancelledLeavesNoReaderEither)
+{
+    const TemporaryFolder folder;
+    const std::string clip = folder.path("clip.mkv");
+    TweenScene scene = movingScene(1, 4);
+    scene.layers.append(videoOf(clip, {8, 4}));
+    Exporter::ExportCancelFlag cancel;
+    struct Case {
+        const char* what;
+        Array<TweenScene> scenes;
+        std::function<void(WriterLog&, ExportOptions&)> arrange;
+        const char* words;
+    };
+    for (const Case& c :
+         {Case{"an encoder fails", {scene}, [](WriterLog& log, ExportOptions&) { log.encodingFailsAt = 2; },
+               "Append failed at frame 2: It broke — (Fake #-5)"},
+          Case{"the file cannot be closed", {scene}, [](WriterLog& log, ExportOptions&) { log.finishFails = true; },
+               "AVAssetWriter setup: It broke — (Fake #-5)"},
+          Case{"a cancel", {scene}, [&](WriterLog&, ExportOptions& options) {
+                   options.cancel = &cancel;
+                   options.progress = [&](double) { cancel.cancel(); };
+               }, "GPU export cancelled."},
+          Case{"no renderer", {scene}, [](WriterLog&, ExportOptions& options) { options.renderer = "metal"; },
+               "No Metal device available."},
+          Case{"no scenes", {}, [](WriterLog&, ExportOptions&) {}, "AVAssetWriter setup: No scenes to render"}}) {
+        SCOPED_TRACE(c.what);
+        makeFilm(clip, "red");
+        ASSERT_TRUE(videoFrameForGPU(clip, 0)) << "somebody reads it before";
+        WriterLog log;
+        log.onPicture = [&](const PixelBuffer&, std::int64_t) { EXPECT_TRUE(videoFrameForGPU(clip, 0)) << "and meanwhile"; };
+        ExportOptions options = optionsWritingTo(log);
+        c.arrange(log, options);
+        EXPECT_EQ(failureOf([&] { exportScenes(c.scenes, folder.path("film.mp4"), options); }), c.words);
+        makeFilm(clip, "blue");
+        EXPECT_GT(videoFrameForGPU(clip, 0)->pixels().row(0)[0], 200);
+    }
+}
+
 TEST(GPUExport, AVideoThatTheReaderCannotShowComesFromTheGenerator)
 {
     const TemporaryFolder folder;

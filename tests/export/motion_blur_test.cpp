@@ -146,6 +146,21 @@ TEST(MotionBlur, AFrameIsTheMeanOfItsSamples)
     }
 }
 
+TEST(MotionBlur, HalfTheSizeIsTruncatedAndAtLeastAPixel)
+{
+    struct Case { int width, height; CGSize half; };
+    for (const Case& c : {Case{8, 6, {4, 3}}, Case{7, 5, {3, 2}}, Case{1, 1, {1, 1}}, Case{2, 1, {1, 1}}}) {
+        PixelBuffer picture(c.width, c.height);
+        BlurMemory memory;
+        accumulateMotionBlur(picture, 1, 2, /*halfRes=*/true, 10, memory, [&](double time, PixelBuffer& sample) {
+            EXPECT_EQ(sizeOf(sample), c.half);
+            paintTime(time, sample);
+        });
+        // Greys of 98 and 103, at 9.75 and 10.25, everywhere.
+        EXPECT_NEAR(picture.row(c.height - 1)[4 * (c.width - 1)], 100, 1) << c.width << " x " << c.height;
+    }
+}
+
 /// Counts the pictures that are drawn.
 class CountingSource final : public FilmSource {
 public:
@@ -181,6 +196,57 @@ TEST(MotionBlur, EveryFrameBetweenTwoScenesIsBlurred)
     const auto source = makeScenesSource(scenes, planExport(scenes).segments);
     struct Case { double time; bool moves; };
     for (const Case& c : {Case{1, false}, Case{2.5, true}, Case{3.5, false}}) EXPECT_EQ(source->hasMotion(c.time, 30), c.moves) << c.time;
+}
+
+TEST(MotionBlur, EachSampleOfATransitionShowsAMomentOfItsOwn)
+{
+    TweenScene white{.width = 8, .height = 2, .fps = 1, .duration = 1, .background = ColorRGBA::white};
+    white.transition = SceneTransition{.kind = SceneTransition::Kind::slideL, .duration = 2};
+    const TweenScene black{.width = 8, .height = 2, .fps = 1, .duration = 1, .background = {0, 0, 0, 1}};
+    const Array<TweenScene> scenes{white, black};
+    const auto frames = makeFilmFrames(makeScenesSource(scenes, planExport(scenes).segments), 0, 1, 2);
+    PixelBuffer picture(8, 2);
+    EXPECT_EQ(frames->advance(2), FilmFrames::Next::drawn);
+    frames->paint(picture);
+    // Half way, the samples are a quarter of a second apart from the middle: the black scene has come 3 pixels far, and 5.
+    for (int x = 0; x < 8; ++x) EXPECT_EQ(picture.row(1)[4 * x], x < 3 ? 255 : x < 5 ? 128 : 0) << x;
+}
+
+TEST(MotionBlur, TheRateOfTheFilmCountsAndNotTheScenesOwn)
+{
+    TweenScene still{.width = 4, .height = 4, .fps = 4, .duration = 2};
+    TweenScene fast = sceneWith(Layer{.keyframes = {key(0.1, 0)}});
+    fast.fps = 100;
+    ASSERT_FALSE(sceneHasMotion(fast, 0, fast.fps));
+    const Array<TweenScene> scenes{still, fast};
+    EXPECT_TRUE(makeScenesSource(scenes, planExport(scenes).segments)->hasMotion(2, still.fps));
+}
+
+TEST(MotionBlur, SegmentsWithoutTheirScenesAlwaysCountAsMotion)
+{
+    const Array<TweenScene> one{TweenScene{.width = 4, .height = 4, .duration = 2}};
+    EXPECT_FALSE(makeScenesSource(one, {SceneSegment{0, 0, 2}})->hasMotion(1, 30));
+    EXPECT_TRUE(makeScenesSource(one, {SceneSegment{1, 0, 2}})->hasMotion(1, 30));
+    EXPECT_TRUE(makeScenesSource(one, {TransitionSegment{0, 0, 2, SceneTransition::Kind::fade}})->hasMotion(1, 30));
+}
+
+TEST(FilmSource, ATransitionThatLeadsNowhereShowsTheLastMomentAndASceneThatIsNotThereIsBlack)
+{
+    Layer box{.fill = {1, 0, 0, 1}, .size = {4, 4}};
+    box.keyframes = {key(0, 0), key(2, 4)};
+    TweenScene scene{.width = 8, .height = 4, .duration = 2, .background = ColorRGBA::white};
+    scene.layers = {box};
+    const Array<TweenScene> one{scene};
+    /// Green of the left half and of the right: the box stands at the right in the end.
+    const auto halves = [&](std::vector<ExportSegment> segments) {
+        PixelBuffer picture(8, 4);
+        makeScenesSource(one, std::move(segments))->draw(1, picture);
+        return std::pair<int, int>(picture.row(2)[4 * 2 + 1], picture.row(2)[4 * 6 + 1]);
+    };
+    EXPECT_EQ(halves({TransitionSegment{0, 0, 2, SceneTransition::Kind::fade}}), std::pair(255, 0));
+    EXPECT_EQ(halves({TransitionSegment{5, 0, 2, SceneTransition::Kind::push}}), std::pair(0, 0));
+    EXPECT_EQ(halves({SceneSegment{1, 0, 2}}), std::pair(0, 0));
+    EXPECT_EQ(halves({}), std::pair(0, 0));
 }
 
 TEST(MotionBlur, AStillFrameIsDrawnOnceWhateverTheSamples)

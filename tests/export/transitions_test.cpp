@@ -103,6 +103,21 @@ TEST(Transitions, TheNewSceneGrowsIntoPlaceInAZoom)
     EXPECT_NEAR(at(begun, 4).second, 25, 2);
 }
 
+TEST(Transitions, TheOldSceneGrowsAsItFadesInAZoom)
+{
+    // A red box from 10 to 30 of 40 grows by 0.4 of 0.15, and stands from 9.4 to 30.6.
+    const TweenScene black = plain({0, 0, 0, 1});
+    TweenScene out = black;
+    out.layers = {Layer{.transform = {.x = 10}, .fill = red, .size = {20, 20}}};
+    const PixelBuffer begun = drawn(Kind::zoom, 0, out, black), picture = drawn(Kind::zoom, 0.4, out, black);
+    for (const int x : {9, 30}) EXPECT_EQ(at(begun, x), blackPixel);
+    for (const int x : {10, 29}) EXPECT_EQ(at(begun, x), redPixel);
+    // At 0.6 of its light, under black that has come 0.4 far.
+    EXPECT_NEAR(at(picture, 20).first, 255 * 0.6 * 0.6, 2);
+    for (const int x : {9, 30}) EXPECT_GT(at(picture, x).first, 30) << x;
+    for (const int x : {7, 32}) EXPECT_EQ(at(picture, x), blackPixel) << x;
+}
+
 TEST(Transitions, ShowTheLastMomentAndTheFirst)
 {
     Layer box{.fill = {0, 1, 0, 1}, .size = {10, 20}};

@@ -154,6 +154,57 @@ TEST_F(ExportRunTest, WritesTheDocumentAsItWasAtTheStart)
     EXPECT_THAT(cpu.calls.at(0).scenes, ElementsAre(before.scenes[0]));
 }
 
+TEST_F(ExportRunTest, AChosenPlaceKeepsTheChoicesAndStartsTheExportOfTheSheetsScenes)
+{
+    document.scenes = {TweenScene{.name = "Intro"}, TweenScene{.name = "Outro"}};
+    document.activeSceneIndex = 1;
+    ExportSheetState sheet = startExport(document, "Board", defaults);
+    sheet.motionBlurSamples = -2;
+    sheet.includeAudio = false;
+    sheet.outputScale = 0.25;
+    const Array<TweenScene> before = document.scenes;
+    document.scenes.edit()[1].name = "Changed while the sheet is open";
+    document.activeSceneIndex = 0;
+
+    std::vector<SavePanel> panels;
+    run->continueExport(sheet, document, defaults, [&](const SavePanel& panel) {
+        panels.push_back(panel);
+        EXPECT_FALSE(defaults.value("lksLastExportTarget"));
+        return path;
+    });
+    ASSERT_EQ(panels.size(), 1u);
+    EXPECT_EQ(panels[0].nameFieldStringValue, "Board (Outro) Export.mp4");
+    EXPECT_EQ(panels[0].allowedContentType, "video/mp4");
+    EXPECT_TRUE(panels[0].canCreateDirectories);
+    EXPECT_EQ(storedFilmChoices(defaults, 2), sheet.choices());
+    EXPECT_EQ(defaults.string("lksLastExportTarget"), "current");
+    EXPECT_TRUE(run->isRunning());
+
+    run->continueExport(sheet, document, defaults, [&](const SavePanel& panel) {
+        panels.push_back(panel);
+        return path;
+    });
+    EXPECT_EQ(panels.size(), 1u) << "one export at a time";
+    tasks.workAndDrain();
+    ASSERT_EQ(cpu.calls.size(), 1u);
+    EXPECT_THAT(cpu.calls[0].scenes, ElementsAre(before[1]));
+    EXPECT_EQ(cpu.calls[0].path, path);
+    EXPECT_EQ(cpu.calls[0].motionBlurSamples, -2);
+    EXPECT_EQ(cpu.calls[0].outputScale, 0.25);
+}
+
+TEST_F(ExportRunTest, WithoutAPlaceNothingIsKeptAndNothingStarts)
+{
+    ExportSheetState sheet = startExport(document, "Board", defaults);
+    sheet.motionBlurSamples = 16;
+    run->continueExport(sheet, document, defaults, [](const SavePanel&) { return std::nullopt; });
+    EXPECT_FALSE(run->isRunning());
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(tasks.waitingWork(), 0u);
+    for (const char* key : {"lksLastExportTarget", "lksExportMotionBlurSamples", "lksExportIncludeAudio", "lksExportOutputScale"})
+        EXPECT_FALSE(defaults.value(key)) << key;
+}
+
 TEST_F(ExportRunTest, AStoppedExportRevealsItsPartAndShowsNoError)
 {
     cpu.during = [&](const Exporter::ExportOptions& options) {
