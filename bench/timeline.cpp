@@ -1,8 +1,9 @@
 // What editing time costs: capturing and updating a drag of 1,000 selected items on 200 layers that ripples 4,000 others, a
-// marquee over 10,000 keyframes, and the undo step of an edit of one layer among 1,000. The floor is copying the scene's
-// layers, which the first change of a drag does at least.
+// marquee over 10,000 keyframes and their aggregate row, and the undo step of an edit of one layer among 1,000. The floor is
+// copying the scene's layers, which the first change of a drag does at least.
 
 #include "editing/shared_commit.h"
+#include "timeline/aggregate_tracks.h"
 #include "timeline/item_drag.h"
 #include "timeline/marquee.h"
 #include "timeline/selection.h"
@@ -172,7 +173,10 @@ void measureMarquee()
            medianMilliseconds([&](int) { taken = marquee.applyPerLayerMarquee({1100, 5000}, layers, rows, {}).size(); }));
     report("update that takes none",
            medianMilliseconds([&](int) { marquee.applyPerLayerMarquee({101, 5000}, layers, rows, {}).size(); }));
-    std::printf("  %zu taken\n", taken);
+    std::size_t markers = 0;
+    report("grouping all of them into markers of the aggregate row",
+           medianMilliseconds([&](int) { markers = AggregateKeyframesTrack::groups(scene).size(); }));
+    std::printf("  %zu taken, %zu markers\n", taken, markers);
 }
 
 void measureUndo()

@@ -1,5 +1,7 @@
 #include "editing/undo_coordinator.h"
 
+#include "foundation/trim.h"
+
 #include <string>
 #include <utility>
 
@@ -28,10 +30,8 @@ void UndoCoordinator::record(const std::shared_ptr<const Access>& access, UndoMa
 
 std::string shownActionName(std::string_view actionName)
 {
-    constexpr std::string_view blanks = " \t\r\n\v\f";
-    const std::size_t first = actionName.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return "Edit";
-    return std::string(actionName.substr(first, actionName.find_last_not_of(blanks) - first + 1));
+    const std::string_view name = trimmed(actionName);
+    return std::string(name.empty() ? "Edit" : name);
 }
 
 } // namespace larkspool

@@ -172,6 +172,18 @@ struct LayerFields {
     }
 };
 
+struct FieldReader {
+    const Layer& layer;
+
+    KeyValue operator()(double Transform::* member) const { return layer.transform.*member; }
+    KeyValue operator()(double CGSize::* member) const { return layer.size.*member; }
+    template <typename Field>
+    KeyValue operator()(Field Layer::* member) const
+    {
+        return layer.*member;
+    }
+};
+
 struct PlacementFields {
     Placement& placement;
     const KeyValue& value;
@@ -244,6 +256,11 @@ void invalidate()
 {
     assert(isMainThread());
     ++generation;
+}
+
+KeyValue fieldValue(const Layer& layer, Keyframe::AnimatableProperty property)
+{
+    return std::visit(FieldReader{layer}, animatableFields[static_cast<std::size_t>(property)].target);
 }
 
 Placement placement(const Layer& layer, double time)

@@ -21,6 +21,9 @@ Layer resolve(const Layer& layer, double time);
 /// Makes every kept result stale. Main thread only.
 void invalidate();
 
+/// The field of the layer that keyframes of the property override, in the case of value that the property takes.
+KeyValue fieldValue(const Layer& layer, Keyframe::AnimatableProperty property);
+
 /// Where a resolved layer stands and how big it is.
 struct Placement {
     Transform transform;

@@ -52,6 +52,7 @@ constexpr DragRules waitTailRules{
     .aggregateSnapMember = SnapMembers::aggregateKeyframesTrack,
     .grid = DragRules::Grid::ignored,
     .line = DragRules::Line::atTargets,
+    .heldBeforeSnap = DragRules::HeldBeforeSnap::atNoLength,
     .trims = DragRules::Trims::selection,
 };
 

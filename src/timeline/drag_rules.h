@@ -51,8 +51,9 @@ struct DragRules {
     /// Whether the snap line shows a grid time too.
     enum class Line { always, atTargets };
     Line line = Line::always;
-    /// Whether the pointer's time is held within the scene before it snaps; after the snap it is in any case.
-    enum class HeldBeforeSnap { no, withinScene };
+    /// How the pointer's time is held before it snaps: within the scene, or where the item has no length. After the snap all that
+    /// the kind asks for holds in any case.
+    enum class HeldBeforeSnap { no, withinScene, atNoLength };
     HeldBeforeSnap heldBeforeSnap = HeldBeforeSnap::no;
     /// Whether a trim also trims the selected items of the kind.
     enum class Trims { pressedOnly, selection };

@@ -124,8 +124,7 @@ CapturedItems TimelineItemDrag::captureTrimmedOthers() const
 
 TimelineSelection TimelineItemDrag::rippleExclusions() const
 {
-    TimelineSelection excluded = setting_.selection;
-    excluded.insert(press_.members.begin(), press_.members.end());
+    TimelineSelection excluded = setting_.selection; // The pressed items are among them.
     // The keyframe whose hold is stretched stays where it is.
     for (const TimelineItemRef& ref : press_.members)
         if (ref.kind == Kind::waitTail) excluded.insert(TimelineItemRef::keyframe(ref.layerID, ref.itemID));
@@ -158,13 +157,21 @@ double TimelineItemDrag::seconds(double points) const
     return points / width * setting_.visibleSeconds;
 }
 
+double TimelineItemDrag::heldBeforeSnap(double edge) const
+{
+    switch (rules().heldBeforeSnap) {
+    case DragRules::HeldBeforeSnap::no: break;
+    case DragRules::HeldBeforeSnap::withinScene: return heldEdge(drag_->reference, press_.handle, edge, limits_);
+    case DragRules::HeldBeforeSnap::atNoLength: return std::max(edge, drag_->reference.times.start);
+    }
+    return edge;
+}
+
 TimelineItemDrag::Destination TimelineItemDrag::destination(double seconds, Modifiers modifiers) const
 {
     const DragHandle handle = press_.handle;
     const CapturedItem& reference = drag_->reference;
-    double edge = edgeOf(reference, handle) + seconds;
-    if (rules().heldBeforeSnap == DragRules::HeldBeforeSnap::withinScene) edge = heldEdge(reference, handle, edge, limits_);
-
+    const double edge = heldBeforeSnap(edgeOf(reference, handle) + seconds);
     std::optional<double> line;
     bool toItem = false;
     double snapped = edge;
@@ -181,7 +188,27 @@ TimelineItemDrag::Destination TimelineItemDrag::destination(double seconds, Modi
     }
     if (!toItem && rules().grid == DragRules::Grid::ignored) snapped = edge;
     if (!toItem && rules().line == DragRules::Line::atTargets) line.reset();
-    return {heldEdge(reference, handle, snapped, limits_), line};
+    return {closestHeldEdge(snapped), line};
+}
+
+double TimelineItemDrag::heldMemberEdge(const CapturedItem& member, double edge) const
+{
+    const double begun = edgeOf(drag_->reference, press_.handle), own = edgeOf(member, press_.handle);
+    // What began with the pointer's item ends with it, to the last bit.
+    return heldEdge(member, press_.handle, own == begun ? edge : own + (edge - begun), limits_);
+}
+
+double TimelineItemDrag::closestHeldEdge(double edge) const
+{
+    const double begun = edgeOf(drag_->reference, press_.handle), asked = edge - begun;
+    double closest = heldMemberEdge(drag_->reference, edge);
+    for (std::size_t i = 0; i < drag_->members.size(); ++i) {
+        const CapturedItem& member = drag_->members[i];
+        const double held = heldMemberEdge(member, edge), own = edgeOf(member, press_.handle);
+        if (std::abs(held - own - asked) >= std::abs(closest - begun - asked)) continue;
+        closest = own == begun ? held : begun + (held - own);
+    }
+    return closest;
 }
 
 TweenScene TimelineItemDrag::sceneWithEdgeAt(double edge)
@@ -191,11 +218,7 @@ TweenScene TimelineItemDrag::sceneWithEdgeAt(double edge)
     if (delta == 0) return setting_.scene;
 
     TweenScene scene = setting_.scene;
-    const auto trimmedOrMoved = [&](const CapturedItem& item) {
-        // What began with the pointer's item ends with it, to the last bit.
-        const double own = edgeOf(item, handle);
-        return withEdge(item, handle, heldEdge(item, handle, own == begun ? edge : own + delta, limits_));
-    };
+    const auto trimmedOrMoved = [&](const CapturedItem& item) { return withEdge(item, handle, heldMemberEdge(item, edge)); };
     drag_->members.write(scene, trimmedOrMoved);
     drag_->trimmedOthers.write(scene, trimmedOrMoved);
     applyCrossTrackDrag(drag_->others, delta, limits_.duration, scene);

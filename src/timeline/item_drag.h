@@ -19,6 +19,7 @@ struct DragPress {
     DragHandle handle = DragHandle::body;
     DragRow row = DragRow::layer;
     Modifiers modifiers{}; ///< At the press: with shift or Command, an item that is not selected joins the selection.
+    CGPoint trackOrigin{}; ///< Top left of the row's track in the timeline, in points, for the preview of a trim.
 };
 
 /// What a drag takes of the editor when the item is pressed. Nothing of it changes while the drag runs: what ripple does to the
@@ -40,7 +41,8 @@ struct DragSetting {
 ///
 ///     press ─▶ update … within the dead zone: nothing ─▶ update … beyond it: dragging ─▶ end
 ///
-/// The pressed item's edge goes with the pointer, snaps, and is held; the way it has gone is the delta. All pressed members, the
+/// The pressed item's edge goes with the pointer, snaps, and is held; the way it has gone is the delta, and of several pressed
+/// members the way of the one that follows best: a clip whose source runs out does not stop the others. All pressed members, the
 /// other selected items and the rippled ones go the same way, each held by the rules of its own kind. Every update is made from
 /// the scene at the press, so that a drag that comes back to where it began leaves the scene as it was.
 class TimelineItemDrag {
@@ -59,6 +61,8 @@ public:
 
     bool isDragging() const { return drag_.has_value(); }
 
+    /// What was pressed, of what exists, with the handle that its kind has.
+    const DragPress& press() const { return press_; }
     /// The pressed items that exist: what a tap would be on.
     std::vector<TimelineItemRef> tappedMembers() const;
     /// What is selected while dragging: the selection at the press, with the pressed item.
@@ -95,6 +99,9 @@ private:
     TimeSnap makeSnap(const Drag& drag) const;
     double seconds(double points) const;
     Destination destination(double seconds, Modifiers modifiers) const;
+    double heldBeforeSnap(double edge) const;
+    double closestHeldEdge(double edge) const;
+    double heldMemberEdge(const CapturedItem& member, double edge) const;
     TweenScene sceneWithEdgeAt(double edge);
 
     DragPress press_;

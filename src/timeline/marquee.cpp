@@ -1,5 +1,7 @@
 #include "timeline/marquee.h"
 
+#include "timeline/keyframe_tracks.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -9,8 +11,6 @@ namespace {
 
 /// Points by which a diamond or a pulse marker may miss the box.
 constexpr double markerReach = 6;
-/// Seconds above which a wait has a tail to touch.
-constexpr double shortestTail = 0.001;
 constexpr double scrollZone = 36;
 /// Seconds in which the deepest zone scrolls one view.
 constexpr double secondsPerView = 1.5;
@@ -72,7 +72,7 @@ private:
     void takeKeyframe(const Layer& layer, const Keyframe& keyframe, Tails tails, TimelineSelection& taken) const
     {
         if (isNear(keyframe.time)) taken.insert(TimelineItemRef::keyframe(layer.id, keyframe.id));
-        if (tails == Tails::shown && keyframe.wait > shortestTail && isNear(keyframe.time + keyframe.wait))
+        if (tails == Tails::shown && KeyframeTracks::offersWaitTail(keyframe) && isNear(keyframe.time + keyframe.wait))
             taken.insert(TimelineItemRef::waitTail(layer.id, keyframe.id));
     }
 

@@ -48,6 +48,19 @@ struct AtPlayhead {
     }
 };
 
+/// Those of the selected items that are there.
+TimelineSelection selectedItems(const TweenScene& scene, const TimelineSelection& selection)
+{
+    TimelineSelection there;
+    if (selection.empty()) return there;
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        walkItems(layer, [&](const TimelineItemRef& ref, ItemTimes, std::size_t) {
+            if (selection.contains(ref)) there.insert(ref);
+        });
+    });
+    return there;
+}
+
 std::string deleteName(const TimelineSelection& sel)
 {
     if (sel.size() > 1) return fmt::format("Delete {} Timeline Items", sel.size());
@@ -148,12 +161,13 @@ TimelineSelection selectAllAtPlayhead(const EditorState& state)
 
 std::optional<Edit> deleteTimelineSelection(const EditorState& state)
 {
-    if (state.timelineSelection.empty()) return std::nullopt;
-    Edit edit{.scene = state.scene(),
-              .actionName = deleteName(state.timelineSelection),
-              .selection = {.timeline = TimelineSelection()}};
-    applyTimelineDeletes(state.timelineSelection, edit.scene);
-    return edit;
+    const TweenScene scene = state.scene();
+    const TimelineSelection there = selectedItems(scene, state.timelineSelection);
+    if (there.empty()) return std::nullopt;
+
+    Edit edit{.scene = scene, .actionName = deleteName(there), .selection = {.timeline = TimelineSelection()}};
+    applyTimelineDeletes(there, edit.scene);
+    return edit.scene == scene ? std::nullopt : std::optional(std::move(edit));
 }
 
 void applyTimelineDeletes(const TimelineSelection& sel, TweenScene& to)

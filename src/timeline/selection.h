@@ -30,7 +30,7 @@ TimelineSelection selectAllAtPlayhead(const EditorState& state);
 /// The layers that the timeline shows in detail: those selected and pinned, with all below them. Empty shows none.
 LayerIDs currentTimelineLayerIDs(const EditorState& state);
 
-/// Deletes the selected items and empties the selection. Nothing if none is selected.
+/// Deletes the selected items and empties the selection. Nothing if none of them is there, or is but a wait of 0.
 std::optional<Edit> deleteTimelineSelection(const EditorState& state);
 
 /// Takes the items out of their layers. A clip goes back to a default one: the video layer stays; and of a wait tail the wait

@@ -318,6 +318,19 @@ TEST(Gesture, ThatEndsWithTheSceneOfItsBeginRecordsNothing)
     EXPECT_FALSE(desk.manager.canUndo());
 }
 
+TEST(Gesture, IsAStepOfItsOwnThoughAGateIsOpen)
+{
+    Desk desk;
+    desk.commit.openNumericUndoGate();
+    Gesture gesture(desk.commit);
+    gesture.update(sceneNamed("a"));
+    EXPECT_TRUE(gesture.end("Move Span"));
+    EXPECT_EQ(desk.manager.undoActionName(), "Move Span");
+    EXPECT_EQ(desk.state.gateActionName, "");
+    desk.commit.confirmNumericUndoGate();
+    EXPECT_EQ(desk.manager.undoCount(), 1u);
+}
+
 TEST(Gesture, CancelledPutsTheSceneBack)
 {
     Desk desk;

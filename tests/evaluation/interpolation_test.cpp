@@ -95,6 +95,8 @@ TEST_F(InterpolationTest, EachPropertyOverridesItsOwnFieldAndNoOther)
             if (value.index() == c.value.index()) c.set(expected); // A value of another case is passed over.
             EXPECT_EQ(Interpolation::resolve(layer, 2), expected) << "value case " << value.index();
         }
+        const Layer resolved = Interpolation::resolve(keyed({key(c.property, 2, c.value)}), 2);
+        EXPECT_EQ(Interpolation::fieldValue(resolved, c.property), c.value);
     }
 }
 

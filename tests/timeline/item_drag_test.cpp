@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <limits>
 
 // The track is 1,000 points for 10 seconds: 100 points are a second.
@@ -335,6 +336,27 @@ TEST(DragRipple, SelectedItemsMoveWithTheDragAndNotTwice)
     EXPECT_EQ(hand.times(keyframeA).start, 4);
 }
 
+TEST(DragRipple, ASelectedItemStaysWhereATrimLeavesItAndDoesNotGrowTheScene)
+{
+    DragSetting setting = settingOf(mixedScene(), {spanA, pulseA});
+    setting.rippleMode = TimelineRippleMode::after;
+    Hand trim(spanA, DragHandle::rightEdge, setting);
+    trim.to(50);
+    EXPECT_EQ(trim.times(pulseA).start, 5);
+    EXPECT_EQ(trim.times(clipA), (ItemTimes{6.5, 8.5}));
+    EXPECT_EQ(trim.drag.end(), 1u);
+
+    Layer layer{.id = idOf(1)};
+    layer.keyframes = {keyframeOf(12, 9.5)};
+    layer.pulses = {pulseOf(13, 5)};
+    setting = settingOf(sceneOf({layer}), {keyframeA, pulseA});
+    setting.rippleMode = TimelineRippleMode::after;
+    Hand move(pulseA, DragHandle::body, setting);
+    move.to(100);
+    EXPECT_EQ(move.times(keyframeA).start, 10) << "held within the scene, not rippled";
+    EXPECT_EQ(move.scene.duration, 10);
+}
+
 TEST(DragRipple, TheDurationItGrowsDoesNotBendTheDrag)
 {
     DragSetting setting = settingOf(mixedScene());
@@ -450,6 +472,17 @@ TEST(PulseDrag, SnapsToTheGridWithALineAndStopsAtTheScenesEnd)
     EXPECT_EQ(hand.drag.actionName(), "Move Pulse");
 }
 
+TEST(PulseDrag, LandsOnItsTargetToTheLastBit)
+{
+    Layer layer{.id = idOf(1)};
+    layer.pulses = {pulseOf(13, 1.1)};
+    DragSetting setting = settingOf(sceneOf({layer}));
+    setting.playhead = 6.3; // 1.1 + (6.3 - 1.1) is a bit less.
+    Hand hand(pulseA, DragHandle::body, setting);
+    hand.to(520, {});
+    EXPECT_EQ(hand.times(pulseA).start, 6.3);
+}
+
 TEST(WaitDrag, StretchesTheHoldWithinTheSceneAndLeavesTheKeyframe)
 {
     Hand hand(tailA, DragHandle::rightEdge, settingOf(mixedScene()));
@@ -479,6 +512,40 @@ TEST(WaitDrag, SnapsToTargetsAndNotToTheGrid)
     EXPECT_EQ(hand.snapTime, std::nullopt);
     hand.to(-96, {});
     EXPECT_NEAR(findKeyframe(hand.scene, idOf(1), idOf(12))->wait, 0.04, 1e-12) << "its own keyframe is no target";
+}
+
+TEST(WaitDrag, IsHeldAtNoWaitBeforeItSnaps)
+{
+    // With the pointer left of the keyframe at 3, the hold's end stands at the keyframe.
+    struct Case {
+        const char* when;
+        double pulse, wait;
+        std::optional<double> line;
+    };
+    for (const Case& c : {Case{"a target under the pointer does not count", 1, 0, std::nullopt},
+                          Case{"one beside the keyframe does", 3.05, 0.05, 3.05},
+                          Case{"one before the keyframe leaves no wait", 2.95, 0, 2.95}}) {
+        SCOPED_TRACE(c.when);
+        Layer layer{.id = idOf(1)};
+        layer.keyframes = {keyframeOf(12, 3, 1)};
+        layer.pulses = {pulseOf(13, c.pulse)};
+        Hand hand(tailA, DragHandle::rightEdge, settingOf(sceneOf({layer})));
+        hand.to(-300, {});
+        EXPECT_NEAR(findKeyframe(hand.scene, idOf(1), idOf(12))->wait, c.wait, 1e-12);
+        EXPECT_EQ(hand.snapTime, c.line);
+    }
+}
+
+TEST(WaitDrag, AtTheScenesEndNoHoldIsLeft)
+{
+    Hand keyframe(keyframeA, DragHandle::body, settingOf(mixedScene()));
+    keyframe.to(900);
+    EXPECT_EQ(keyframe.times(keyframeA).start, 10);
+    EXPECT_EQ(findKeyframe(keyframe.scene, idOf(1), idOf(12))->wait, 1) << "no move changes a wait";
+
+    Hand tail(tailA, DragHandle::rightEdge, settingOf(keyframe.scene));
+    tail.to(50);
+    EXPECT_EQ(findKeyframe(tail.scene, idOf(1), idOf(12))->wait, 0);
 }
 
 TEST(WaitDrag, TakesOtherSelectedTailsAndNothingElse)
@@ -608,6 +675,71 @@ TEST(AggregateDrag, SnapsToItemsOfEveryLayer)
         hand.to(350, {});
         EXPECT_EQ(hand.times(pulseA).start, row == DragRow::layer ? 8.5 : 8.52);
     }
+}
+
+/// Two clips from 6 to 8 under one bar, and a pulse at 8. The first has 4 seconds of source left from 6 on, and 1 before it.
+struct TwoClips {
+    TimelineItemRef ending = TimelineItemRef::videoClip(idOf(3)), looping = TimelineItemRef::videoClip(idOf(4));
+    TimelineItemRef pulse = TimelineItemRef::pulse(idOf(1), idOf(13));
+    TweenScene scene{};
+
+    explicit TwoClips(VideoClip::EndBehavior second, double firstDuration = 5)
+    {
+        Layer marked{.id = idOf(1)};
+        marked.pulses = {pulseOf(13, 8)};
+        scene = sceneOf({videoOf(3, {.sceneStart = 6, .sceneEnd = 8, .sourceStart = 1}, firstDuration),
+                         videoOf(4, {.sceneStart = 6, .sceneEnd = 8, .sourceStart = 3, .endBehavior = second}, 7), marked});
+    }
+    /// A trim of both by so many seconds. Which of them was listed first must not matter.
+    void trim(DragHandle handle, double seconds, const std::function<void(const Hand&)>& check) const
+    {
+        for (const std::vector<TimelineItemRef>& members : {std::vector{ending, looping}, std::vector{looping, ending}}) {
+            SCOPED_TRACE(members[0] == ending ? "the ending one first" : "the looping one first");
+            DragSetting setting = settingOf(scene);
+            setting.rippleMode = TimelineRippleMode::after;
+            Hand hand(DragPress{.members = members, .handle = handle, .row = DragRow::aggregate}, setting);
+            hand.to(seconds * 100);
+            EXPECT_EQ(hand.drag.actionName(), "Trim Clips");
+            check(hand);
+        }
+    }
+};
+
+TEST(AggregateTrim, AClipWhoseSourceRunsOutDoesNotStopTheOthers)
+{
+    const TwoClips clips(VideoClip::EndBehavior::loop);
+    clips.trim(DragHandle::rightEdge, 3, [&](const Hand& hand) {
+        EXPECT_EQ(hand.times(clips.ending).end, 10);
+        EXPECT_EQ(hand.times(clips.looping).end, 11);
+        EXPECT_EQ(hand.times(clips.pulse).start, 11) << "ripple goes with the one that gets farthest";
+    });
+    clips.trim(DragHandle::leftEdge, -2, [&](const Hand& hand) {
+        EXPECT_EQ(hand.times(clips.ending), (ItemTimes{5, 8}));
+        EXPECT_EQ(findVideoClip(hand.scene, idOf(3))->sourceStart, 0);
+        EXPECT_EQ(hand.times(clips.looping), (ItemTimes{4, 8}));
+        EXPECT_EQ(findVideoClip(hand.scene, idOf(4))->sourceStart, 1);
+        EXPECT_EQ(hand.times(clips.pulse).start, 6);
+    });
+}
+
+TEST(AggregateTrim, WhereAllStopRippleStops)
+{
+    const TwoClips clips(VideoClip::EndBehavior::end); // Both have 4 seconds left.
+    clips.trim(DragHandle::rightEdge, 3, [&](const Hand& hand) {
+        EXPECT_EQ(hand.times(clips.ending).end, 10);
+        EXPECT_EQ(hand.times(clips.looping).end, 10);
+        EXPECT_EQ(hand.times(clips.pulse).start, 10);
+    });
+}
+
+TEST(AggregateTrim, AClipThatHasToShrinkDoesNotTurnTheOthersBack)
+{
+    const TwoClips clips(VideoClip::EndBehavior::loop, /*firstDuration=*/0.5); // The source ends before it begins.
+    clips.trim(DragHandle::rightEdge, 1, [&](const Hand& hand) {
+        EXPECT_DOUBLE_EQ(hand.times(clips.ending).end, 6.05);
+        EXPECT_EQ(hand.times(clips.looping).end, 9);
+        EXPECT_EQ(hand.times(clips.pulse).start, 9);
+    });
 }
 
 // What cannot be dragged.

@@ -173,6 +173,25 @@ TEST(DeleteTimelineSelection, IsNamedByWhatIsDeleted)
     EXPECT_FALSE(deleteTimelineSelection(stateAround5(5)));
 }
 
+TEST(DeleteTimelineSelection, CountsTheItemsThatAreThereAndIsNoEditWithoutAny)
+{
+    EditorState state = stateAround5(5);
+    state.timelineSelection = {TimelineItemRef::span(idOf(1), idOf(99)), TimelineItemRef::pulse(idOf(77), idOf(12))};
+    EXPECT_FALSE(deleteTimelineSelection(state));
+    state.timelineSelection.insert(b);
+    EXPECT_EQ(deleteTimelineSelection(state)->actionName, "Delete Pulse");
+}
+
+TEST(DeleteTimelineSelection, AWaitThatIsNoneIsNoEdit)
+{
+    EditorState state;
+    Layer layer{.id = idOf(1)};
+    layer.keyframes = {keyframeOf(11, 2)};
+    state.document.setScene(sceneOf({layer}));
+    state.timelineSelection = {TimelineItemRef::waitTail(idOf(1), idOf(11))};
+    EXPECT_FALSE(deleteTimelineSelection(state));
+}
+
 TEST(DeleteTimelineSelection, RemovesItemsAndKeepsTheVideoAndTheKeyframeOfAWait)
 {
     TweenScene scene = stateAround5(5).scene();
