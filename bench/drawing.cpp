@@ -2,10 +2,13 @@
 // compares with filling the frame once. Times are of the processor, so that what else runs beside matters less.
 //
 //     bench_drawing [--exporter cpu|gpu] [--buffers N] [NAME ...]        all single-scene documents, where none is named
+//     bench_drawing --canvas [NAME ...]
 //
-// The second exporter draws into N frames' memory by turns, 1 if not given, and passes over frames equal to the one before.
+// The second exporter draws into N frames' memory by turns, 1 if not given, and passes over frames equal to the one before. The
+// canvas is the editor's, in a view of 1600 x 900 that the scene fits; its drawing holds its evaluation.
 #include "bench_scenes.h"
 #include "rendering/frame_composition.h"
+#include "rendering/live_canvas.h"
 #include "rendering/retained/compositing_renderer.h"
 #include "rendering/retained/scene_layer.h"
 
@@ -26,6 +29,7 @@ using namespace larkspool;
 
 struct Options {
     bool composites = false;
+    bool isCanvas = false;
     int buffers = 1;
     std::vector<std::string> names;
 };
@@ -97,6 +101,32 @@ void printDrawing(const BenchDocument& bench, const Options& options)
     std::fflush(stdout);
 }
 
+/// On the main thread, where results of evaluation are kept, as in the editor.
+void printCanvas(const BenchDocument& bench)
+{
+    const TweenScene scene = bench.make().scenes[0];
+    const CGSize view{1600, 900};
+    const double scale = std::min(view.width / scene.width, view.height / scene.height);
+    const CanvasRenderer::Placement placement{.scale = scale,
+                                              .originX = (view.width - scene.width * scale) * 0.5,
+                                              .originY = (view.height - scene.height * scale) * 0.5,
+                                              .viewSize = view};
+    PixelBuffer picture(1600, 900);
+    const auto frames = static_cast<int>(scene.duration * static_cast<double>(scene.fps));
+    double painting = 0, slowest = 0;
+    for (int i = 0; i < frames; ++i) {
+        const double start = worked();
+        CanvasRenderer::paint(scene, i / static_cast<double>(scene.fps), placement, {}, *makeRasterContext(picture));
+        const double painted = worked() - start;
+        painting += painted;
+        slowest = std::max(slowest, painted);
+    }
+    const double mean = painting / frames;
+    std::printf("%-8s canvas %7.3f ms a redraw, slowest %7.3f ms   %5.1f fills of the view\n", std::string(bench.name).c_str(), mean,
+                slowest, mean / fillMilliseconds(picture));
+    std::fflush(stdout);
+}
+
 Options parsed(int count, char** arguments)
 {
     Options options;
@@ -104,6 +134,8 @@ Options parsed(int count, char** arguments)
         const std::string argument = arguments[i];
         if (argument == "--exporter" && i + 1 < count)
             options.composites = std::string(arguments[++i]) == "gpu";
+        else if (argument == "--canvas")
+            options.isCanvas = true;
         else if (argument == "--buffers" && i + 1 < count)
             options.buffers = std::max(std::atoi(arguments[++i]), 1);
         else
@@ -117,11 +149,16 @@ Options parsed(int count, char** arguments)
 int main(int count, char** arguments)
 {
     const Options options = parsed(count, arguments);
-    // Off the main thread, where no result of evaluation is kept, as in an export.
-    std::thread([&] {
+    const auto forEachWanted = [&](const auto& print) {
         for (const BenchDocument& bench : benchDocuments())
             if (options.names.empty() ? bench.name != "multi"
                                       : std::ranges::find(options.names, bench.name) != options.names.end())
-                printDrawing(bench, options);
-    }).join();
+                print(bench);
+    };
+    if (options.isCanvas) {
+        forEachWanted(printCanvas);
+        return 0;
+    }
+    // Off the main thread, where no result of evaluation is kept, as in an export.
+    std::thread([&] { forEachWanted([&](const BenchDocument& bench) { printDrawing(bench, options); }); }).join();
 }

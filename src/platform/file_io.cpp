@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <random>
@@ -173,6 +174,18 @@ void replaceFileAtomically(const std::string& path, std::span<const std::uint8_t
     if (::rename(temporary.path().c_str(), target.c_str()) != 0) failWithErrno(path);
     temporary.keep();
     syncFolder(folderOf(target));
+}
+
+void makePrivateFolder(const std::string& path)
+{
+    std::error_code failure;
+    if (path.empty() || std::filesystem::is_directory(path, failure)) return;
+    if (!std::filesystem::create_directories(path, failure)) {
+        if (failure) throw FileError(path, failure.value());
+        return;
+    }
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, failure);
+    if (failure) throw FileError(path, failure.value());
 }
 
 } // namespace larkspool

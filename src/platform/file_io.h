@@ -32,4 +32,8 @@ std::vector<std::uint8_t> readWholeFile(const std::string& path);
 /// file. Only a regular file is replaced.
 void replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> contents);
 
+/// Makes a folder that is for this user alone, and the folders above it, unless it is there. An empty path stands for no folder.
+/// Throws FileError.
+void makePrivateFolder(const std::string& path);
+
 } // namespace larkspool

@@ -135,10 +135,28 @@ Pixbuf load(std::span<const std::uint8_t> bytes)
     return Pixbuf(gdk_pixbuf_apply_embedded_orientation(pixbuf));
 }
 
+enum class LoadedAlpha { straight, premultiplied };
+
+/// The loader multiplies the colours of a TIFF by their alpha, where the file does not have them so already.
+LoadedAlpha loadedAlpha(std::span<const std::uint8_t> bytes)
+{
+    return std::string_view(formatOf(bytes)) == "tiff" ? LoadedAlpha::premultiplied : LoadedAlpha::straight;
+}
+
+void makeStraight(std::vector<std::uint8_t>& rgba)
+{
+    for (std::size_t i = 0; i + 3 < rgba.size(); i += 4) {
+        const int alpha = rgba[i + 3];
+        if (alpha == 0 || alpha == 255) continue;
+        for (std::size_t c = i; c < i + 3; ++c)
+            rgba[c] = static_cast<std::uint8_t>(std::min((rgba[c] * 255 + alpha / 2) / alpha, 255));
+    }
+}
+
 /// Straight RGBA rows of a picture, in sRGB.
 class ColorRows {
 public:
-    explicit ColorRows(GdkPixbuf* pixbuf) : pixbuf_(pixbuf)
+    ColorRows(GdkPixbuf* pixbuf, LoadedAlpha alpha) : pixbuf_(pixbuf), alpha_(alpha)
     {
         if (const char* text = gdk_pixbuf_get_option(pixbuf, "icc-profile")) openProfile(text);
     }
@@ -158,6 +176,7 @@ public:
             std::copy_n(source + x * channels, 3, row.begin() + 4 * x);
             row[4 * x + 3] = channels == 4 ? source[x * channels + 3] : 255;
         }
+        if (alpha_ == LoadedAlpha::premultiplied) makeStraight(row);
         if (toSRGB_) cmsDoTransform(toSRGB_, row.data(), row.data(), static_cast<cmsUInt32Number>(width));
     }
 
@@ -177,6 +196,7 @@ private:
     }
 
     GdkPixbuf* pixbuf_;
+    LoadedAlpha alpha_;
     cmsHTRANSFORM toSRGB_ = nullptr;
 };
 
@@ -211,7 +231,7 @@ ImageRef decodeImage(std::span<const std::uint8_t> bytes)
     const Pixbuf pixbuf = load(bytes);
     if (!pixbuf) return nullptr;
     PixelBuffer pixels(gdk_pixbuf_get_width(pixbuf.get()), gdk_pixbuf_get_height(pixbuf.get()));
-    const ColorRows rows(pixbuf.get());
+    const ColorRows rows(pixbuf.get(), loadedAlpha(bytes));
     std::vector<std::uint8_t> row(static_cast<std::size_t>(pixels.width()) * 4);
     for (int y = 0; y < pixels.height(); ++y) {
         rows.read(y, row);

@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <system_error>
 #include <vector>
 
 namespace larkspool {
@@ -39,19 +38,6 @@ struct ValueWriter {
     void operator()(const std::string& value) const { writer.string(value); }
 };
 
-/// Makes the folder of the settings, for this user alone: they can hold a key to a service.
-void makePrivateFolder(const std::filesystem::path& folder)
-{
-    std::error_code failure;
-    if (folder.empty() || std::filesystem::is_directory(folder, failure)) return;
-    if (!std::filesystem::create_directories(folder, failure)) {
-        if (failure) throw FileError(folder.string(), failure.value());
-        return;
-    }
-    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, failure);
-    if (failure) throw FileError(folder.string(), failure.value());
-}
-
 template <typename T>
 T valueOr(const std::optional<UserDefaults::Value>& value, T fallback)
 {
@@ -60,6 +46,21 @@ T valueOr(const std::optional<UserDefaults::Value>& value, T fallback)
 }
 
 } // namespace
+
+void UserDefaults::set(std::string_view key, Value value)
+{
+    assert(!std::holds_alternative<double>(value) || std::isfinite(std::get<double>(value)));
+    const bool changes = this->value(key) != value;
+    store(key, std::move(value));
+    if (changes) observers_.tell(key);
+}
+
+void UserDefaults::remove(std::string_view key)
+{
+    if (!value(key)) return;
+    discard(key);
+    observers_.tell(key);
+}
 
 bool UserDefaults::boolean(std::string_view key) const
 {
@@ -73,14 +74,35 @@ double UserDefaults::number(std::string_view key) const
 
 std::int64_t UserDefaults::integer(std::string_view key) const
 {
-    constexpr double largestExact = 9007199254740992;
-    const double stored = number(key);
-    return std::abs(stored) <= largestExact ? static_cast<std::int64_t>(stored) : 0;
+    return integer(IntegerKey{key, 0});
 }
 
 std::string UserDefaults::string(std::string_view key) const
 {
     return valueOr(value(key), std::string());
+}
+
+bool UserDefaults::boolean(const BooleanKey& key) const
+{
+    return valueOr(value(key), key.fallback);
+}
+
+double UserDefaults::number(const NumberKey& key) const
+{
+    return valueOr(value(key), key.fallback);
+}
+
+std::int64_t UserDefaults::integer(const IntegerKey& key) const
+{
+    constexpr double largestExact = 9007199254740992;
+    const std::optional<Value> stored = value(key);
+    const double* number = stored ? std::get_if<double>(&*stored) : nullptr;
+    return number && std::abs(*number) <= largestExact ? static_cast<std::int64_t>(*number) : key.fallback;
+}
+
+std::string UserDefaults::string(const StringKey& key) const
+{
+    return valueOr(value(key), std::string(key.fallback));
 }
 
 FileUserDefaults::FileUserDefaults(std::string path) : path_(std::move(path))
@@ -95,18 +117,15 @@ std::optional<UserDefaults::Value> FileUserDefaults::value(std::string_view key)
     return found->second;
 }
 
-void FileUserDefaults::set(std::string_view key, Value value)
+void FileUserDefaults::store(std::string_view key, Value value)
 {
-    assert(!std::holds_alternative<double>(value) || std::isfinite(std::get<double>(value)));
     values_.insert_or_assign(std::string(key), std::move(value));
     write();
 }
 
-void FileUserDefaults::remove(std::string_view key)
+void FileUserDefaults::discard(std::string_view key)
 {
-    const auto found = values_.find(key);
-    if (found == values_.end()) return;
-    values_.erase(found);
+    values_.erase(values_.find(key));
     write();
 }
 
@@ -150,7 +169,7 @@ void FileUserDefaults::write()
 
     writeFailure_.reset();
     try {
-        makePrivateFolder(std::filesystem::path(path_).parent_path());
+        makePrivateFolder(std::filesystem::path(path_).parent_path().string());
         replaceFileAtomically(path_, writer.take());
     } catch (const FileError& failure) {
         writeFailure_ = failure.error();

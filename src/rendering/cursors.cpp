@@ -4,6 +4,7 @@
 #include "platform/image_decoding.h"
 #include "platform/program_folder.h"
 #include "rendering/built_in_cursors.h"
+#include "rendering/continuous_corners.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +17,6 @@ namespace {
 
 constexpr double longerSide = 512;
 constexpr CGSize fallbackSize{64, 64};
-constexpr int exportSpokes = 8;
 /// How much fainter than the brightest spoke the faintest is.
 constexpr double spokeFade = 0.85;
 
@@ -126,7 +126,7 @@ int exportThrobberLead(double sceneTime)
     if (!std::isfinite(sceneTime)) return 0;
     double whole = 0;
     const double part = std::modf(sceneTime, &whole); // Has the sign of the time.
-    return static_cast<int>(part * exportSpokes) & (exportSpokes - 1);
+    return static_cast<int>(part * throbberCount) & (throbberCount - 1);
 }
 
 int canvasThrobberLead(double now, double revolution, int count)
@@ -135,17 +135,23 @@ int canvasThrobberLead(double now, double revolution, int count)
     return std::isfinite(turned) ? static_cast<int>(turned * count) : 0;
 }
 
-void drawExportThrobber(RasterContext& context, const CGRect& frame, double sceneTime)
+void drawThrobber(RasterContext& context, const CGRect& frame, int lead, int count, const RasterColor& color,
+                  DrawingStyle::Corners corners)
 {
     if (!(frame.size.width > 0 && frame.size.height > 0)) return;
-    const Path outline = Path::roundedRect(throbberSpokeShape(frame.size));
-    for (const ThrobberSpoke& spoke : throbberSpokes(exportThrobberLead(sceneTime), exportSpokes)) {
+    const Path outline = boxOutline(throbberSpokeShape(frame.size), corners);
+    for (const ThrobberSpoke& spoke : throbberSpokes(lead, count)) {
         SavedState saved(context);
         context.translateCTM(frame.midX(), frame.midY());
         context.concatCTM(AffineTransform().rotatedBy(spoke.rotation));
-        context.setFillColor({0, 0, 0, spoke.opacity});
+        context.setFillColor({color.r, color.g, color.b, color.a * spoke.opacity});
         context.fillPath(outline, FillRule::winding);
     }
+}
+
+void drawExportThrobber(RasterContext& context, const CGRect& frame, double sceneTime)
+{
+    drawThrobber(context, frame, exportThrobberLead(sceneTime), throbberCount, {0, 0, 0, 1}, DrawingStyle::Corners::circular);
 }
 
 Path cursorOuterShape(const CGRect& rect)

@@ -3,6 +3,7 @@
 #include "document/layer.h"
 #include "platform/image.h"
 #include "platform/raster_context.h"
+#include "rendering/drawing_style.h"
 
 #include <map>
 #include <mutex>
@@ -58,12 +59,20 @@ RoundedRect throbberSpokeShape(CGSize frame);
 /// The spokes of a spinner of `count` whose brightest is `lead`: the one ahead of it is the faintest. No spoke for a count below 1.
 std::vector<ThrobberSpoke> throbberSpokes(int lead, int count);
 
+/// The spokes of a waiting cursor, on the canvas too, where a turn takes a second as well.
+inline constexpr int throbberCount = 8;
+inline constexpr double throbberRevolution = 1;
+
 /// The brightest of eight spokes at a scene time: one turn a second, in steps. 0...7 for every time, those below 0 included.
 int exportThrobberLead(double sceneTime);
 
 /// The brightest of `count` spokes on the canvas, where a turn takes `revolution` seconds of the wall clock `now`. 0 where that
 /// tells nothing.
 int canvasThrobberLead(double now, double revolution, int count);
+
+/// The spokes of a spinner in a frame.
+void drawThrobber(RasterContext& context, const CGRect& frame, int lead, int count, const RasterColor& color,
+                  DrawingStyle::Corners corners);
 
 /// The spinner in black on the raster: eight spokes by the scene's time.
 void drawExportThrobber(RasterContext& context, const CGRect& frame, double sceneTime);

@@ -1,20 +1,29 @@
 #include "rendering/image_media.h"
 
+#include "evaluation/video_time.h"
+#include "platform/file_url.h"
+#include "rendering/continuous_corners.h"
 #include "rendering/media_crop.h"
+#include "rendering/raster_color.h"
 #include "rendering/shapes.h"
 #include "rendering/video_media.h"
+#include "rendering/video_placeholder.h"
+#include "rendering/video_view_logic.h"
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <list>
 #include <map>
 #include <mutex>
+#include <system_error>
 
 namespace larkspool {
 
 namespace {
 
 constexpr std::size_t greatestCacheBytes = std::size_t{1} << 30;
+constexpr std::size_t greatestKeyedBytes = 256u << 20;
 /// Vector art is rendered no larger than this on a side; larger it is scaled up.
 constexpr double greatestArtSide = 4096;
 constexpr std::size_t greatestArtBytes = 256u << 20;
@@ -104,6 +113,38 @@ private:
     std::size_t total_ = 0;
 };
 
+/// Pictures cut by their black key, the latest used in front.
+class KeyedPictures {
+public:
+    ImageRef picture(const Bytes& bytes, const ImageRef& decoded, const BlackKeySettings& settings)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto matches = [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes) && e.settings == settings; };
+        if (const auto entry = std::ranges::find_if(entries_, matches); entry != entries_.end()) {
+            entries_.splice(entries_.begin(), entries_, entry);
+            return entries_.front().image;
+        }
+        entries_.push_front({bytes, settings, blackKeyedImage(decoded, settings)});
+        total_ += entries_.front().image->byteSize();
+        while (total_ > greatestKeyedBytes && entries_.size() > 1) {
+            total_ -= entries_.back().image->byteSize();
+            entries_.pop_back();
+        }
+        return entries_.front().image;
+    }
+
+private:
+    struct Entry {
+        Bytes bytes; ///< Kept, so that its address means this content alone.
+        BlackKeySettings settings;
+        ImageRef image;
+    };
+
+    std::mutex mutex_;
+    std::list<Entry> entries_;
+    std::size_t total_ = 0;
+};
+
 /// How large a box of local space is on the raster.
 CGSize sizeOnRaster(CGSize size, const RasterContext& context)
 {
@@ -116,15 +157,57 @@ RoundedRect boxOf(const Layer& layer)
     return {{{0, 0}, layer.size}, clampedCornerRadius(layer.cornerRadius, layer.size)};
 }
 
-/// The stroke of an image or a video: a ring inside, or a clipped line outside.
-void strokeMedia(const Layer& layer, RasterContext& context)
+/// A border around the box, whose outer corners are rounder by its width, those of a sharp box too.
+void fillOuterBorder(const Layer& layer, RasterContext& context, const DrawingStyle& style)
+{
+    const RoundedRect box = boxOf(layer);
+    const double width = layer.strokeWidth;
+    Path ring = boxOutline({insetBy(box.rect, -width, -width), box.radius + width}, style.corners);
+    ring.add(boxOutline(box, style.corners));
+    context.setFillColor(rasterColor(layer.stroke));
+    context.fillPath(ring, FillRule::evenOdd);
+}
+
+/// The stroke of an image or a video: a ring inside, or a clipped line or a border outside.
+void strokeMedia(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     const CGRect rect{{0, 0}, layer.size};
-    if (layer.perSideStroke) return Exporter::drawPerSideStroke(layer, rect, context);
+    if (layer.perSideStroke) return Exporter::drawPerSideStroke(layer, rect, context, style);
     if (!(layer.strokeWidth > 0)) return;
-    const Path outer = Path::roundedRect(boxOf(layer));
-    if (layer.strokeOutside) return strokeClipped(outer, layer, context);
-    fillStrokeRing(layer, context);
+    if (!layer.strokeOutside) return fillStrokeRing(layer, context, style);
+    if (style.mediaStroke == DrawingStyle::MediaStroke::border) return fillOuterBorder(layer, context, style);
+    strokeClipped(boxOutline(boxOf(layer), style.corners), layer, context, style);
+}
+
+/// Draws a picture over the layer's box.
+void drawInBox(const ImageRef& image, const CGRect& source, const Layer& layer, RasterContext& context, const DrawingStyle& style)
+{
+    if (!image) return;
+    const RoundedRect box = boxOf(layer);
+    SavedState saved(context);
+    context.clipToPath(boxOutline(box, style.corners), FillRule::winding);
+    context.drawImage(image, source, box.rect);
+}
+
+bool isThere(const std::string& path)
+{
+    std::error_code ignored;
+    return !path.empty() && std::filesystem::exists(path, ignored);
+}
+
+/// The video of a live canvas, which has its pictures from elsewhere.
+void drawLiveVideo(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style)
+{
+    const std::string path = pathFromURLOrPath(layer.videoURL);
+    const std::optional<double> source = sourceTime(layer, time);
+    if (!isThere(path)) {
+        drawVideoMissingPlaceholder(boxOf(layer), context, style);
+    } else {
+        if (!source) return;
+        const ImageRef image = style.videos->picture(layer, path, *source);
+        if (image) drawInBox(image, {{0, 0}, image->size()}, layer, context, style);
+    }
+    strokeMedia(layer, context, style);
 }
 
 } // namespace
@@ -162,35 +245,45 @@ PlacedPicture placedPicture(const Layer& layer, CGSize shown)
             {{crop.origin.x * across, crop.origin.y * down}, {crop.size.width * across, crop.size.height * down}}};
 }
 
+PlacedPicture keyedPicture(const Layer& layer, CGSize shown)
+{
+    static KeyedPictures keyed;
+    const BlackKeySettings settings = blackKeySettings(layer);
+    const std::shared_ptr<const Picture> picture = layer.imageData ? mediaPicture(*layer.imageData) : nullptr;
+    if (!picture || !picture->bitmap() || !settings.isKeyed()) return placedPicture(layer, shown);
+
+    ImageRef image = keyed.picture(*layer.imageData, picture->bitmap(), settings);
+    const CGRect whole{{0, 0}, image->size()};
+    return {std::move(image), whole};
+}
+
 bool cutsCorners(double radius)
 {
     return radius > leastClippedRadius;
 }
 
-void Exporter::drawImageBody(const Layer& layer, RasterContext& context)
+void Exporter::drawImageBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    const auto [image, source] = placedPicture(layer, sizeOnRaster(layer.size, context));
+    const CGSize shown = sizeOnRaster(layer.size, context);
+    const auto [image, source] =
+        style.keying == DrawingStyle::Keying::honoured ? keyedPicture(layer, shown) : placedPicture(layer, shown);
     if (!image) return;
     const RoundedRect box = boxOf(layer);
     {
         SavedState saved(context);
-        if (cutsCorners(box.radius)) context.clipToPath(Path::roundedRect(box), FillRule::winding);
+        if (cutsCorners(box.radius)) context.clipToPath(boxOutline(box, style.corners), FillRule::winding);
         context.drawImage(image, source, box.rect);
     }
-    strokeMedia(layer, context);
+    strokeMedia(layer, context, style);
 }
 
-void Exporter::drawVideoBody(const Layer& layer, RasterContext& context, double time)
+void Exporter::drawVideoBody(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style)
 {
+    if (style.videos) return drawLiveVideo(layer, context, time, style);
     const CroppedPicture picture = videoPicture(layer, time);
     if (!picture.image) return;
-    const RoundedRect box = boxOf(layer);
-    {
-        SavedState saved(context);
-        context.clipToPath(Path::roundedRect(box), FillRule::winding);
-        context.drawImage(picture.image, picture.pixels, box.rect);
-    }
-    strokeMedia(layer, context);
+    drawInBox(picture.image, picture.pixels, layer, context, style);
+    strokeMedia(layer, context, style);
 }
 
 } // namespace larkspool

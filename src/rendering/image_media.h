@@ -5,6 +5,7 @@
 #include "platform/image.h"
 #include "platform/image_decoding.h"
 #include "platform/raster_context.h"
+#include "rendering/drawing_style.h"
 
 #include <memory>
 
@@ -22,6 +23,9 @@ public:
     /// The picture to draw where it will be `pixels` large on the raster. A bitmap comes as it is, vector art at that size, in
     /// whole pixels and within bounds; its last sizes are kept. Null where it cannot be drawn.
     ImageRef imageFor(CGSize pixels) const;
+
+    /// The pixels of a bitmap; null for vector art.
+    const ImageRef& bitmap() const { return bitmap_; }
 
     /// Bytes of memory that the bitmap takes.
     std::size_t byteSize() const { return bitmap_ ? bitmap_->byteSize() : 0; }
@@ -44,17 +48,21 @@ struct PlacedPicture {
 /// What an image layer shows where it is `shown` large on the raster.
 PlacedPicture placedPicture(const Layer& layer, CGSize shown);
 
+/// The same where the black key counts. Vector art has none. Cut pictures are kept, least recently used dropped first.
+PlacedPicture keyedPicture(const Layer& layer, CGSize shown);
+
 /// Whether the corners of an image of that radius are cut.
 bool cutsCorners(double radius);
 
 namespace Exporter {
 
 /// Paints an image layer in its local space: the picture stretched to the layer's size, cut to its rounded corners. A black key
-/// has no effect here.
-void drawImageBody(const Layer& layer, RasterContext& context);
+/// has no effect in a film.
+void drawImageBody(const Layer& layer, RasterContext& context, const DrawingStyle& style = {});
 
-/// Paints the picture of a video layer in its local space, as it is at a scene time.
-void drawVideoBody(const Layer& layer, RasterContext& context, double time);
+/// Paints the picture of a video layer in its local space, as it is at a scene time. On a live canvas a missing file has a
+/// placeholder, and the stroke is there before the first picture is.
+void drawVideoBody(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style = {});
 
 } // namespace Exporter
 

@@ -16,7 +16,7 @@ namespace {
 constexpr double leastProgress = 0.0001;
 /// An arrow head takes at most this part of a preset.
 constexpr double greatestArrowFraction = 0.45;
-constexpr double leastPresetWidth = 0.5;
+constexpr double leastPresetWidth = 0.5; ///< View points.
 /// Half the base of an arrow head, for a head of length 1.
 constexpr double arrowHalfWidth = 0.55;
 constexpr int arcSampleCount = 49;
@@ -63,9 +63,28 @@ void strokeRound(const Path& path, const Layer& layer, double width, RasterConte
     context.strokePath(path);
 }
 
-void paintArrow(CGPoint tip, CGPoint from, const Layer& layer, RasterContext& context)
+/// The measures of the layer's arrow heads in its own unit: the least ones hold in view points.
+ArrowMeasures arrowOf(const Layer& layer, const DrawingStyle& style)
 {
-    const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
+    const double scale = style.viewScale;
+    const ArrowMeasures inView = arrowMeasures(layer.strokeWidth * scale);
+    return {.size = inView.size / scale, .stroke = inView.stroke / scale, .strokeInset = inView.strokeInset / scale};
+}
+
+double freeformWidth(const Layer& layer, const DrawingStyle& style)
+{
+    const double least = style.leastFreeformWidth / style.viewScale;
+    return least > 0 ? std::max(layer.strokeWidth, least) : layer.strokeWidth;
+}
+
+double presetWidth(const Layer& layer, const DrawingStyle& style)
+{
+    return std::max(layer.strokeWidth, leastPresetWidth / style.viewScale);
+}
+
+void paintArrow(CGPoint tip, CGPoint from, const Layer& layer, RasterContext& context, const DrawingStyle& style)
+{
+    const ArrowMeasures arrow = arrowOf(layer, style);
     const Path head = arrowheadPath(tip, from, arrow.size, arrow.strokeInset);
     context.setFillColor(rasterColor(layer.stroke));
     context.fillPath(head, FillRule::winding);
@@ -73,9 +92,9 @@ void paintArrow(CGPoint tip, CGPoint from, const Layer& layer, RasterContext& co
 }
 
 /// The whole of a freeform line, apart from its arrow heads.
-Path freeformPath(const std::vector<CGPoint>& points, const Layer& layer)
+Path freeformPath(const std::vector<CGPoint>& points, const Layer& layer, const DrawingStyle& style)
 {
-    const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
+    const ArrowMeasures arrow = arrowOf(layer, style);
     return buildPath(trimEndsForArrows(points, layer.lineArrowStart, layer.lineArrowEnd, arrow.size, arrow.strokeInset), layer.lineCurved);
 }
 
@@ -85,19 +104,19 @@ Path presetPath(const Layer& layer)
                                           layer.lineWaveFrequency, layer.lineWaveAmplitude, layer.lineArcReversed);
 }
 
-void drawFreeform(const Layer& layer, RasterContext& context)
+void drawFreeform(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     const std::vector<CGPoint> points(layer.linePoints.begin(), layer.linePoints.end());
     if (points.size() < 2) return;
 
-    const Path line = freeformPath(points, layer);
+    const Path line = freeformPath(points, layer, style);
     const double progress = std::max(std::min(layer.lineDrawProgress, 1.0), leastProgress);
     const Path drawn = layer.lineDrawReversed ? trimmedPath(line, 1 - progress, 1) : trimmedPath(line, 0, progress);
 
     SavedState saved(context);
-    strokeRound(drawn, layer, layer.strokeWidth, context);
-    if (progress > 0.001 && layer.lineArrowStart) paintArrow(points[0], points[1], layer, context);
-    if (progress > 0.999 && layer.lineArrowEnd) paintArrow(points.back(), points[points.size() - 2], layer, context);
+    strokeRound(drawn, layer, freeformWidth(layer, style), context);
+    if (progress > 0.001 && layer.lineArrowStart) paintArrow(points[0], points[1], layer, context, style);
+    if (progress > 0.999 && layer.lineArrowEnd) paintArrow(points.back(), points[points.size() - 2], layer, context, style);
 }
 
 /// The stretch of a preset that is drawn, in fractions of its length, and what its arrow heads take of it.
@@ -115,9 +134,9 @@ PresetRange presetRange(const Layer& layer, double arrowFraction, double progres
     return {startTrim, startTrim + drawn, startTrim, endTrim};
 }
 
-double arrowFraction(const Layer& layer, const CGRect& rect, const std::vector<CGPoint>& samples)
+double arrowFraction(const Layer& layer, const CGRect& rect, const std::vector<CGPoint>& samples, const DrawingStyle& style)
 {
-    const double size = arrowMeasures(layer.strokeWidth).size;
+    const double size = arrowOf(layer, style).size;
     double fraction = 0;
     if (layer.lineShape == LineShape::wave) fraction = size / std::max(polylineLength(samples), 0.001);
     if (layer.lineShape == LineShape::arc) {
@@ -128,28 +147,29 @@ double arrowFraction(const Layer& layer, const CGRect& rect, const std::vector<C
 }
 
 /// The head at the drawn end of an arc or a wave, which travels with it.
-void paintEndArrow(const Layer& layer, const std::vector<CGPoint>& samples, const PresetRange& range, RasterContext& context)
+void paintEndArrow(const Layer& layer, const std::vector<CGPoint>& samples, const PresetRange& range, RasterContext& context,
+                   const DrawingStyle& style)
 {
     const double tipFraction = std::min(range.endTrim + range.to, 1.0);
     const double behindFraction = std::max(std::min(tipFraction - 0.0001, range.to), 0.0);
     const std::optional<PolylineSample> tip = polylineSample(samples, tipFraction);
     const std::optional<PolylineSample> behind = polylineSample(samples, behindFraction);
-    if (tip && behind) paintArrow(tip->point, behind->point, layer, context);
+    if (tip && behind) paintArrow(tip->point, behind->point, layer, context, style);
 }
 
 void paintStartArrow(const Layer& layer, const CGRect& rect, const std::vector<CGPoint>& samples, const PresetRange& range,
-                     RasterContext& context)
+                     RasterContext& context, const DrawingStyle& style)
 {
     if (layer.lineShape == LineShape::arc) {
         const ArcGeometry arc = arcGeometry(rect, layer.lineArcBend, layer.lineArcReversed);
         const CGPoint towards{arc.start.x + (arc.control.x - arc.start.x) * 0.001, arc.start.y + (arc.control.y - arc.start.y) * 0.001};
-        return paintArrow(arc.start, towards, layer, context);
+        return paintArrow(arc.start, towards, layer, context, style);
     }
     const std::optional<PolylineSample> inside = polylineSample(samples, std::max(range.startTrim, 0.001));
-    if (inside) paintArrow(samples.front(), inside->point, layer, context);
+    if (inside) paintArrow(samples.front(), inside->point, layer, context, style);
 }
 
-void drawPreset(const Layer& layer, RasterContext& context)
+void drawPreset(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     const CGRect rect{{0, 0}, layer.size};
     std::vector<CGPoint> samples;
@@ -158,13 +178,13 @@ void drawPreset(const Layer& layer, RasterContext& context)
         samples = waveSamples(rect, layer.lineWaveFrequency, layer.lineWaveAmplitude, layer.lineArcReversed);
 
     const double progress = layer.lineDrawProgress >= 1 ? 1 : std::max(layer.lineDrawProgress, leastProgress);
-    const PresetRange range = presetRange(layer, arrowFraction(layer, rect, samples), progress);
+    const PresetRange range = presetRange(layer, arrowFraction(layer, rect, samples, style), progress);
 
     SavedState saved(context);
-    strokeRound(trimmedPath(presetPath(layer), range.from, range.to), layer, std::max(layer.strokeWidth, leastPresetWidth), context);
+    strokeRound(trimmedPath(presetPath(layer), range.from, range.to), layer, presetWidth(layer, style), context);
     if (samples.size() < 2 || !(progress > 0.001)) return;
-    if (layer.lineArrowStart) paintStartArrow(layer, rect, samples, range, context);
-    if (layer.lineArrowEnd) paintEndArrow(layer, samples, range, context);
+    if (layer.lineArrowStart) paintStartArrow(layer, rect, samples, range, context, style);
+    if (layer.lineArrowEnd) paintEndArrow(layer, samples, range, context, style);
 }
 
 } // namespace
@@ -175,19 +195,19 @@ ArrowMeasures arrowMeasures(double strokeWidth)
     return {.size = std::max(strokeWidth * 3.5, 6.0), .stroke = stroke, .strokeInset = stroke * 0.5};
 }
 
-CGRect lineBounds(const Layer& layer)
+CGRect lineBounds(const Layer& layer, const DrawingStyle& style)
 {
     const bool isFreeform = layer.lineShape == LineShape::freeform;
     const std::vector<CGPoint> points(layer.linePoints.begin(), layer.linePoints.end());
     if (isFreeform && points.size() < 2) return CGRect::null();
 
-    CGRect outline = (isFreeform ? freeformPath(points, layer) : presetPath(layer)).bounds();
+    CGRect outline = (isFreeform ? freeformPath(points, layer, style) : presetPath(layer)).bounds();
     if (isFreeform) // The tips of the heads, which the line stays behind.
         for (const CGPoint& tip : {points.front(), points.back()}) outline = unionOf(outline, {tip, {0, 0}});
 
-    double reach = std::max(layer.strokeWidth, leastPresetWidth) * 0.5;
+    double reach = presetWidth(layer, style) * 0.5;
     if (layer.lineArrowStart || layer.lineArrowEnd) {
-        const ArrowMeasures arrow = arrowMeasures(layer.strokeWidth);
+        const ArrowMeasures arrow = arrowOf(layer, style);
         reach = std::max(reach, std::hypot(arrow.strokeInset + arrow.size, arrow.size * arrowHalfWidth) + arrow.stroke * 0.5);
     }
     return insetBy(outline, -reach, -reach);
@@ -317,10 +337,10 @@ Path Exporter::exportLinePresetPath(LineShape shape, const CGRect& rect, double 
     return {};
 }
 
-void Exporter::drawLineBody(const Layer& layer, RasterContext& context)
+void Exporter::drawLineBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    if (layer.lineShape == LineShape::freeform) return drawFreeform(layer, context);
-    drawPreset(layer, context);
+    if (layer.lineShape == LineShape::freeform) return drawFreeform(layer, context, style);
+    drawPreset(layer, context, style);
 }
 
 } // namespace larkspool

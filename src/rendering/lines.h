@@ -2,6 +2,7 @@
 
 #include "document/layer.h"
 #include "platform/raster_context.h"
+#include "rendering/drawing_style.h"
 
 #include <optional>
 #include <vector>
@@ -54,7 +55,7 @@ std::optional<PolylineSample> polylineSample(const std::vector<CGPoint>& points,
 
 /// An area of the layer's local space that holds all that a line paints at any of its draw progress: its outline, grown by its
 /// width and its arrow heads. Null for a line of fewer than two points.
-CGRect lineBounds(const Layer& layer);
+CGRect lineBounds(const Layer& layer, const DrawingStyle& style = {});
 
 namespace Exporter {
 
@@ -63,7 +64,7 @@ Path exportLinePresetPath(LineShape shape, const CGRect& rect, double arcBend, b
                           double waveAmplitude, bool waveReversed);
 
 /// Paints a line layer in its local space.
-void drawLineBody(const Layer& layer, RasterContext& context);
+void drawLineBody(const Layer& layer, RasterContext& context, const DrawingStyle& style = {});
 
 } // namespace Exporter
 

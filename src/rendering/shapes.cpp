@@ -1,5 +1,6 @@
 #include "rendering/shapes.h"
 
+#include "rendering/continuous_corners.h"
 #include "rendering/cursors.h"
 #include "rendering/image_media.h"
 #include "rendering/lines.h"
@@ -11,9 +12,6 @@
 namespace larkspool {
 
 namespace {
-
-/// Added to the doubled width of every stroke that is clipped to one side of its outline.
-constexpr double clippedStrokeExtra = 0.5;
 
 /// A fill with less alpha than this leaves the inside of a stroke open.
 constexpr double leastFillAlpha = 0.001;
@@ -96,29 +94,29 @@ void fillRingAndInside(const Path& path, const Path& insetPath, const Layer& lay
     context.strokePath(insetPath);
 }
 
-void drawRectangle(const Layer& layer, RasterContext& context)
+void drawRectangle(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    const Path outer = Path::roundedRect(outerBox(layer));
+    const Path outer = boxOutline(outerBox(layer), style.corners);
     if (layer.perSideStroke) {
         fillWith(layer.fill, outer, FillRule::winding, context);
-        Exporter::drawPerSideStroke(layer, {{0, 0}, layer.size}, context);
+        Exporter::drawPerSideStroke(layer, {{0, 0}, layer.size}, context, style);
         return;
     }
     const std::optional<RoundedRect> inner = innerBox(layer);
-    if (!inner) return Exporter::fillAndStroke(outer, nullptr, layer, context);
-    const Path inset = Path::roundedRect(*inner);
-    Exporter::fillAndStroke(outer, &inset, layer, context);
+    if (!inner) return Exporter::fillAndStroke(outer, nullptr, layer, context, style);
+    const Path inset = boxOutline(*inner, style.corners);
+    Exporter::fillAndStroke(outer, &inset, layer, context, style);
 }
 
-void drawEllipse(const Layer& layer, RasterContext& context)
+void drawEllipse(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     const CGRect box{{0, 0}, layer.size};
     const double width = std::max(layer.strokeWidth, 0.0);
     const CGRect insetBox = insetBy(box, width, width);
     const Path outer = Path::ellipse(box);
-    if (isEmpty(insetBox.size)) return Exporter::fillAndStroke(outer, nullptr, layer, context);
+    if (isEmpty(insetBox.size)) return Exporter::fillAndStroke(outer, nullptr, layer, context, style);
     const Path inset = Path::ellipse(insetBox);
-    Exporter::fillAndStroke(outer, &inset, layer, context);
+    Exporter::fillAndStroke(outer, &inset, layer, context, style);
 }
 
 using WeightedBox = TransparencyLayerHints::WeightedBox;
@@ -135,9 +133,10 @@ RoundedRect grownEvenly(const RoundedRect& box, double by)
 }
 
 /// What a rectangle's alpha is, where it is a sum of boxes: with an opaque fill, or without a stroke.
-std::vector<WeightedBox> rectangleCoverage(const Layer& layer)
+std::vector<WeightedBox> rectangleCoverage(const Layer& layer, const DrawingStyle& style)
 {
-    const RoundedRect outer = outerBox(layer);
+    const auto covering = [&](const RoundedRect& box) { return circularWithin(box, style.corners); };
+    const RoundedRect outer = covering(outerBox(layer));
     if (!layer.perSideStroke && !(layer.strokeWidth > 0)) return {{outer, alphaOf(layer.fill)}};
     if (!(alphaOf(layer.fill) >= 1) || (layer.perSideStroke && layer.strokeOutside)) return {};
 
@@ -146,18 +145,18 @@ std::vector<WeightedBox> rectangleCoverage(const Layer& layer)
         if (!layer.strokeOutside) return {{outer, 1}};
     }
     if (layer.strokeOutside) {
-        const double reach = layer.strokeWidth + clippedStrokeExtra * 0.5;
+        const double reach = layer.strokeWidth + style.clippedStrokeExtra * 0.5;
         return {{grownEvenly(outer, reach), strokeAlpha}, {outer, 1 - strokeAlpha}};
     }
     const std::optional<RoundedRect> inner = innerBox(layer);
     if (!inner) return {{outer, 1}};
-    return {{outer, strokeAlpha}, {grownEvenly(*inner, seamWidth * 0.5), 1 - strokeAlpha}};
+    return {{outer, strokeAlpha}, {grownEvenly(covering(*inner), seamWidth * 0.5), 1 - strokeAlpha}};
 }
 
-double strokeReach(const Layer& layer)
+double strokeReach(const Layer& layer, const DrawingStyle& style)
 {
     if (!layer.strokeOutside) return 0;
-    if (!layer.perSideStroke) return std::max(0.0, layer.strokeWidth) + clippedStrokeExtra; // No number reaches nowhere.
+    if (!layer.perSideStroke) return std::max(0.0, layer.strokeWidth) + style.clippedStrokeExtra; // No number reaches nowhere.
     const SideWidths widths = sideWidths(layer);
     return std::max({widths.top, widths.right, widths.bottom, widths.left});
 }
@@ -210,10 +209,10 @@ Path buildCGPath(const Array<PathCommand>& commands)
     return path;
 }
 
-void strokeClipped(const Path& path, const Layer& layer, RasterContext& context)
+void strokeClipped(const Path& path, const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     if (!(layer.strokeWidth > 0)) return;
-    const double lineWidth = 2 * layer.strokeWidth + clippedStrokeExtra;
+    const double lineWidth = 2 * layer.strokeWidth + style.clippedStrokeExtra;
     if (!layer.strokeOutside && isCoveredFromItsEdge(path, lineWidth)) return fillWith(layer.stroke, path, FillRule::winding, context);
     SavedState saved(context);
     if (layer.strokeOutside) {
@@ -228,38 +227,39 @@ void strokeClipped(const Path& path, const Layer& layer, RasterContext& context)
     context.strokePath(path);
 }
 
-void fillStrokeRing(const Layer& layer, RasterContext& context)
+void fillStrokeRing(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    Path ring = Path::roundedRect(outerBox(layer));
-    if (const std::optional<RoundedRect> inner = innerBox(layer)) ring.add(Path::roundedRect(*inner));
+    Path ring = boxOutline(outerBox(layer), style.corners);
+    if (const std::optional<RoundedRect> inner = innerBox(layer)) ring.add(boxOutline(*inner, style.corners));
     fillWith(layer.stroke, ring, FillRule::evenOdd, context);
 }
 
-void Exporter::drawCacheableLayerBody(const Layer& layer, RasterContext& context)
+void Exporter::drawCacheableLayerBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     switch (layer.kind) {
-    case Layer::Kind::rectangle: return drawRectangle(layer, context);
-    case Layer::Kind::ellipse: return drawEllipse(layer, context);
-    case Layer::Kind::path: return fillAndStroke(buildCGPath(layer.path), nullptr, layer, context);
-    case Layer::Kind::line: return drawLineBody(layer, context);
-    case Layer::Kind::image: return drawImageBody(layer, context);
+    case Layer::Kind::rectangle: return drawRectangle(layer, context, style);
+    case Layer::Kind::ellipse: return drawEllipse(layer, context, style);
+    case Layer::Kind::path: return fillAndStroke(buildCGPath(layer.path), nullptr, layer, context, style);
+    case Layer::Kind::line: return drawLineBody(layer, context, style);
+    case Layer::Kind::image: return drawImageBody(layer, context, style);
     case Layer::Kind::cursor: return drawCursorBody(layer, context);
-    case Layer::Kind::text: return drawTextBody(layer, context);
+    case Layer::Kind::text: return drawTextBody(layer, context, style);
     default: return;
     }
 }
 
-void Exporter::fillAndStroke(const Path& path, const Path* insetPath, const Layer& layer, RasterContext& context)
+void Exporter::fillAndStroke(const Path& path, const Path* insetPath, const Layer& layer, RasterContext& context,
+                             const DrawingStyle& style)
 {
     if (!(layer.strokeWidth > 0)) return fillWith(layer.fill, path, FillRule::winding, context);
 
     if (insetPath && !layer.strokeOutside) return fillRingAndInside(path, *insetPath, layer, context);
 
     fillWith(layer.fill, path, FillRule::winding, context);
-    strokeClipped(path, layer, context);
+    strokeClipped(path, layer, context, style);
 }
 
-void Exporter::drawPerSideStroke(const Layer& layer, const CGRect& rect, RasterContext& context)
+void Exporter::drawPerSideStroke(const Layer& layer, const CGRect& rect, RasterContext& context, const DrawingStyle& style)
 {
     const SideWidths widths = sideWidths(layer);
     RoundedRect outer = rounded(rect, layer.cornerRadius);
@@ -271,23 +271,23 @@ void Exporter::drawPerSideStroke(const Layer& layer, const CGRect& rect, RasterC
         inner = rounded(shrunk(rect, widths), layer.cornerRadius - std::min(widths.left, widths.top));
     }
 
-    Path ring = Path::roundedRect(outer);
-    if (!isEmpty(inner.rect.size)) ring.add(Path::roundedRect(inner));
+    Path ring = boxOutline(outer, style.corners);
+    if (!isEmpty(inner.rect.size)) ring.add(boxOutline(inner, style.corners));
     SavedState saved(context);
     fillWith(layer.stroke, ring, FillRule::evenOdd, context);
 }
 
-TransparencyLayerHints bodyHints(const Layer& layer)
+TransparencyLayerHints bodyHints(const Layer& layer, const DrawingStyle& style)
 {
-    const double reach = strokeReach(layer);
+    const double reach = strokeReach(layer, style);
     switch (layer.kind) {
     case Layer::Kind::rectangle:
-        return {.bounds = insetBy({{0, 0}, layer.size}, -reach, -reach), .coverage = rectangleCoverage(layer)};
+        return {.bounds = insetBy({{0, 0}, layer.size}, -reach, -reach), .coverage = rectangleCoverage(layer, style)};
     case Layer::Kind::ellipse: return {.bounds = insetBy({{0, 0}, layer.size}, -reach, -reach)};
     case Layer::Kind::path:
         return {.bounds = insetBy(buildCGPath(layer.path).bounds(), -reach * miterReach, -reach * miterReach)};
-    case Layer::Kind::line: return {.bounds = lineBounds(layer)};
-    case Layer::Kind::text: return {.bounds = unionOf(insetBy({{0, 0}, layer.size}, -reach, -reach), textInkBounds(layer))};
+    case Layer::Kind::line: return {.bounds = lineBounds(layer, style)};
+    case Layer::Kind::text: return {.bounds = unionOf(insetBy({{0, 0}, layer.size}, -reach, -reach), textInkBounds(layer, style))};
     default: return {};
     }
 }

@@ -1,6 +1,7 @@
 #include "rendering/text_body.h"
 
 #include "foundation/text.h"
+#include "rendering/continuous_corners.h"
 #include "rendering/raster_color.h"
 #include "rendering/shapes.h"
 
@@ -88,11 +89,11 @@ double widestSide(const Layer& layer)
 }
 
 /// Paints the box. Unlike a rectangle, one without a fill or without a stroke that shows leaves that out altogether.
-void drawBox(const Layer& layer, RasterContext& context)
+void drawBox(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
     const CGRect rect{{0, 0}, layer.size};
     const double radius = clampedCornerRadius(layer.cornerRadius, layer.size);
-    const Path outline = Path::roundedRect({rect, radius});
+    const Path outline = boxOutline({rect, radius}, style.corners);
     const bool filled = layer.fill.a > 0;
     const bool stroked = layer.stroke.a > 0 && (layer.perSideStroke ? widestSide(layer) : layer.strokeWidth) > 0;
 
@@ -104,16 +105,16 @@ void drawBox(const Layer& layer, RasterContext& context)
     if (!stroked) return fill();
     if (layer.perSideStroke) {
         fill();
-        return Exporter::drawPerSideStroke(layer, rect, context);
+        return Exporter::drawPerSideStroke(layer, rect, context, style);
     }
     if (layer.strokeOutside) {
         fill();
-        return strokeClipped(outline, layer, context);
+        return strokeClipped(outline, layer, context, style);
     }
     const CGRect inner = insetBy(rect, layer.strokeWidth, layer.strokeWidth);
-    if (!(inner.size.width > 0 && inner.size.height > 0)) return Exporter::fillAndStroke(outline, nullptr, layer, context);
-    const Path inset = Path::roundedRect({inner, clampedCornerRadius(radius - layer.strokeWidth, inner.size)});
-    Exporter::fillAndStroke(outline, &inset, layer, context);
+    if (!(inner.size.width > 0 && inner.size.height > 0)) return Exporter::fillAndStroke(outline, nullptr, layer, context, style);
+    const Path inset = boxOutline({inner, clampedCornerRadius(radius - layer.strokeWidth, inner.size)}, style.corners);
+    Exporter::fillAndStroke(outline, &inset, layer, context, style);
 }
 
 LineAlignment lineAlignment(TextAlignment alignment)
@@ -141,6 +142,29 @@ RasterColor paintedColor(const ColorRGBA& color)
 {
     const bool isColor = std::isfinite(color.r) && std::isfinite(color.g) && std::isfinite(color.b) && std::isfinite(color.a);
     return isColor ? rasterColor(color) : RasterColor{0, 0, 0, 1};
+}
+
+/// The string as a view shows it, where what is not typed yet is hidden by characters.
+TextString viewString(const Layer& layer)
+{
+    TextString string;
+    for (const StyledText& piece : caretAwareText(layer)) {
+        const std::size_t begin = string.text.size();
+        string.text += piece.text;
+        if (piece.color == ColorRGBA::clear) string.clear.push_back({begin, string.text.size()});
+    }
+    return string;
+}
+
+TextString stringOf(const Layer& layer, const DrawingStyle& style)
+{
+    return style.text == DrawingStyle::Text::view ? viewString(layer) : textString(layer);
+}
+
+/// How far the style moves the string down, in the layer's unit.
+double nudge(const Layer& layer, const DrawingStyle& style)
+{
+    return style.text == DrawingStyle::Text::view ? opticalCentringOffset(layer, style.viewScale) / style.viewScale : 0;
 }
 
 /// The string laid out in the layer's box.
@@ -187,27 +211,27 @@ TextString textString(const Layer& layer)
     return string;
 }
 
-PlacedText placedText(const Layer& layer)
+PlacedText placedText(const Layer& layer, const DrawingStyle& style)
 {
-    TextString string = textString(layer);
+    TextString string = stringOf(layer, style);
     auto layout = laidOut(layer, std::move(string.text));
-    const CGPoint origin{0, stringTop(layer, layout->size.height)};
+    const CGPoint origin{0, stringTop(layer, layout->size.height) + nudge(layer, style)};
     return {std::move(layout), origin, paintedColor(effectiveTextColor(layer)), std::move(string.clear)};
 }
 
-CGRect textInkBounds(const Layer& layer)
+CGRect textInkBounds(const Layer& layer, const DrawingStyle& style)
 {
-    const auto layout = laidOut(layer, textString(layer).text);
+    const auto layout = laidOut(layer, stringOf(layer, style).text);
     if (layout->ink.isNull()) return layout->ink;
     CGRect bounds = layout->ink;
-    bounds.origin.y += stringTop(layer, layout->size.height);
+    bounds.origin.y += stringTop(layer, layout->size.height) + nudge(layer, style);
     return bounds;
 }
 
-void Exporter::drawTextBody(const Layer& layer, RasterContext& context)
+void Exporter::drawTextBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    drawBox(layer, context);
-    const PlacedText text = placedText(layer);
+    drawBox(layer, context, style);
+    const PlacedText text = placedText(layer, style);
     context.drawText(*text.layout, text.origin, text.color, text.clear);
 }
 

@@ -3,6 +3,7 @@
 #include "document/layer.h"
 #include "platform/raster_context.h"
 #include "platform/text_layout.h"
+#include "rendering/drawing_style.h"
 
 #include <memory>
 #include <optional>
@@ -38,16 +39,16 @@ struct PlacedText {
     bool operator==(const PlacedText&) const = default;
 };
 
-PlacedText placedText(const Layer& layer);
+PlacedText placedText(const Layer& layer, const DrawingStyle& style = {});
 
 /// All that drawTextBody paints of the layer's string, in the layer's space; null where it has none.
-CGRect textInkBounds(const Layer& layer);
+CGRect textInkBounds(const Layer& layer, const DrawingStyle& style = {});
 
 namespace Exporter {
 
 /// Paints the box and the string of an evaluated text layer in its local space. A string that is taller than its box hangs over
 /// it by the vertical alignment, and is not clipped.
-void drawTextBody(const Layer& layer, RasterContext& context);
+void drawTextBody(const Layer& layer, RasterContext& context, const DrawingStyle& style = {});
 
 } // namespace Exporter
 

@@ -15,9 +15,6 @@ namespace larkspool {
 
 namespace {
 
-/// Paused pictures closer in time than this are not asked for anew, in seconds.
-constexpr double scrubbingInterval = 1.0 / 60;
-
 /// A paused player closer to its time than this stays, in seconds.
 constexpr double pausedTolerance = 0.0005;
 
@@ -52,6 +49,13 @@ std::string insetWords(const BlackKeySettings& settings)
 
 } // namespace
 
+BlackKeySettings blackKeySettings(const Layer& layer)
+{
+    BlackKeySettings settings{.blackKey = layer.blackKey, .insetX = layer.blackKeyInsetX, .insetY = layer.blackKeyInsetY};
+    if (layer.cropMode == CropMode::manual) settings.manualCrop = layer.cropRect;
+    return settings;
+}
+
 CGRect manualCropBox(const CGRect& fractions, CGSize picture)
 {
     return {{fractions.minX() * picture.width, fractions.minY() * picture.height},
@@ -67,10 +71,10 @@ ImageRef blackKeyed(const ImageRef& image, const BlackKeySettings& settings, con
 }
 
 std::optional<VideoFrameRequests::Request> VideoFrameRequests::request(const std::string& path, double time,
-                                                                       const BlackKeySettings& settings)
+                                                                       const BlackKeySettings& settings, double interval)
 {
     const bool isSamePath = path == lastPath_;
-    if (isSamePath && settings == lastSettings_ && std::abs(time - lastDeliveredTime_) < scrubbingInterval) return std::nullopt;
+    if (isSamePath && settings == lastSettings_ && std::abs(time - lastDeliveredTime_) < interval) return std::nullopt;
     if (!isSamePath) {
         cgImage_.reset();
         lastDeliveredTime_ = -1;

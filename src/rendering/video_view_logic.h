@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/layer.h"
 #include "platform/image.h"
 #include "rendering/media_crop.h"
 
@@ -28,6 +29,9 @@ struct BlackKeySettings {
     bool operator==(const BlackKeySettings&) const = default;
 };
 
+/// How the layer cuts its picture. Corners are left to the layer's box, which is cut by them as in a film.
+BlackKeySettings blackKeySettings(const Layer& layer);
+
 /// The box of a crop by hand: fractions of the picture, each side at least a pixel.
 CGRect manualCropBox(const CGRect& fractions, CGSize picture);
 
@@ -45,11 +49,18 @@ public:
         std::string path;
         double time;
         BlackKeySettings settings;
+
+        /// Whether the answer to the other would do for this one.
+        bool asksTheSame(const Request& other) const { return path == other.path && time == other.time && settings == other.settings; }
     };
 
-    /// What to fetch, or nothing if the picture at hand was made by the same settings for a time less than 1/60 s away. A new
-    /// path lets the picture at hand go.
-    std::optional<Request> request(const std::string& path, double time, const BlackKeySettings& settings);
+    /// Seconds by which requests are thinned while a person scrubs.
+    static constexpr double scrubbingInterval = 1.0 / 60;
+
+    /// What to fetch, or nothing if the picture at hand was made by the same settings for a time less than `interval` away. A
+    /// new path lets the picture at hand go.
+    std::optional<Request> request(const std::string& path, double time, const BlackKeySettings& settings,
+                                   double interval = scrubbingInterval);
 
     /// For a worker on any thread: whether a newer request has been made.
     bool isOvertaken(std::uint64_t token) const { return token < requestToken_.load(); }

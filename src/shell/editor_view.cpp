@@ -1,5 +1,7 @@
 #include "shell/editor_view.h"
 
+#include "timeline/keyframe_tracks.h"
+#include "timeline/pulses_track.h"
 #include "timeline/selection.h"
 
 #include <utility>
@@ -12,8 +14,37 @@ EditorView::EditorView(TweenDocument document, Services services)
       commit_(state_, &undoManager_, services_.steps),
       colorBatch_(commit_, services_.timers),
       scrub_(commit_),
+      overlay_(services_.beep),
       autoScroll_(services_.timers, [this](double seconds) { scrollTimeline(seconds); })
 {}
+
+void EditorView::endWhatIsUnderWay()
+{
+    if (overlay_.isDragging()) releaseCanvas({});
+    if (press_ && press_->gesture) releaseTimelineItems({});
+    cancelTimelinePress(); // One that is no drag yet is no tap either.
+    endMarquee();
+    scrub_.scrubEnd();
+    colorBatch_.commitColorBatch();
+}
+
+void EditorView::mutate(std::string_view actionName, const SharedCommit::Work& work)
+{
+    endWhatIsUnderWay();
+    commit_.mutate(actionName, work);
+}
+
+void EditorView::undo()
+{
+    endWhatIsUnderWay();
+    undoManager_.undo();
+}
+
+void EditorView::redo()
+{
+    endWhatIsUnderWay();
+    undoManager_.redo();
+}
 
 bool EditorView::perform(std::optional<Edit> edit)
 {
@@ -32,9 +63,128 @@ void EditorView::selectAllAtPlayhead()
     selectTimelineItems(larkspool::selectAllAtPlayhead(state_));
 }
 
+bool EditorView::addKeyframesAtPlayhead()
+{
+    return perform(larkspool::addKeyframesAtPlayhead(state_.scene(), state_.selectedLayerIDs, state_.playhead));
+}
+
+bool EditorView::addKeyframeAtPlayhead(const UUID& layerID, Keyframe::AnimatableProperty property)
+{
+    return perform(larkspool::addKeyframeAtPlayhead(state_.scene(), layerID, property, state_.playhead));
+}
+
+bool EditorView::addPulseAtPlayhead(const UUID& layerID)
+{
+    return perform(PulsesTrack::addPulse(state_.scene(), layerID, state_.playhead));
+}
+
 void EditorView::cycleRippleSettings()
 {
     larkspool::cycleRippleSettings(services_.defaults, state_);
+}
+
+RippleSetting EditorView::rippleSetting(TimelineRippleMode mode) const
+{
+    return {mode, editorRippleScopeIDs(services_.defaults, state_)};
+}
+
+bool EditorView::performRippled(std::optional<RippledEdit> edit)
+{
+    if (!edit) return false;
+    endWhatIsUnderWay();
+    commit_.commit(std::move(edit->edit));
+    for (const std::size_t count : edit->rippled) announceRipple(count);
+    return true;
+}
+
+SelectionMoveTargets EditorView::collectSelectionMoveTargets() const
+{
+    return larkspool::collectSelectionMoveTargets(scene(), state_.timelineSelection);
+}
+
+bool EditorView::applyMoveDelta(double delta, TimelineRippleMode ripple, std::string_view actionName)
+{
+    return performRippled(
+        larkspool::applyMoveDelta(scene(), state_.timelineSelection, delta, rippleSetting(ripple), actionName));
+}
+
+bool EditorView::applyMoveAbsolute(double time, std::string_view actionName)
+{
+    return perform(larkspool::applyMoveAbsolute(scene(), state_.timelineSelection, time, actionName));
+}
+
+bool EditorView::moveToPlayhead()
+{
+    return applyMoveAbsolute(state_.playhead, "Move to Playhead");
+}
+
+bool EditorView::applyDilate(double scale, DilateAnchor anchor, TimelineRippleMode ripple, std::string_view actionName)
+{
+    return performRippled(
+        larkspool::applyDilate(scene(), state_.timelineSelection, scale, anchor, rippleSetting(ripple), actionName));
+}
+
+bool EditorView::distributeSelectedSpans(double gap)
+{
+    return perform(larkspool::distributeSelectedSpans(scene(), state_.timelineSelection, gap));
+}
+
+bool EditorView::staggerSelectedSpans(double amount, double curve, StaggerOrder order)
+{
+    return perform(larkspool::staggerSelectedSpans(scene(), state_.timelineSelection, amount, curve, order));
+}
+
+bool EditorView::applySpanInOut(InOutPoint point)
+{
+    return performRippled(larkspool::applySpanInOut(state_, point, rippleSetting(editorRippleMode(services_.defaults))));
+}
+
+MoveItemsSheet EditorView::moveItemsSheet()
+{
+    const TweenScene active = scene();
+    const auto confirm = [this](MoveItemsSheet::Mode mode, double value, TimelineRippleMode ripple) {
+        if (mode == MoveItemsSheet::Mode::delta)
+            applyMoveDelta(value, ripple, "Move Selection");
+        else
+            applyMoveAbsolute(value, "Move Selection");
+    };
+    return MoveItemsSheet({.sceneDuration = active.duration,
+                           .fps = active.fps,
+                           .targets = collectSelectionMoveTargets(),
+                           .defaults = services_.defaults,
+                           .onConfirm = confirm});
+}
+
+DilateItemsSheet EditorView::dilateItemsSheet()
+{
+    const auto confirm = [this](double scale, DilateAnchor anchor, TimelineRippleMode ripple) {
+        applyDilate(scale, anchor, ripple, "Dilate Selection");
+    };
+    return DilateItemsSheet({.sceneDuration = scene().duration,
+                             .targets = collectSelectionMoveTargets(),
+                             .defaults = services_.defaults,
+                             .onConfirm = confirm});
+}
+
+RetimeSheet& EditorView::openRetimeSheet()
+{
+    closeRetimeSheet();
+    endWhatIsUnderWay();
+    return retimeSheet_.emplace(RetimeSheet::Opening{
+        .read = [this] { return scene(); },
+        .write = [this](TweenScene scene) { commit_.show(std::move(scene)); },
+        .finish = [this](TweenScene before) { commit_.onCommit(RetimeSheet::actionName, std::move(before)); },
+        .setPlayhead = [this](double seconds) { setPlayhead(seconds); },
+        .timers = services_.timers,
+        .ripple = retimeRipple(editorRippleMode(services_.defaults)),
+        .rippleScopeLayerIDs = editorRippleScopeIDs(services_.defaults, state_)});
+}
+
+void EditorView::closeRetimeSheet()
+{
+    if (!retimeSheet_) return;
+    retimeSheet_->finalizeUndo();
+    retimeSheet_.reset();
 }
 
 DragSetting EditorView::dragSetting(double trackWidth, double bodyTrigger) const
@@ -51,10 +201,61 @@ DragSetting EditorView::dragSetting(double trackWidth, double bodyTrigger) const
             .rippleScope = editorRippleScopeIDs(services_.defaults, state_)};
 }
 
+InteractionOverlay::Editor EditorView::overlayEditor(CGPoint pan) const
+{
+    return {scene(), state_.selectedLayerIDs, state_.playhead, pan, InteractionOverlay::Settings::of(services_.defaults)};
+}
+
+CGPoint EditorView::showCanvasDrag(const InteractionOverlay::Outcome& outcome)
+{
+    larkspool::selectLayers(state_, outcome.selection);
+    if (!(outcome.scene == scene())) canvasGesture_->update(outcome.scene);
+    return outcome.pan;
+}
+
+CGPoint EditorView::pressCanvas(const InteractionOverlay::Pointer& pointer, CGPoint pan)
+{
+    endWhatIsUnderWay();
+    canvasGesture_.emplace(commit_);
+    return showCanvasDrag(overlay_.beginDrag(pointer, overlayEditor(pan)));
+}
+
+CGPoint EditorView::dragCanvas(const InteractionOverlay::Pointer& pointer)
+{
+    return showCanvasDrag(overlay_.applyDrag(pointer));
+}
+
+CGPoint EditorView::releaseCanvas(Modifiers modifiers)
+{
+    const InteractionOverlay::End end = overlay_.endDrag(modifiers);
+    showCanvasDrag(end.outcome);
+    if (end.actionName) canvasGesture_->end(*end.actionName);
+    canvasGesture_.reset();
+    return end.outcome.pan;
+}
+
+CGPoint EditorView::cancelCanvasPress()
+{
+    const InteractionOverlay::Outcome outcome = overlay_.cancelDrag();
+    showCanvasDrag(outcome);
+    canvasGesture_.reset();
+    return outcome.pan;
+}
+
+OverlayItems EditorView::canvasOverlay(const SceneFit& fit) const
+{
+    return overlayItems(overlay_.state(), overlayEditor({}), fit);
+}
+
+CanvasCursor EditorView::canvasCursor(const InteractionOverlay::Pointer& pointer)
+{
+    return overlay_.updateCursor(pointer, overlayEditor({}), {});
+}
+
 void EditorView::pressTimelineItems(DragPress press, double trackWidth, double bodyTrigger)
 {
     cancelTimelinePress();
-    press_.emplace(Press{TimelineItemDrag(std::move(press), dragSetting(trackWidth, bodyTrigger)), state_});
+    press_.emplace(Press{TimelineItemDrag(std::move(press), dragSetting(trackWidth, bodyTrigger)), state_, trackWidth});
 }
 
 void EditorView::dragTimelineItems(CGPoint translation, Modifiers modifiers)
@@ -71,6 +272,16 @@ void EditorView::dragTimelineItems(CGPoint translation, Modifiers modifiers)
     }
     snapState_.time = update->snapTime;
     press_->gesture->update(std::move(update->scene));
+    showTrimOverlay();
+}
+
+void EditorView::showTrimOverlay()
+{
+    const DragPress& press = press_->drag.press();
+    const TweenScene scene = state_.scene();
+    const TrackMapping mapping =
+        TrackMapping::of(activeViewport(state_), scene.duration, press.trackOrigin.x, press_->trackWidth);
+    videoTrimOverlay_ = VideoClipTrack::trimOverlay(scene, press, mapping, press.trackOrigin.y);
 }
 
 bool EditorView::releaseTimelineItems(Modifiers modifiers)
@@ -78,6 +289,7 @@ bool EditorView::releaseTimelineItems(Modifiers modifiers)
     if (!press_) return false;
     Press press = *std::exchange(press_, std::nullopt);
     snapState_.time.reset();
+    videoTrimOverlay_.reset();
     if (!press.gesture) {
         tapTimelineItems(state_, press.drag.tappedMembers(), modifiers);
         return false;
@@ -92,6 +304,7 @@ void EditorView::cancelTimelinePress()
     if (!press_) return;
     const Press press = *std::exchange(press_, std::nullopt);
     snapState_.time.reset();
+    videoTrimOverlay_.reset();
     if (!press.gesture) return;
     commit_.show(press.gesture->before());
     state_.timelineSelection = press.before.timelineSelection;
@@ -126,6 +339,36 @@ void EditorView::endMarquee()
 {
     marquee_.reset();
     autoScroll_.stop();
+}
+
+void EditorView::setActiveScene(std::int64_t index)
+{
+    TweenDocument& document = state_.document;
+    document.activeSceneIndex = index;
+    document.activeSceneIndex = static_cast<std::int64_t>(document.clampedActiveSceneIndex());
+    if (services_.steps.invalidate) services_.steps.invalidate();
+}
+
+bool EditorView::selectScene(std::int64_t index)
+{
+    endWhatIsUnderWay();
+    const std::size_t before = state_.document.clampedActiveSceneIndex();
+    setActiveScene(index);
+    if (state_.document.clampedActiveSceneIndex() == before) return false;
+    state_.playhead = 0;
+    larkspool::selectLayers(state_, {});
+    larkspool::selectTimelineItems(state_, {});
+    state_.selectedKeyframeID.reset();
+    state_.selectedSpanID.reset();
+    return true;
+}
+
+void EditorView::editDocument(const std::function<void(TweenDocument& document)>& work)
+{
+    endWhatIsUnderWay();
+    work(state_.document);
+    if (services_.steps.invalidate) services_.steps.invalidate();
+    dropDeadReferences(state_);
 }
 
 } // namespace larkspool

@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
+#include <vector>
 
 namespace larkspool {
 namespace {
@@ -57,6 +59,109 @@ TEST(UserDefaults, WhatIsMissingOrOfAnotherTypeReadsAsNothing)
     EXPECT_EQ(defaults.string("text"), "words");
     EXPECT_EQ(defaults.string("number"), "");
     EXPECT_EQ(defaults.string("missing"), "");
+}
+
+/// A key of the table, as it is written in the store, with what it reads as where nothing is stored.
+struct Setting {
+    const char* key;
+    UserDefaults::Value fallback;
+    std::function<UserDefaults::Value(const UserDefaults&)> read;
+};
+
+std::vector<Setting> settings()
+{
+    const auto boolean = [](const char* name, bool fallback, const BooleanKey& key) {
+        return Setting{name, fallback, [key](const UserDefaults& defaults) { return defaults.boolean(key); }};
+    };
+    const auto number = [](const char* name, double fallback, const NumberKey& key) {
+        return Setting{name, fallback, [key](const UserDefaults& defaults) { return defaults.number(key); }};
+    };
+    const auto integer = [](const char* name, double fallback, const IntegerKey& key) {
+        return Setting{name, fallback,
+                       [key](const UserDefaults& defaults) { return static_cast<double>(defaults.integer(key)); }};
+    };
+    const auto string = [](const char* name, const char* fallback, const StringKey& key) {
+        return Setting{name, std::string(fallback), [key](const UserDefaults& defaults) { return defaults.string(key); }};
+    };
+    return {boolean("lksSuppressWelcomeAtLaunch", false, DefaultsKey::suppressWelcomeAtLaunch),
+            boolean("lksUseGPUExporter", false, DefaultsKey::useGPUExporter),
+            boolean("lksAssistantEnabled", false, DefaultsKey::assistantEnabled),
+            string("lksAssistantAPIKey", "", DefaultsKey::assistantAPIKey),
+            string("lksAssistantModel", "claude-sonnet-4-6", DefaultsKey::assistantModel),
+            number("lksPendingPresetWidth", 0, DefaultsKey::pendingPresetWidth),
+            number("lksPendingPresetHeight", 0, DefaultsKey::pendingPresetHeight),
+            boolean("lksHideOffCanvas", false, DefaultsKey::hideOffCanvas),
+            boolean("lksKeyframeAtPlayhead", true, DefaultsKey::keyframeAtPlayhead),
+            boolean("lksSizeAspectLocked", false, DefaultsKey::sizeAspectLocked),
+            boolean("lksScaleAspectLocked", false, DefaultsKey::scaleAspectLocked),
+            boolean("lksRipplePushBefore", false, DefaultsKey::ripplePushBefore),
+            boolean("lksRipplePushAfter", false, DefaultsKey::ripplePushAfter),
+            string("lksRippleScope", "all", DefaultsKey::rippleScope),
+            string("lksPlayMode", "once", DefaultsKey::playMode),
+            string("lksMixMatchCategories", "fill,strokeColor", DefaultsKey::mixMatchCategories),
+            number("lksMixMatchBias", 0, DefaultsKey::mixMatchBias),
+            boolean("lksMixMatchAsSet", false, DefaultsKey::mixMatchAsSet),
+            boolean("lksShowLayers", true, DefaultsKey::showLayers),
+            boolean("lksShowInspector", true, DefaultsKey::showInspector),
+            boolean("lksShowTimeline", true, DefaultsKey::showTimeline),
+            boolean("lksShowSceneStrip", true, DefaultsKey::showSceneStrip),
+            boolean("lksCollapsedLayers", false, DefaultsKey::collapsedLayers),
+            boolean("lksCollapsedInspector", false, DefaultsKey::collapsedInspector),
+            boolean("lksCollapsedTimeline", false, DefaultsKey::collapsedTimeline),
+            string("lksLastExportTarget", "current", DefaultsKey::lastExportTarget),
+            integer("lksExportMotionBlurSamples", 1, DefaultsKey::exportMotionBlurSamples),
+            boolean("lksExportIncludeAudio", true, DefaultsKey::exportIncludeAudio),
+            number("lksExportOutputScale", 1, DefaultsKey::exportOutputScale),
+            string("lksTimelinePlayheadSnap", "frame", DefaultsKey::timelinePlayheadSnap),
+            boolean("lksTimelineSnapToSpans", true, DefaultsKey::timelineSnapToSpans),
+            boolean("lksTimelineSnapToKeyframes", true, DefaultsKey::timelineSnapToKeyframes),
+            boolean("lksTimelineSnapToPulses", true, DefaultsKey::timelineSnapToPulses),
+            boolean("lksShownVideoLinkedNotice", false, DefaultsKey::shownVideoLinkedNotice),
+            string("lksLastUsedFontName", "", DefaultsKey::lastUsedFontName)};
+}
+
+/// Another value of the same type.
+UserDefaults::Value otherThan(const UserDefaults::Value& value)
+{
+    if (const bool* flag = std::get_if<bool>(&value)) return !*flag;
+    if (const double* number = std::get_if<double>(&value)) return *number + 4;
+    return std::string("another");
+}
+
+TEST(DefaultsKey, ReadsWhatIsStoredAndItsFallbackWhenThatIsMissingRemovedOrOfAnotherType)
+{
+    for (const Setting& setting : settings()) {
+        SCOPED_TRACE(setting.key);
+        MemoryUserDefaults defaults;
+        EXPECT_EQ(setting.read(defaults), setting.fallback);
+        const UserDefaults::Value stored = otherThan(setting.fallback);
+        defaults.set(setting.key, stored);
+        EXPECT_EQ(setting.read(defaults), stored);
+        defaults.remove(setting.key);
+        EXPECT_EQ(setting.read(defaults), setting.fallback);
+        const bool isText = std::holds_alternative<std::string>(setting.fallback);
+        defaults.set(setting.key, isText ? UserDefaults::Value(1.0) : UserDefaults::Value(std::string("words")));
+        EXPECT_EQ(setting.read(defaults), setting.fallback);
+    }
+}
+
+TEST(UserDefaults, ObserversHearOfEveryChangeAndOfNothingElse)
+{
+    MemoryUserDefaults defaults({{"old", 1.0}});
+    std::vector<std::string> changes;
+    Observation observation = defaults.observe([&](std::string_view key) {
+        const auto stored = defaults.value(key);
+        changes.push_back(std::string(key) + (stored ? " set" : " removed"));
+    });
+    defaults.set("flag", true);
+    defaults.set("flag", true);
+    defaults.set("flag", 1.0);
+    defaults.remove("old");
+    defaults.remove("old");
+    EXPECT_EQ(changes, (std::vector<std::string>{"flag set", "flag set", "old removed"}));
+    observation.end();
+    defaults.set("flag", false);
+    EXPECT_EQ(changes.size(), 3u);
 }
 
 TEST(PendingPresetSize, IsHandedOutOnceIfBothSidesAreAboveZero)

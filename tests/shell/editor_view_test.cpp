@@ -1,12 +1,10 @@
 #include "shell/editor_view.h"
 
-#include "support/random_timeline.h"
 #include "support/test_editor.h"
 #include "timeline/selection.h"
 #include "timeline/span_edits.h"
 
 #include <gtest/gtest.h>
-#include <rapidcheck.h>
 
 namespace larkspool {
 namespace {
@@ -190,79 +188,82 @@ TEST(EditorView, AMarqueeSelectsAndScrollsAndItsEndStopsBoth)
     EXPECT_EQ(editor.state().timelineSelection, TimelineSelection{spanA});
 }
 
-/// One random thing that a person might do.
-void operateAtRandom(TestEditor& editor, RandomTimeline& random)
+TEST(EditorView, AnEditDuringADragMakesTheDragItsStepFirst)
 {
-    const TweenScene scene = editor.scene();
-    const std::vector<TimelineItemRef> items = RandomTimeline::items(scene);
-    const auto anyItem = [&] { return items[random.index(items.size())]; };
-    const auto anyLayer = [&] {
-        std::vector<UUID> ids;
-        walkLayers(scene.layers, [&](const Layer& layer) { ids.push_back(layer.id); });
-        return ids[random.index(ids.size())];
-    };
-    editor.ripple(random.chance(2), random.chance(2)).playhead(random.between(0, 10));
-    if (random.chance(4)) editor.select(random.selection(scene));
-    switch (random.index(7)) {
-    case 0: editor.perform(SpansTrack::addSpan(scene, anyLayer(), random.time(), random.time())); break;
-    case 1: editor.perform(SpansTrack::addSpanAtPlayhead(scene, anyLayer(), random.between(0, 10))); break;
-    case 2:
-        if (!items.empty())
-            editor.perform(pasteSpanSnapshot(scene, editor.state().timelineSelection,
-                                             {.length = random.between(0, 3), .effects = {SpanEffect{.duration = 1}}},
-                                             anyItem()));
-        break;
-    case 3: editor.perform(orderLayersByStartTime(scene, editor.state().timelineSelection)); break;
-    case 4:
-        if (random.chance(4)) editor.view().deleteTimelineSelection();
-        break;
-    default:
-        if (items.empty()) break;
-        editor.press(anyItem(), static_cast<DragHandle>(random.index(3)));
-        for (int i = 0; i < 3; ++i) editor.moveTo(random.between(-6, 6));
-        editor.release();
-    }
+    TestEditor editor(smallScene());
+    editor.press(spanA).moveBy(0.5);
+    const TweenScene dragged = editor.scene();
+    editor.perform(SpansTrack::addSpan(editor.scene(), idOf(1), 7, 8));
+    EXPECT_EQ(editor.undoCount(), 2u);
+    const TweenScene added = editor.scene();
+    editor.moveBy(2).release();
+    EXPECT_EQ(editor.scene(), added) << "the drag is over";
+    editor.undo();
+    EXPECT_EQ(editor.scene(), dragged);
+    EXPECT_EQ(editor.undoName(), "Move Span");
+    editor.undo();
+    EXPECT_EQ(editor.scene(), smallScene());
 }
 
-bool holdsDeadReference(const EditorState& state)
+TEST(EditorView, UndoDuringADragTakesTheDragBack)
 {
-    const TweenScene scene = state.scene();
-    for (const TimelineItemRef& ref : state.timelineSelection)
-        if (!timesOf(scene, ref)) return true;
-    return false;
+    TestEditor editor(smallScene());
+    editor.press(spanA).moveBy(0.5).release().press(pulseA).moveBy(1);
+    editor.undo();
+    EXPECT_EQ(editor.times(pulseA)->start, 6);
+    EXPECT_EQ(editor.times(spanA)->start, 1.5);
+    editor.moveBy(1).release();
+    EXPECT_EQ(editor.times(pulseA)->start, 6);
+    editor.redo();
+    EXPECT_EQ(editor.times(pulseA)->start, 7);
 }
 
-TEST(EditorView, TwoHundredRandomOperationsAreUndoneAndRedoneStepByStep)
+TEST(EditorView, UndoDuringAPressThatIsNoDragIsNoTap)
 {
-    EXPECT_TRUE(rc::check([](std::uint64_t seed) {
-        RandomTimeline random(seed);
-        TestEditor editor(random.scene());
-        std::vector<TweenScene> states{editor.scene()};
-        for (int i = 0; i < 200; ++i) {
-            const TweenScene before = editor.scene();
-            const std::size_t steps = editor.undoCount();
-            operateAtRandom(editor, random);
-            RC_ASSERT(!holdsDeadReference(editor.state()));
-            RC_ASSERT(effectsFitTheirSpans(editor.scene()));
-            if (editor.undoCount() == steps) {
-                RC_ASSERT(editor.scene() == before);
-                continue;
-            }
-            RC_ASSERT(editor.undoCount() == steps + 1);
-            states.push_back(editor.scene());
-        }
-        for (std::size_t i = states.size(); i-- > 1;) {
-            RC_ASSERT(editor.scene() == states[i]);
-            editor.select(random.selection(editor.scene())).undo();
-            RC_ASSERT(!holdsDeadReference(editor.state()));
-        }
-        RC_ASSERT(editor.scene() == states[0]);
-        for (std::size_t i = 1; i < states.size(); ++i) {
-            editor.select(random.selection(editor.scene())).redo();
-            RC_ASSERT(editor.scene() == states[i]);
-            RC_ASSERT(!holdsDeadReference(editor.state()));
-        }
-    }));
+    TestEditor editor(smallScene());
+    editor.press(spanA).undo().release();
+    EXPECT_TRUE(editor.state().timelineSelection.empty());
+}
+
+TEST(EditorView, UndoTakesBackColoursAndScrubsThatAreStillUnderWay)
+{
+    TestEditor editor(smallScene());
+    editor.view().mutate("Rename", [](TweenScene& scene) { scene.name = SharedString("renamed"); });
+    const TweenScene before = editor.scene();
+    editor.view().colorBatch().colorEditBatch("Edit Color", [](TweenScene& scene) { scene.endPause = 1; });
+    editor.undo();
+    EXPECT_EQ(editor.scene(), before);
+    editor.timers().pass(1);
+    EXPECT_EQ(editor.undoName(), "Rename") << "the batch is not committed a second time";
+    editor.view().scrub().scrubBegin("Edit Duration");
+    editor.view().scrub().scrub([](TweenScene& scene) { scene.duration = 20; });
+    editor.undo();
+    EXPECT_EQ(editor.scene(), before);
+}
+
+TEST(EditorView, AnEditDuringAStreamOfColoursComesAfterIt)
+{
+    TestEditor editor(smallScene());
+    editor.view().colorBatch().colorEditBatch("Edit Color", [](TweenScene& scene) { scene.endPause = 1; });
+    const TweenScene coloured = editor.scene();
+    editor.select({pulseA}).view().deleteTimelineSelection();
+    EXPECT_EQ(editor.undoCount(), 2u);
+    editor.undo();
+    EXPECT_EQ(editor.scene(), coloured);
+    editor.undo();
+    EXPECT_EQ(editor.scene(), smallScene());
+}
+
+TEST(EditorView, AMarqueeEndsWithAnEdit)
+{
+    TestEditor editor(smallScene());
+    const std::vector<PerLayerTrackBand> bands{{idOf(1), PerLayerTrackBand::RowKind::spans, 0, 18}};
+    const std::vector<UUID> layers{idOf(1)};
+    editor.view().beginMarquee({0, 5});
+    editor.view().updateMarquee({1100, 6}, layers, bands, 84, 1100, {});
+    editor.view().deleteTimelineSelection();
+    editor.view().updateMarquee({1100, 7}, layers, bands, 84, 1100, {});
+    EXPECT_TRUE(editor.state().timelineSelection.empty()) << "what is gone is not selected again";
 }
 
 } // namespace

@@ -20,11 +20,10 @@ public:
         if (found == values_.end()) return std::nullopt;
         return found->second;
     }
-    void set(std::string_view key, Value value) override { values_.insert_or_assign(std::string(key), std::move(value)); }
-    void remove(std::string_view key) override
-    {
-        if (const auto found = values_.find(key); found != values_.end()) values_.erase(found);
-    }
+
+protected:
+    void store(std::string_view key, Value value) override { values_.insert_or_assign(std::string(key), std::move(value)); }
+    void discard(std::string_view key) override { values_.erase(values_.find(key)); }
 
 private:
     std::map<std::string, Value, std::less<>> values_;

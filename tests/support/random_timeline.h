@@ -4,6 +4,7 @@
 #include "editing/scene_lookup.h"
 
 #include <random>
+#include <unordered_set>
 #include <vector>
 
 namespace larkspool {
@@ -81,6 +82,25 @@ public:
 private:
     std::mt19937_64 engine_;
 };
+
+/// Whether no two layers, and no two items or effects of any, have one id.
+inline bool idsAreUnique(const TweenScene& scene)
+{
+    std::unordered_set<UUID> ids;
+    bool unique = true;
+    const auto add = [&](const UUID& id) { unique = ids.insert(id).second && unique; };
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        add(layer.id);
+        add(layer.videoClip.id);
+        for (const Keyframe& keyframe : layer.keyframes) add(keyframe.id);
+        for (const Pulse& pulse : layer.pulses) add(pulse.id);
+        for (const TimeSpan& span : layer.spans) {
+            add(span.id);
+            for (const SpanEffect& effect : span.effects) add(effect.id);
+        }
+    });
+    return unique;
+}
 
 /// Whether no effect of the scene lasts longer than its span allows.
 inline bool effectsFitTheirSpans(const TweenScene& scene)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editing/scene_lookup.h"
+#include "evaluation/interpolation.h"
 #include "shell/editor_view.h"
 #include "support/fake_timers.h"
 #include "support/memory_user_defaults.h"
@@ -127,12 +128,14 @@ public:
 private:
     void load(TweenScene scene)
     {
+        Interpolation::invalidate(); // Tests use the same ids for different layers.
         TweenDocument document;
         document.setScene(std::move(scene));
         view_.emplace(std::move(document),
-                      EditorView::Services{.defaults = defaults_, .timers = timers_, .rippleApplied = [this](std::size_t count) {
-                                               rippled_.push_back(count);
-                                           }});
+                      EditorView::Services{.defaults = defaults_,
+                                           .timers = timers_,
+                                           .steps = {.invalidate = [] { Interpolation::invalidate(); }},
+                                           .rippleApplied = [this](std::size_t count) { rippled_.push_back(count); }});
     }
 
     MemoryUserDefaults defaults_;

@@ -1,0 +1,159 @@
+#include "rendering/live_canvas.h"
+
+#include "evaluation/evaluated_frame.h"
+#include "rendering/cursors.h"
+#include "rendering/layer_painter.h"
+#include "rendering/radiate.h"
+#include "rendering/raster_color.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace larkspool::CanvasRenderer {
+
+namespace {
+
+/// Of the black that dims what lies beyond the frame.
+constexpr double veilAlpha = 0.35;
+constexpr double outlineAlpha = 0.18;
+constexpr double outlineWidth = 1; ///< View points.
+
+/// Where there are no videos to be had.
+class NoVideos final : public VideoPictures {
+public:
+    void beginPainting(bool, double) override {}
+    ImageRef picture(const Layer&, const std::string&, double) override { return nullptr; }
+    void endPainting() override {}
+};
+
+DrawingStyle styleFor(const Placement& placement, const Options& options, VideoPictures& videos)
+{
+    return {.corners = DrawingStyle::Corners::continuous,
+            .opacity = DrawingStyle::Opacity::composited,
+            .glow = DrawingStyle::Glow::stacked,
+            .text = DrawingStyle::Text::view,
+            .keying = DrawingStyle::Keying::honoured,
+            .mediaStroke = DrawingStyle::MediaStroke::border,
+            .viewportFit = DrawingStyle::ViewportFit::width,
+            .rings = DrawingStyle::Rings::none,
+            .nestedZooms = DrawingStyle::NestedZooms::leftOut,
+            .units = DrawingStyle::Units::view,
+            .clippedStrokeExtra = 0,
+            .leastFreeformWidth = 0.5,
+            .viewScale = placement.scale,
+            .pixelsPerPoint = placement.pixelsPerPoint,
+            .spinnerClock = options.now,
+            .videos = &videos,
+            .editingFrames = options.editingFrames};
+}
+
+bool isShown(CGSize scene, const Placement& p)
+{
+    const bool isFinite = std::isfinite(p.originX) && std::isfinite(p.originY) && std::isfinite(scene.width * p.scale) &&
+                          std::isfinite(scene.height * p.scale);
+    return isFinite && scene.width > 0 && scene.height > 0 && p.scale > 0;
+}
+
+/// The scene's frame in view points.
+CGRect frameInView(CGSize scene, const Placement& p)
+{
+    return {{p.originX, p.originY}, {scene.width * p.scale, scene.height * p.scale}};
+}
+
+void fill(const CGRect& rect, const RasterColor& color, RasterContext& context)
+{
+    context.setFillColor(color);
+    context.fillRect(rect);
+}
+
+void paintLayers(const EvaluatedFrame& frame, const Placement& placement, const DrawingStyle& style, RasterContext& context)
+{
+    SavedState saved(context);
+    context.translateCTM(placement.originX, placement.originY);
+    context.scaleCTM(placement.scale, placement.scale);
+    LayerPainter painter(context, frame.time, style);
+    for (const EvaluatedLayer& layer : frame.layers) painter.paintWithRingsAndGlow(layer, /*parentOpacity=*/1);
+    for (const EvaluatedViewport& viewport : frame.viewports) painter.paintWithRingsAndGlow(viewport, frame);
+}
+
+void paintVeil(const CGRect& frame, CGSize viewSize, RasterContext& context)
+{
+    Path around = Path::rect({{0, 0}, viewSize});
+    around.add(Path::rect(frame));
+    context.setFillColor({0, 0, 0, veilAlpha});
+    context.fillPath(around, FillRule::evenOdd);
+}
+
+/// The line lies around the frame, and so on none of its pixels.
+void paintOutline(const CGRect& frame, const RasterColor& color, RasterContext& context)
+{
+    context.setStrokeColor({color.r, color.g, color.b, color.a * outlineAlpha});
+    context.setLineWidth(outlineWidth);
+    context.strokePath(Path::rect(insetBy(frame, -outlineWidth * 0.5, -outlineWidth * 0.5)));
+}
+
+/// Paints the rings of all layers over everything, in view points. `toView` is the transform of the layers' space.
+void paintRings(const EvaluatedLayer& layer, const AffineTransform& toView, double scale, RasterContext& context)
+{
+    if (layer.radiateProgress)
+        drawRadiateRings(*layer.radiateProgress, toView.apply(layer.radiateCenter), scale, layer.glowColor, context);
+    if (layer.children.empty()) return;
+    const AffineTransform childrenToView = toView.concatenating(layer.transform);
+    for (const EvaluatedLayer& child : layer.children) paintRings(child, childrenToView, scale, context);
+}
+
+void paintRings(const EvaluatedFrame& frame, const Placement& placement, RasterContext& context)
+{
+    const AffineTransform toView =
+        AffineTransform().translatedBy(placement.originX, placement.originY).scaledBy(placement.scale, placement.scale);
+    for (const EvaluatedLayer& layer : frame.layers) paintRings(layer, toView, placement.scale, context);
+    for (const EvaluatedViewport& viewport : frame.viewports) paintRings(viewport.child, toView, placement.scale, context);
+}
+
+bool hasSpinner(const std::vector<EvaluatedLayer>& layers)
+{
+    return std::ranges::any_of(layers, [](const EvaluatedLayer& each) {
+        const bool waits = each.layer.kind == Layer::Kind::cursor && each.layer.cursorVariant == CursorVariant::wait;
+        return waits || hasSpinner(each.children);
+    });
+}
+
+/// Until the brightest spoke of a spinner is the next one.
+double secondsToNextSpoke(double now)
+{
+    constexpr double step = throbberRevolution / throbberCount;
+    if (!std::isfinite(now)) return step;
+    return step - (now - std::floor(now / step) * step);
+}
+
+} // namespace
+
+std::optional<double> paint(const TweenScene& scene, double playhead, const Placement& placement, const Options& options,
+                            RasterContext& context)
+{
+    NoVideos none;
+    VideoPictures& videos = options.videos ? *options.videos : none;
+
+    SavedState saved(context);
+    context.scaleCTM(placement.pixelsPerPoint, placement.pixelsPerPoint);
+    fill({{0, 0}, placement.viewSize}, options.backdrop, context);
+    if (!isShown(scene.size(), placement)) return std::nullopt;
+
+    const EvaluatedFrame frame = evaluateFrame(scene, playhead);
+    const CGRect inView = frameInView(scene.size(), placement);
+    fill(inView, rasterColor(frame.background), context);
+    videos.beginPainting(options.scenePlaying, options.now);
+    {
+        SavedState masked(context);
+        if (options.offCanvas == OffCanvas::hidden) context.clipToPath(Path::rect(inView), FillRule::winding);
+        paintLayers(frame, placement, styleFor(placement, options, videos), context);
+    }
+    videos.endPainting();
+
+    if (options.offCanvas == OffCanvas::dimmed) paintVeil(inView, placement.viewSize, context);
+    paintOutline(inView, options.outline, context);
+    paintRings(frame, placement, context);
+    return hasSpinner(frame.layers) ? std::optional(secondsToNextSpoke(options.now)) : std::nullopt;
+}
+
+} // namespace larkspool::CanvasRenderer

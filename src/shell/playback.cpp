@@ -1,0 +1,164 @@
+#include "shell/playback.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace larkspool {
+
+namespace {
+
+/// A seek to the very end would stop the player for good.
+constexpr double endMargin = 0.01;
+constexpr double fadeLength = 1;
+
+} // namespace
+
+PlayMode playMode(std::string_view name)
+{
+    if (name == playModeName(PlayMode::loop)) return PlayMode::loop;
+    return name == playModeName(PlayMode::allScenes) ? PlayMode::allScenes : PlayMode::once;
+}
+
+std::string_view playModeName(PlayMode mode)
+{
+    switch (mode) {
+    case PlayMode::once: return "once";
+    case PlayMode::loop: return "loop";
+    case PlayMode::allScenes: return "allScenes";
+    }
+    return {};
+}
+
+double globalPlayheadTime(const TweenDocument& document, double playhead)
+{
+    return playhead + document.sceneStartTime(document.activeSceneIndex);
+}
+
+double audioFadeVolume(const TweenDocument& document, double globalTime)
+{
+    const double remaining = document.totalDuration() - globalTime;
+    const double level = document.audio ? document.audio->volume : 1;
+    return remaining >= fadeLength ? level : std::max(remaining, 0.0) * level;
+}
+
+void DocumentAudioController::load(const std::string& path)
+{
+    unload();
+    player_ = load_(path);
+    if (!player_) return;
+    loadedPath_ = path;
+    duration_ = player_->duration();
+}
+
+void DocumentAudioController::unload()
+{
+    if (player_) player_->pause();
+    player_.reset();
+    loadedPath_.reset();
+    duration_ = 0;
+}
+
+void DocumentAudioController::play(double at)
+{
+    if (!player_) return;
+    const double time = std::max(std::min(at, duration_ - endMargin), 0.0);
+    if (!(time < duration_)) return player_->pause();
+    player_->setCurrentTime(time);
+    player_->play();
+}
+
+void DocumentAudioController::seek(double to)
+{
+    if (!player_) return;
+    const double time = std::max(std::min(to, duration_), 0.0);
+    const bool played = player_->isPlaying();
+    player_->setCurrentTime(time);
+    if (played && time < duration_)
+        player_->play();
+    else
+        player_->pause();
+}
+
+void DocumentAudioController::pause()
+{
+    if (player_) player_->pause();
+}
+
+void DocumentAudioController::setVolume(double volume)
+{
+    if (player_) player_->setVolume(std::clamp(volume, 0.0, 1.0));
+}
+
+void DocumentAudioController::sync(const std::optional<DocumentAudio>& audio,
+                                   const std::function<std::optional<std::string>(const DocumentAudio& audio)>& resolve)
+{
+    const std::optional<std::string> path = audio ? resolve(*audio) : std::nullopt;
+    if (!path) return unload();
+    if (path != loadedPath_) load(*path);
+}
+
+double Playback::globalTime() const
+{
+    return globalPlayheadTime(editor_.state().document, editor_.state().playhead);
+}
+
+void Playback::matchVolume()
+{
+    audio_.setVolume(audioFadeVolume(editor_.state().document, globalTime()));
+}
+
+void Playback::setPlaying(bool isPlaying)
+{
+    if (isPlaying == isPlaying_) return;
+    isPlaying_ = isPlaying;
+    playTimer_ = isPlaying ? timers_.every(1.0 / 60, [this] { tick(); }) : Timer();
+    if (!isPlaying) return audio_.pause();
+    matchVolume();
+    audio_.play(globalTime());
+}
+
+void Playback::stepFrames(int frames)
+{
+    const TweenScene scene = editor_.scene();
+    if (scene.fps <= 0) return;
+    const double time = editor_.state().playhead + frames / static_cast<double>(scene.fps);
+    editor_.setPlayhead(std::max(std::min(time, scene.duration), 0.0));
+}
+
+void Playback::activeSceneChanged()
+{
+    matchVolume();
+    if (isPlaying_)
+        audio_.play(globalTime());
+    else
+        audio_.seek(globalTime());
+}
+
+void Playback::tick()
+{
+    const double next = editor_.state().playhead + step;
+    if (editor_.scene().duration > next)
+        editor_.setPlayhead(next);
+    else
+        endScene(playMode(editor_.defaults().string(DefaultsKey::playMode)));
+    matchVolume();
+}
+
+void Playback::endScene(PlayMode mode)
+{
+    const TweenDocument& document = editor_.state().document;
+    if (mode == PlayMode::loop) {
+        editor_.setPlayhead(0);
+        return audio_.play(document.sceneStartTime(document.activeSceneIndex));
+    }
+    const std::int64_t last = static_cast<std::int64_t>(document.scenes.size()) - 1;
+    if (mode == PlayMode::allScenes && document.activeSceneIndex < last) {
+        editor_.setActiveScene(document.activeSceneIndex + 1);
+        editor_.setPlayhead(0);
+        return activeSceneChanged();
+    }
+    editor_.setPlayhead(editor_.scene().duration);
+    setPlaying(false);
+}
+
+} // namespace larkspool

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "document/tween_document.h"
+#include "platform/audio_player.h"
+#include "platform/timers.h"
+#include "shell/editor_view.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace larkspool {
+
+/// What happens when playback comes to the end of a scene.
+enum class PlayMode { once, loop, allScenes };
+
+/// The mode of a name, "once", "loop" or "allScenes"; `once` for any other.
+PlayMode playMode(std::string_view name);
+std::string_view playModeName(PlayMode mode);
+
+/// Seconds of the whole document at the playhead of the active scene.
+double globalPlayheadTime(const TweenDocument& document, double playhead);
+
+/// How loud the document's sound is then, 0 or more: its volume, which fades out in a line over the last second of the document.
+double audioFadeVolume(const TweenDocument& document, double globalTime);
+
+/// The player of a document's sound. Without a sound that loads, nothing happens.
+class DocumentAudioController {
+public:
+    explicit DocumentAudioController(LoadAudioPlayer load) : load_(std::move(load)) {}
+
+    const std::optional<std::string>& loadedPath() const { return loadedPath_; }
+    double duration() const { return duration_; } ///< Seconds; 0 without a player.
+    AudioPlayer* player() { return player_.get(); } ///< Null without one.
+
+    /// Stops what plays and makes a player for the file.
+    void load(const std::string& path);
+    void unload();
+    /// Plays from there on, or from shortly before the end. At the end it pauses.
+    void play(double at);
+    /// Goes there, and goes on playing if it did.
+    void seek(double to);
+    void pause();
+    /// Held to 0...1.
+    void setVolume(double volume);
+
+    /// Has the sound of the document loaded, if its file is there, and no other. `resolve` gives the path of its file, or nothing
+    /// if that is gone.
+    void sync(const std::optional<DocumentAudio>& audio,
+              const std::function<std::optional<std::string>(const DocumentAudio& audio)>& resolve);
+
+private:
+    LoadAudioPlayer load_;
+    std::unique_ptr<AudioPlayer> player_;
+    std::optional<std::string> loadedPath_;
+    double duration_ = 0;
+};
+
+/// Moves the playhead of an editor by a fixed step at 60 ticks a second while it plays. A machine that cannot keep up plays more
+/// slowly, and drops no frame.
+class Playback {
+public:
+    static constexpr double step = 0.016666666666666666; ///< Seconds.
+
+    Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio) : editor_(editor), timers_(timers), audio_(audio) {}
+
+    bool isPlaying() const { return isPlaying_; }
+    void setPlaying(bool isPlaying);
+    void togglePlay() { setPlaying(!isPlaying_); }
+    void rewind() { editor_.setPlayhead(0); }
+    /// One frame back or on, held within the scene.
+    void stepFrames(int frames);
+
+    /// To be called after the active scene was changed by anything but playback itself.
+    void activeSceneChanged();
+
+    void tick();
+
+private:
+    void endScene(PlayMode mode);
+    void matchVolume();
+    double globalTime() const;
+
+    EditorView& editor_;
+    Timers& timers_;
+    DocumentAudioController& audio_;
+    bool isPlaying_ = false;
+    Timer playTimer_;
+};
+
+} // namespace larkspool

@@ -1,0 +1,343 @@
+#include "views/canvas_view.h"
+
+#include "canvas/canvas_geometry.h"
+#include "rendering/frame_composition.h"
+#include "views/input.h"
+#include "views/picture.h"
+#include "views/theme.h"
+
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace larkspool {
+
+namespace {
+
+constexpr double smallestZoom = 0.1, greatestZoom = 10;
+constexpr double fitMargin = 0.81;
+constexpr double paletteInset = 56; ///< Of the layer palette, which floats at the left.
+
+constexpr double zoomStep = 1.25;
+constexpr std::chrono::milliseconds zoomHUDTime{1500};
+constexpr double frameWidth = 1.5, handleSize = 8, handleCorner = 2, rotateHandleSize = 10;
+constexpr double pillHeight = 24;
+
+QPointF asQPoint(CGPoint point)
+{
+    return {point.x, point.y};
+}
+
+QRectF asQRect(const CGRect& rect)
+{
+    return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
+}
+
+Qt::CursorShape cursorShape(CanvasCursor cursor)
+{
+    switch (cursor) {
+    case CanvasCursor::arrow: return Qt::ArrowCursor;
+    case CanvasCursor::pointer: return Qt::PointingHandCursor;
+    case CanvasCursor::openHand: return Qt::OpenHandCursor;
+    case CanvasCursor::closedHand: return Qt::ClosedHandCursor;
+    case CanvasCursor::resizeNWSE: return Qt::SizeFDiagCursor;
+    case CanvasCursor::resizeNS: return Qt::SizeVerCursor;
+    case CanvasCursor::resizeNESW: return Qt::SizeBDiagCursor;
+    case CanvasCursor::resizeEW: return Qt::SizeHorCursor;
+    }
+    return Qt::ArrowCursor;
+}
+
+void paintKnob(QPainter& painter, QPointF middle, double size, double corner)
+{
+    painter.setPen(QPen(theme().selectionOutline, frameWidth));
+    painter.setBrush(Qt::white);
+    painter.drawRoundedRect(QRectF(middle.x() - size / 2, middle.y() - size / 2, size, size), corner, corner);
+    painter.setBrush(Qt::NoBrush);
+}
+
+void paintFrame(QPainter& painter, const OverlayItems::Frame& frame)
+{
+    painter.setPen(QPen(theme().selectionOutline, frameWidth));
+    if (frame.linePoints.empty()) {
+        QPolygonF corners;
+        for (const CGPoint& corner : frame.corners) corners << asQPoint(corner);
+        painter.drawPolygon(corners);
+    }
+    if (frame.rotateHandle) {
+        const CGPoint topLeft = frame.corners[0], topRight = frame.corners[1];
+        painter.drawLine(QPointF((topLeft.x + topRight.x) / 2, (topLeft.y + topRight.y) / 2), asQPoint(*frame.rotateHandle));
+        paintKnob(painter, asQPoint(*frame.rotateHandle), rotateHandleSize, rotateHandleSize / 2);
+    }
+    for (const CGPoint& handle : frame.handles) paintKnob(painter, asQPoint(handle), handleSize, handleCorner);
+    for (const CGPoint& point : frame.linePoints) paintKnob(painter, asQPoint(point), rotateHandleSize, rotateHandleSize / 2);
+}
+
+void paintPill(QPainter& painter, const QString& words, QPointF topLeft, const QColor& fill, const QColor& text)
+{
+    painter.setFont(textFont(TextStyle::value));
+    const QRectF pill(topLeft, QSizeF(painter.fontMetrics().horizontalAdvance(words) + 24, pillHeight));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(pill, pillHeight / 2, pillHeight / 2);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(text);
+    painter.drawText(pill, Qt::AlignCenter, words);
+}
+
+void paintGuide(QPainter& painter, const OverlayItems::Guide& guide, QSize view)
+{
+    const QColor color = guide.fromLayer ? theme().guideLayer : theme().guideScene;
+    const double at = std::round(guide.position);
+    const bool isVertical = guide.axis == OverlayItems::Guide::Axis::x;
+    painter.fillRect(isVertical ? QRectF(at, 0, 1, view.height()) : QRectF(0, at, view.width(), 1), color);
+    if (guide.label.empty()) return;
+    painter.setFont(textFont(TextStyle::guideLabel));
+    const QString words = QString::fromStdString(guide.label);
+    const QSizeF size(painter.fontMetrics().horizontalAdvance(words) + 10, 16);
+    const QRectF box(isVertical ? QPointF(at + 6, 8) : QPointF(8, at + 6), size);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawRoundedRect(box, 8, 8);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(theme().guideText);
+    painter.drawText(box, Qt::AlignCenter, words);
+}
+
+} // namespace
+
+CanvasView::CanvasView(EditorContext context, QWidget* parent) : QWidget(parent), context_(std::move(context))
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setMinimumSize(320, 200);
+    setAccessibleName("Canvas");
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setMouseTracking(true);
+    zoomHUDTimer_.setSingleShot(true);
+    connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { update(); });
+}
+
+void CanvasView::refresh()
+{
+    update();
+}
+
+SceneFit CanvasView::sceneFit() const
+{
+    const TweenScene scene = context_.editor.scene();
+    return SceneFit::of({scene.width, scene.height}, {width() * 1.0, height() * 1.0}, zoom_, pan_);
+}
+
+void CanvasView::zoomTo(double level, std::optional<CGPoint> anchor)
+{
+    const TweenScene scene = context_.editor.scene();
+    const CGPoint middle{width() * 0.5, height() * 0.5};
+    const CGPoint kept = anchor.value_or(middle);
+    const CGPoint scenePoint = sceneFit().sceneFromView(kept);
+    zoom_ = std::clamp(level, smallestZoom, greatestZoom);
+    const double scale = sceneFit().scale;
+    pan_ = {kept.x - scenePoint.x * scale - (width() - scene.width * scale) * 0.5,
+            kept.y - scenePoint.y * scale - (height() - scene.height * scale) * 0.5};
+    flashZoomHUD();
+    context_.changed();
+}
+
+void CanvasView::zoomIn()
+{
+    zoomTo(zoom_ * zoomStep);
+}
+
+void CanvasView::zoomOut()
+{
+    zoomTo(zoom_ / zoomStep);
+}
+
+void CanvasView::fit(FitTo what)
+{
+    const EditorState& state = context_.editor.state();
+    const TweenScene scene = state.scene();
+    if (!(scene.width > 0 && scene.height > 0) || width() < 1 || height() < 1) return;
+    CGRect box = what == FitTo::selection ? unionAABBOfSelected(scene, state.selectedLayerIDs, state.playhead) : CGRect::null();
+    if (box.isNull()) box = {{0, 0}, {scene.width, scene.height}};
+    const double usableWidth = std::max(1.0, width() - paletteInset), usableHeight = std::max(1.0, height() * 1.0);
+    const double base = std::min(width() / scene.width, height() / scene.height);
+    const double level = std::min(usableWidth / box.size.width, usableHeight / box.size.height) * fitMargin / base;
+    zoom_ = std::clamp(level, smallestZoom, greatestZoom);
+    const double scale = base * zoom_;
+    pan_ = {paletteInset * 0.5 + (scene.width * 0.5 - box.midX()) * scale, (scene.height * 0.5 - box.midY()) * scale};
+    flashZoomHUD();
+    context_.changed();
+}
+
+CGPoint CanvasView::visibleCenter() const
+{
+    return sceneFit().sceneFromView({width() * 0.5, height() * 0.5});
+}
+
+void CanvasView::flashZoomHUD()
+{
+    zoomHUDTimer_.start(zoomHUDTime);
+    update();
+}
+
+void CanvasView::setPan(CGPoint pan)
+{
+    pan_ = pan;
+    update();
+}
+
+void CanvasView::resizeEvent(QResizeEvent*)
+{
+    update();
+}
+
+void CanvasView::wheelEvent(QWheelEvent* event)
+{
+    if (event->modifiers() & Qt::ControlModifier) {
+        zoomTo(zoom_ * std::exp2(event->angleDelta().y() / 480.0), asPoint(event->position()));
+        return;
+    }
+    const QPointF way = event->pixelDelta().isNull() ? QPointF(event->angleDelta()) / 2 : QPointF(event->pixelDelta());
+    setPan({pan_.x + way.x(), pan_.y + way.y()});
+}
+
+InteractionOverlay::Pointer CanvasView::pointerAt(QPointF position, Qt::KeyboardModifiers modifiers) const
+{
+    return {asPoint(position), sceneFit(), asModifiers(modifiers)};
+}
+
+void CanvasView::mousePressEvent(QMouseEvent* event)
+{
+    setFocus(Qt::MouseFocusReason);
+    if (event->button() == Qt::MiddleButton || (event->button() == Qt::LeftButton && isSpaceDown_)) {
+        panningFrom_ = event->position();
+        setCursor(Qt::ClosedHandCursor);
+        return;
+    }
+    if (event->button() != Qt::LeftButton) return;
+    setPan(context_.editor.pressCanvas(pointerAt(event->position(), event->modifiers()), pan_));
+    context_.changed();
+}
+
+void CanvasView::mouseMoveEvent(QMouseEvent* event)
+{
+    if (panningFrom_) {
+        const QPointF way = event->position() - *std::exchange(panningFrom_, event->position());
+        return setPan({pan_.x + way.x(), pan_.y + way.y()});
+    }
+    const InteractionOverlay::Pointer pointer = pointerAt(event->position(), event->modifiers());
+    if (context_.editor.isDraggingCanvas()) {
+        setPan(context_.editor.dragCanvas(pointer));
+        return context_.changed();
+    }
+    setCursor(isSpaceDown_ ? Qt::OpenHandCursor : cursorShape(context_.editor.canvasCursor(pointer)));
+}
+
+void CanvasView::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (panningFrom_) {
+        panningFrom_.reset();
+        setCursor(Qt::ArrowCursor);
+        return;
+    }
+    if (event->button() != Qt::LeftButton || !context_.editor.isDraggingCanvas()) return;
+    setPan(context_.editor.dragCanvas(pointerAt(event->position(), event->modifiers())));
+    setPan(context_.editor.releaseCanvas(asModifiers(event->modifiers())));
+    context_.changed();
+}
+
+void CanvasView::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && context_.editor.isDraggingCanvas()) {
+        setPan(context_.editor.cancelCanvasPress());
+        return context_.changed();
+    }
+    if (event->key() == Qt::Key_Space && underMouse() && (QGuiApplication::mouseButtons() & Qt::LeftButton)) isSpaceDown_ = true;
+    QWidget::keyPressEvent(event);
+}
+
+void CanvasView::keyReleaseEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Space) isSpaceDown_ = false;
+    QWidget::keyReleaseEvent(event);
+}
+
+void CanvasView::paintOverlay(QPainter& painter, const SceneFit& fit) const
+{
+    const Theme& t = theme();
+    const OverlayItems items = context_.editor.canvasOverlay(fit);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    const QPen outline(t.selectionOutline, frameWidth);
+    QPen dashed = outline;
+    dashed.setDashPattern({4 / frameWidth, 3 / frameWidth});
+
+    painter.setPen(dashed);
+    for (const CGRect& group : items.groupOutlines) painter.drawRect(asQRect(group));
+    painter.setPen(outline);
+    if (items.selectionBox) painter.drawRect(asQRect(*items.selectionBox));
+    if (items.frame) paintFrame(painter, *items.frame);
+    if (items.waitGhost) {
+        painter.setPen(QPen(t.wait, frameWidth));
+        painter.setBrush(QBrush(t.wait, Qt::BDiagPattern));
+        painter.drawRect(asQRect(*items.waitGhost));
+        painter.setBrush(Qt::NoBrush);
+    }
+    if (items.marquee) {
+        painter.setPen(QPen(t.selectionOutline, 1));
+        painter.setBrush(t.marqueeFill);
+        painter.drawRect(asQRect(*items.marquee));
+        painter.setBrush(Qt::NoBrush);
+    }
+    for (const OverlayItems::Guide& guide : items.guides) paintGuide(painter, guide, size());
+    for (const OverlayItems::Pill& pill : items.pills)
+        paintPill(painter, QString::fromUtf8(pill.text.data(), static_cast<qsizetype>(pill.text.size())),
+                  QPointF(pill.anchor.x, pill.anchor.y - 28), t.overlay, t.text);
+}
+
+void CanvasView::paintZoomHUD(QPainter& painter) const
+{
+    if (!zoomHUDTimer_.isActive()) return;
+    const QString words = QString("%1%").arg(static_cast<int>(zoom_ * 100));
+    const int pillWidth = QFontMetrics(textFont(TextStyle::value)).horizontalAdvance(words) + 24;
+    paintPill(painter, words, QPointF(width() - pillWidth - 12, 12), theme().overlay, theme().text);
+}
+
+const QImage* CanvasView::picture()
+{
+    const double ratio = devicePixelRatioF();
+    const SceneFit fit = sceneFit();
+    const TweenScene scene = context_.editor.scene();
+    const int w = static_cast<int>(std::lround(scene.width * fit.scale * ratio));
+    const int h = static_cast<int>(std::lround(scene.height * fit.scale * ratio));
+    if (!PixelBuffer::isPossible(w, h)) return nullptr;
+    Shown now{scene, context_.editor.state().playhead, {w, h}, fit};
+    if (shown_ != now) {
+        pixels_ = Exporter::renderSceneToImage(scene, now.playhead, {w * 1.0, h * 1.0});
+        if (!pixels_) return nullptr;
+        image_ = seenInPlace(*pixels_);
+        image_.setDevicePixelRatio(ratio);
+        shown_ = std::move(now);
+    }
+    return &image_;
+}
+
+void CanvasView::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), theme().backdrop);
+    const TweenScene scene = context_.editor.scene();
+    if (!(scene.width > 0 && scene.height > 0)) return;
+    const SceneFit fit = sceneFit();
+    if (const QImage* image = picture()) painter.drawImage(QPointF(fit.originX, fit.originY), *image);
+    paintOverlay(painter, fit);
+    paintZoomHUD(painter);
+}
+
+} // namespace larkspool

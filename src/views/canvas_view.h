@@ -1,0 +1,72 @@
+#pragma once
+
+#include "canvas/scene_fit.h"
+#include "platform/pixel_buffer.h"
+#include "views/editor_context.h"
+
+#include <QTimer>
+#include <QWidget>
+
+#include <memory>
+#include <optional>
+
+namespace larkspool {
+
+/// The canvas: the active scene at the playhead, zoomed and moved.
+class CanvasView final : public QWidget {
+public:
+    CanvasView(EditorContext context, QWidget* parent);
+
+    /// Shows the editor's state.
+    void refresh();
+
+    double zoom() const { return zoom_; }
+    /// Sets the zoom, held to 0.1...10, so that what lies under `anchor` (view points; absent for the middle) stays there.
+    void zoomTo(double level, std::optional<CGPoint> anchor = {});
+    void zoomIn();
+    void zoomOut();
+    void resetZoom() { zoomTo(1); }
+    /// Fits the selected layers, or the scene if none is or if the selection is to be ignored.
+    enum class FitTo { selection, scene };
+    void fit(FitTo what);
+    /// The middle of what is seen, in scene coordinates.
+    CGPoint visibleCenter() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+
+private:
+    SceneFit sceneFit() const;
+    InteractionOverlay::Pointer pointerAt(QPointF position, Qt::KeyboardModifiers modifiers) const;
+    void setPan(CGPoint pan);
+    void flashZoomHUD();
+    void paintOverlay(QPainter& painter, const SceneFit& fit) const;
+    void paintZoomHUD(QPainter& painter) const;
+    const QImage* picture();
+
+    EditorContext context_;
+    double zoom_ = 1;
+    CGPoint pan_{};
+    std::optional<QPointF> panningFrom_; ///< While the middle button, or Space with the left one, moves the canvas.
+    bool isSpaceDown_ = false;
+    QTimer zoomHUDTimer_; ///< Runs while the zoom is shown.
+    std::unique_ptr<PixelBuffer> pixels_;
+    struct Shown {
+        TweenScene scene;
+        double playhead = 0;
+        QSize pixels;
+        SceneFit fit;
+        bool operator==(const Shown&) const = default;
+    };
+    std::optional<Shown> shown_;
+    QImage image_;
+};
+
+} // namespace larkspool

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "shell/commands.h"
+#include "shell/editor_view.h"
+#include "shell/playback.h"
+
+#include <functional>
+
+namespace larkspool {
+
+/// What a part of an editor's window works with. It draws the state of `editor`, and calls `changed` after every input that may
+/// have changed it, which makes all parts of the window show the new state.
+struct EditorContext {
+    EditorView& editor;
+    Playback& playback;
+    std::function<void()> changed;
+    std::function<void(Command command)> perform; ///< Carries a command out in this window, as its menu item would.
+};
+
+} // namespace larkspool

@@ -1,0 +1,91 @@
+#include "views/menus.h"
+
+#include <QAction>
+#include <QFileInfo>
+
+#include <map>
+
+namespace larkspool {
+
+namespace {
+
+QString words(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void allow(QAction& action, const CommandAvailability& availability)
+{
+    action.setEnabled(availability.isEnabled);
+    action.setToolTip(words(availability.reason));
+}
+
+} // namespace
+
+Menus::Menus(QMenuBar& bar, Steps steps) : steps_(std::move(steps))
+{
+    std::map<Menu, QMenu*> menus;
+    for (const Menu menu : {Menu::application, Menu::file, Menu::edit, Menu::view, Menu::timeline, Menu::arrange, Menu::insert}) {
+        menus[menu] = bar.addMenu(words(menuTitle(menu)));
+        menus[menu]->setToolTipsVisible(true);
+    }
+    for (const CommandInfo& info : allCommands())
+        if (info.menu != Menu::none) addCommand(*menus[info.menu], info);
+    addInsertions(*menus[Menu::insert]);
+}
+
+void Menus::addCommand(QMenu& menu, const CommandInfo& info)
+{
+    if (info.startsSection) menu.addSeparator();
+    if (info.command == Command::insertLayerOfKind) return;
+    QAction* action = menu.addAction(words(info.title));
+    QList<QKeySequence> keys;
+    if (info.shortcut) keys << QKeySequence(QString::fromStdString(portableText(*info.shortcut)));
+    if (info.alternative) keys << QKeySequence(QString::fromStdString(portableText(*info.alternative)));
+    action->setShortcuts(keys);
+    QObject::connect(action, &QAction::triggered, action, [this, command = info.command] { steps_.perform(command); });
+    actions_.emplace_back(info.command, action);
+    if (info.command == Command::openDocument) addRecents(menu);
+}
+
+void Menus::addRecents(QMenu& menu)
+{
+    QMenu* recents = menu.addMenu("Open Recent");
+    QObject::connect(recents, &QMenu::aboutToShow, recents, [this, recents] {
+        recents->clear();
+        for (const std::string& path : steps_.recentDocuments()) {
+            QAction* action = recents->addAction(QFileInfo(QString::fromStdString(path)).completeBaseName());
+            action->setToolTip(QString::fromStdString(path));
+            QObject::connect(action, &QAction::triggered, action, [this, path] { steps_.openDocument(path); });
+        }
+        if (recents->isEmpty()) recents->addAction("No Recent Documents")->setEnabled(false);
+    });
+}
+
+void Menus::addInsertions(QMenu& menu)
+{
+    QMenu* layers = menu.addMenu(words(insertLayerMenuTitle));
+    QMenu* cursors = nullptr;
+    const auto add = [this](QMenu& to, const InsertItem& item) {
+        QAction* action = to.addAction(words(item.title));
+        QObject::connect(action, &QAction::triggered, action, [this, &item] { steps_.insert(item.insertion); });
+        insertions_.emplace_back(&item, action);
+    };
+    for (const InsertItem& item : insertItems()) add(*layers, item);
+    cursors = layers->addMenu(words(cursorMenuTitle));
+    for (const InsertItem& item : insertCursorItems()) add(*cursors, item);
+}
+
+void Menus::refresh(const CommandContext& context, const UserDefaults& defaults)
+{
+    for (const auto& [command, action] : actions_) {
+        allow(*action, availability(command, context));
+        if (const std::optional<bool> isOn = isChecked(command, defaults)) {
+            action->setCheckable(true);
+            action->setChecked(*isOn);
+        }
+    }
+    for (const auto& [item, action] : insertions_) allow(*action, availability(*item, context));
+}
+
+} // namespace larkspool

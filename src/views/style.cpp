@@ -1,0 +1,196 @@
+#include "views/style.h"
+
+#include "views/theme.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QStyleFactory>
+#include <QStyleOption>
+
+namespace larkspool {
+
+namespace {
+
+constexpr double fieldRadius = 4, buttonRadius = 6;
+constexpr int menuItemHeight = 26, menuMargin = 8, shortcutGap = 24;
+
+void fillRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawRoundedRect(rect, radius, radius);
+    painter.restore();
+}
+
+void strokeRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color, double width)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(color, width));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(rect.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
+    painter.restore();
+}
+
+bool isPrimary(const QWidget* widget)
+{
+    return widget && widget->property("primary").toBool();
+}
+
+QColor buttonFill(const QStyleOption& option, const QWidget* widget)
+{
+    const Theme& t = theme();
+    const bool isDown = option.state & QStyle::State_Sunken, isHovered = option.state & QStyle::State_MouseOver;
+    if (isPrimary(widget)) return isDown ? t.accentPressed : isHovered ? t.accentHover : t.accent;
+    if (option.state & QStyle::State_On) return isHovered ? t.accentSoftHover : t.accentSoft;
+    if (isDown) return t.pressed;
+    const bool isFlat = option.state & QStyle::State_AutoRaise;
+    if (isHovered) return t.hover;
+    return isFlat ? QColor(Qt::transparent) : t.field;
+}
+
+void drawMenuItem(const QStyleOptionMenuItem& item, QPainter& painter)
+{
+    const Theme& t = theme();
+    if (item.menuItemType == QStyleOptionMenuItem::Separator) {
+        painter.fillRect(QRect(item.rect.left() + menuMargin, item.rect.center().y(), item.rect.width() - 2 * menuMargin, 1), t.hairline);
+        return;
+    }
+    const bool isEnabled = item.state & QStyle::State_Enabled;
+    if (isEnabled && (item.state & QStyle::State_Selected))
+        fillRounded(painter, QRectF(item.rect).adjusted(4, 1, -4, -1), buttonRadius, t.selection);
+    const QStringList parts = item.text.split('\t');
+    QRect text = item.rect.adjusted(menuMargin + 20, 0, -menuMargin - 8, 0);
+    painter.setFont(textFont(TextStyle::body));
+    painter.setPen(isEnabled ? t.text : t.textDisabled);
+    painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextShowMnemonic, parts.front());
+    if (item.checked) painter.drawText(QRect(item.rect.left() + menuMargin, item.rect.top(), 16, item.rect.height()), Qt::AlignCenter, "✓");
+    painter.setPen(isEnabled ? t.textSecondary : t.textDisabled);
+    if (parts.size() > 1) painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, parts.back());
+    if (item.menuItemType == QStyleOptionMenuItem::SubMenu) painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, "›");
+}
+
+} // namespace
+
+Style::Style() : QProxyStyle(QStyleFactory::create("Fusion")) {}
+
+void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter, const QWidget* widget) const
+{
+    const Theme& t = theme();
+    switch (element) {
+    case PE_PanelButtonCommand:
+    case PE_PanelButtonTool: return fillRounded(*painter, option->rect, buttonRadius, buttonFill(*option, widget));
+    case PE_PanelLineEdit:
+    case PE_FrameLineEdit: {
+        const bool hasFocus = option->state & State_HasFocus;
+        fillRounded(*painter, option->rect, fieldRadius,
+                    hasFocus ? t.fieldFocus : option->state & State_MouseOver ? t.fieldHover : t.field);
+        if (hasFocus) strokeRounded(*painter, option->rect, fieldRadius, t.focusRing, 1.5);
+        return;
+    }
+    case PE_FrameFocusRect:
+        if (option->state & State_KeyboardFocusChange) strokeRounded(*painter, option->rect, buttonRadius, t.focusRing, 2);
+        return;
+    case PE_FrameMenu:
+    case PE_PanelMenu:
+        painter->fillRect(option->rect, t.raised);
+        painter->setPen(t.hairlineStrong);
+        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        return;
+    case PE_PanelMenuBar:
+    case PE_FrameTabBarBase:
+    case PE_FrameStatusBarItem: return;
+    default: return QProxyStyle::drawPrimitive(element, option, painter, widget);
+    }
+}
+
+void Style::drawControl(ControlElement element, const QStyleOption* option, QPainter* painter, const QWidget* widget) const
+{
+    const Theme& t = theme();
+    if (element == CE_MenuItem) {
+        if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) return drawMenuItem(*item, *painter);
+    }
+    if (element == CE_MenuBarEmptyArea) return painter->fillRect(option->rect, t.window);
+    if (element == CE_MenuBarItem) {
+        if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) {
+            painter->fillRect(item->rect, t.window);
+            if (item->state & State_Selected) fillRounded(*painter, QRectF(item->rect).adjusted(0, 2, 0, -2), buttonRadius, t.hover);
+            painter->setPen(t.text);
+            painter->setFont(textFont(TextStyle::body));
+            painter->drawText(item->rect, Qt::AlignCenter | Qt::TextShowMnemonic | Qt::TextSingleLine, item->text);
+            return;
+        }
+    }
+    if (element == CE_Splitter) return painter->fillRect(option->rect, t.hairline);
+    QProxyStyle::drawControl(element, option, painter, widget);
+}
+
+int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const
+{
+    switch (metric) {
+    case PM_SplitterWidth: return 1;
+    case PM_MenuBarHMargin:
+    case PM_MenuBarVMargin:
+    case PM_MenuBarPanelWidth:
+    case PM_MenuHMargin: return 0;
+    case PM_MenuVMargin: return 4;
+    case PM_MenuBarItemSpacing: return 0;
+    case PM_ScrollBarExtent: return 8;
+    case PM_ButtonShiftHorizontal:
+    case PM_ButtonShiftVertical: return 0;
+    case PM_SmallIconSize:
+    case PM_ButtonIconSize:
+    case PM_ToolBarIconSize: return 16;
+    default: return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* data) const
+{
+    if (hint == SH_ToolTip_WakeUpDelay) return 500;
+    if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+    return QProxyStyle::styleHint(hint, option, widget, data);
+}
+
+QSize Style::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size, const QWidget* widget) const
+{
+    if (type == CT_MenuItem) {
+        const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+        if (item && item->menuItemType == QStyleOptionMenuItem::Separator) return {size.width(), 9};
+        const QFontMetrics metrics(textFont(TextStyle::body));
+        const QStringList parts = item ? item->text.split('\t') : QStringList();
+        int width = 2 * menuMargin + 28 + 16;
+        for (const QString& part : parts) width += metrics.horizontalAdvance(part);
+        if (parts.size() > 1) width += shortcutGap;
+        return {std::max(width, 160), menuItemHeight};
+    }
+    if (type == CT_MenuBarItem) return {size.width() + 16, 28};
+    return QProxyStyle::sizeFromContents(type, option, size, widget);
+}
+
+QPalette themePalette()
+{
+    const Theme& t = theme();
+    QPalette palette;
+    const std::pair<QPalette::ColorRole, QColor> colors[] = {
+        {QPalette::Window, t.panel}, {QPalette::WindowText, t.text}, {QPalette::Base, t.field}, {QPalette::AlternateBase, t.panel},
+        {QPalette::Text, t.text}, {QPalette::Button, t.field}, {QPalette::ButtonText, t.text}, {QPalette::BrightText, t.textOnAccent},
+        {QPalette::Highlight, t.accent}, {QPalette::HighlightedText, t.textOnAccent}, {QPalette::ToolTipBase, t.overlay},
+        {QPalette::ToolTipText, t.text}, {QPalette::PlaceholderText, t.textSecondary}, {QPalette::Link, t.accentText},
+    };
+    for (const auto& [role, color] : colors) palette.setColor(role, color);
+    for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        palette.setColor(QPalette::Disabled, role, t.textDisabled);
+    return palette;
+}
+
+void applyLook()
+{
+    QApplication::setStyle(new Style);
+    QApplication::setPalette(themePalette());
+    QApplication::setFont(textFont(TextStyle::body));
+}
+
+} // namespace larkspool

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "views/controls.h"
+#include "views/editor_context.h"
+
+namespace larkspool {
+
+/// Time: the rail, and the rows of what is selected or of the whole scene.
+class TimelineView final : public Surface {
+public:
+    TimelineView(EditorContext context, QWidget* parent);
+
+    /// Shows the editor's state.
+    void refresh();
+
+private:
+    EditorContext context_;
+};
+
+} // namespace larkspool

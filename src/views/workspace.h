@@ -1,0 +1,31 @@
+#pragma once
+
+#include "canvas/layer_style.h"
+#include "platform/notification_center.h"
+#include "platform/pasteboard.h"
+#include "platform/user_defaults.h"
+#include "shell/command_routing.h"
+#include "shell/welcome.h"
+
+#include <functional>
+#include <string>
+
+namespace larkspool {
+
+/// What all windows of the program share.
+struct Workspace {
+    UserDefaults& defaults;
+    Pasteboard& pasteboard;
+    NotificationCenter center{};
+    PrimaryEditorRegistry registry{center};
+    LayerStyleClipboard styles{};
+    RecentDocuments recents{};
+
+    /// @name Set by the program.
+    /// @{
+    std::function<void(Command command)> performForApplication{}; ///< What needs no window.
+    std::function<void(const std::string& path)> openDocument{};
+    /// @}
+};
+
+} // namespace larkspool
