@@ -1,8 +1,13 @@
-// What editing on the canvas costs, on a scene of 2,000 layers in nested groups: what lies under the pointer, and drags of 500
-// selected layers with guides. The floor is copying what such a drag changes: the 500 layers and the lists on the way to them.
+// What editing on the canvas costs, on a scene of 2,000 layers in nested groups: what lies under the pointer, drags of 500
+// selected layers with guides, and operations on 500 layers. The floor is copying what such a drag changes: the 500 layers and
+// the lists on the way to them.
 
+#include "canvas/canvas_geometry.h"
 #include "canvas/hit_testing.h"
 #include "canvas/interaction_overlay.h"
+#include "canvas/layer_arrange.h"
+#include "canvas/layer_copies.h"
+#include "canvas/layer_tree_operations.h"
 #include "editing/scene_lookup.h"
 #include "evaluation/interpolation.h"
 
@@ -90,6 +95,15 @@ LayerIDs selectedLeaves(const TweenScene& scene)
     return selection;
 }
 
+UUID lastOf(const TweenScene& scene, const LayerIDs& selection)
+{
+    UUID last;
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        if (selection.contains(layer.id)) last = layer.id;
+    });
+    return last;
+}
+
 void measure()
 {
     const TweenScene scene = nestedScene();
@@ -119,7 +133,8 @@ void measure()
            floor);
 
     const InteractionOverlay::Editor editor{.scene = scene, .selection = selection, .playhead = playhead};
-    const CGPoint onSelected{1, 20 + 5}; // The first leaf, in the first stack.
+    const CGRect target = unionAABBOfSelected(scene, {lastOf(scene, selection)}, playhead);
+    const CGPoint onSelected{target.midX(), target.midY()}; // Far from the handles, which are around the first.
     InteractionOverlay overlay;
     report("press on a selected layer", medianMilliseconds([&](int) {
                overlay.cancelDrag();
@@ -137,9 +152,80 @@ void measure()
     overlay.endDrag();
 }
 
+/// 2,000 layers in 500 groups.
+TweenScene sceneOfGroups()
+{
+    TweenScene scene;
+    std::uint64_t number = 0;
+    for (std::size_t g = 0; g < selectedCount; ++g) {
+        Layer group = layerAt(number, static_cast<double>(g), 0, {200, 200});
+        group.kind = Layer::Kind::group;
+        if (g % 2 == 0) group.groupLayout = GroupLayout::vertical;
+        if (g % 5 == 0) group.transform.rotation = 30;
+        for (std::size_t l = 0; l < 3; ++l) group.children.append(layerAt(number, static_cast<double>(l) * 15, 5, {12, 40}));
+        scene.layers.append(group);
+    }
+    return scene;
+}
+
+/// 2,000 layers of which 1,000 are the children of one group.
+TweenScene sceneWithAWideGroup()
+{
+    TweenScene scene;
+    std::uint64_t number = 0;
+    Layer wide = layerAt(number, 0, 0, {200, 200});
+    wide.kind = Layer::Kind::group;
+    for (std::size_t l = 0; l < 2 * selectedCount; ++l) {
+        wide.children.append(layerAt(number, static_cast<double>(l), 5, {12, 40}));
+        if (l + 1 < 2 * selectedCount) scene.layers.append(layerAt(number, static_cast<double>(l), 50, {12, 40}));
+    }
+    scene.layers.append(wide);
+    return scene;
+}
+
+LayerIDs everyNth(const Array<Layer>& layers, std::size_t step)
+{
+    LayerIDs selection;
+    for (std::size_t i = 0; i < layers.size(); i += step) selection.insert(layers[i].id);
+    return selection;
+}
+
+template <typename Apply>
+void measureOperation(const char* what, double floor, const Apply& apply)
+{
+    std::size_t edits = 0;
+    report(what, medianMilliseconds([&](int) { edits += apply().has_value(); }), floor);
+    if (edits != static_cast<std::size_t>(passes)) std::printf("  NO EDIT\n");
+}
+
+void measureOperations()
+{
+    const TweenScene scene = nestedScene(), groups = sceneOfGroups(), wide = sceneWithAWideGroup();
+    const LayerIDs selection = selectedLeaves(scene), all = everyNth(groups.layers, 1);
+    const LayerIDs siblings = everyNth(wide.layers.back().children, 2);
+    const LayerIndex index(scene);
+    constexpr double playhead = 1;
+    std::printf("operations on %zu, %zu and %zu of %zu, %zu and %zu layers\n", selection.size(), siblings.size(), all.size(),
+                index.size(), LayerIndex(wide).size(), LayerIndex(groups).size());
+    const double floor = medianMilliseconds([&](int) {
+        TweenScene copy = scene;
+        for (const UUID& id : selection) index.edit(copy, id);
+    });
+    measureOperation("duplicate", floor, [&] { return duplicateSelected(scene, selection); });
+    measureOperation("group", floor, [&] { return groupSelection(wide, siblings); });
+    measureOperation("ungroup", floor, [&] {
+        Interpolation::invalidate();
+        return ungroupSelection(groups, all, playhead);
+    });
+    measureOperation("align", floor, [&] { return alignSelected(scene, selection, AlignEdge::hCenter, playhead); });
+    measureOperation("align groups", floor, [&] { return alignSelected(groups, all, AlignEdge::left, playhead); });
+    measureOperation("distribute", floor, [&] { return distributeSelected(groups, all, DistributeAxis::horizontal, playhead); });
+}
+
 } // namespace
 
 int main()
 {
     measure();
+    measureOperations();
 }

@@ -2,15 +2,19 @@
 
 #include "app/verbs.h"
 #include "document/tween_document.h"
+#include "platform/program_folder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <filesystem>
 #include <new>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 namespace larkspool {
 
@@ -28,7 +32,7 @@ void tell(const Terminal& terminal, std::string_view message)
 std::string overallHelp()
 {
     std::string text = "larkspool " LARKSPOOL_VERSION " makes films of product user interfaces.\n\n"
-                       "  larkspool [FILE...]   opens the editor (it has no window yet)\n"
+                       "  larkspool [FILE...]   opens the editor\n"
                        "  larkspool VERB ...    does one thing and ends:\n\n";
     for (const Verb& verb : verbs()) text += fmt::format("  {:<10} {}\n", verb.rules.verb, verb.summary);
     return text + "\n"
@@ -92,7 +96,13 @@ int openEditor(std::span<const std::string> files, const Terminal& terminal)
         if (file.starts_with("-")) throw WrongCall(fmt::format("There is no option {}; see larkspool --help", file));
         if (!namesADocument(file)) throw WrongCall(fmt::format("There is no verb or file {}; see larkspool --help", file));
     }
-    tell(terminal, "The editor has no window yet; larkspool --help tells what can be done without one");
+    const std::string editor = programFolder() + "/larkspool-editor";
+    std::vector<char*> words{const_cast<char*>(editor.c_str())}; // What is started does not write into them.
+    for (const std::string& file : files) words.push_back(const_cast<char*>(file.c_str()));
+    words.push_back(nullptr);
+    execv(editor.c_str(), words.data());
+    // It has not taken this program's place.
+    tell(terminal, fmt::format("The editor cannot be started: {}: {}", editor, std::generic_category().message(errno)));
     return failure;
 }
 

@@ -29,14 +29,15 @@ LayerIDs idsOf(const Moves& moves)
     return ids;
 }
 
-/// The way from one coordinate to another; 0 where it is no more than the rounding of the two, so that what stands in its place
-/// is not moved again.
+/// The way from one coordinate to another; 0 where it is no more than the rounding of what they were computed from, so that what
+/// stands in its place is not moved again.
 double way(double from, double to)
 {
+    constexpr double unseen = 1e-9; // Canvas pixels.
     constexpr double roundings = 1e-13;
     const double delta = to - from;
-    const double greatest = std::max({std::abs(from), std::abs(to), 1.0});
-    return std::isfinite(delta) && std::abs(delta) > roundings * greatest ? delta : 0;
+    const double least = std::max(unseen, roundings * std::max(std::abs(from), std::abs(to)));
+    return std::isfinite(delta) && std::abs(delta) > least ? delta : 0;
 }
 
 /// The same area with its origin at the top left: the size of what is mirrored reaches back.

@@ -49,6 +49,7 @@ void EditorView::redo()
 bool EditorView::perform(std::optional<Edit> edit)
 {
     if (!edit) return false;
+    endWhatIsUnderWay();
     commit_.commit(std::move(*edit));
     return true;
 }

@@ -160,6 +160,7 @@ public:
 
     std::optional<std::string> rippleToastMessage() const { return toast_.message(services_.timers.now()); }
     RippleHandleSuppressor& rippleHandles() { return suppressor_; }
+    bool areRippleHandlesHidden() const { return suppressor_.hidden(services_.timers.now()); }
 
 private:
     /// A press under way.

@@ -5,6 +5,9 @@
 
 namespace larkspool {
 
+class TimelineToolbar;
+class TimelineTracks;
+
 /// Time: the rail, and the rows of what is selected or of the whole scene.
 class TimelineView final : public Surface {
 public:
@@ -14,7 +17,8 @@ public:
     void refresh();
 
 private:
-    EditorContext context_;
+    TimelineToolbar* toolbar_ = nullptr;
+    TimelineTracks* tracks_ = nullptr;
 };
 
 } // namespace larkspool

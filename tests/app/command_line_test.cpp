@@ -90,9 +90,9 @@ TEST_F(CommandLine, TellsAFailureInOneLineWithStatus1)
         std::string words;
     };
     const Case cases[] = {
-        {{}, "The editor has no window yet"},
-        {{document}, "The editor has no window yet"},
-        {{missing}, "The editor has no window yet"},
+        {{}, "The editor cannot be started"},
+        {{document}, "The editor cannot be started"},
+        {{missing}, "The editor cannot be started"},
         {{"check", missing}, missing + ": No such file or directory"},
         {{"check", folder.path()}, "Is a directory"},
         {{"check", text}, text + " is no document"},

@@ -67,7 +67,8 @@ void limitFiles(std::size_t bytes)
 
 pid_t start(const ProgramRun& run, const Channel& out, const Channel& error)
 {
-    std::vector<std::string> arguments{LARKSPOOL_PROGRAM}, environment = environmentOf(run);
+    const std::string program = run.program.empty() ? LARKSPOOL_PROGRAM : run.program;
+    std::vector<std::string> arguments{program}, environment = environmentOf(run);
     arguments.insert(arguments.end(), run.arguments.begin(), run.arguments.end());
     const std::vector<char*> argumentPointers = pointers(arguments), environmentPointers = pointers(environment);
 
@@ -77,7 +78,7 @@ pid_t start(const ProgramRun& run, const Channel& out, const Channel& error)
     dup2(out.writing, STDOUT_FILENO);
     dup2(error.writing, STDERR_FILENO);
     if (run.workingFolder.empty() || chdir(run.workingFolder.c_str()) == 0)
-        execve(LARKSPOOL_PROGRAM, argumentPointers.data(), environmentPointers.data());
+        execve(program.c_str(), argumentPointers.data(), environmentPointers.data());
     _exit(127);
 }
 

@@ -18,6 +18,7 @@ struct ProgramResult {
 };
 
 struct ProgramRun {
+    std::string program;                            ///< Another file than the built one, if not empty.
     std::vector<std::string> arguments;
     std::map<std::string, std::string> environment; ///< Added to that of the test; the headless variables are taken out first.
     std::string workingFolder;                      ///< The test's own, if empty.

@@ -7,6 +7,7 @@
 #include "support/test_media.h"
 
 #include <csignal>
+#include <filesystem>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -379,6 +380,23 @@ TEST_F(ExportProgram, AFullStandardOutputIsAFailure)
     const int status = std::system(command.c_str());
     EXPECT_EQ(WEXITSTATUS(status), 1);
     EXPECT_EQ(folder.read("error"), "larkspool: Standard output cannot be written\n");
+}
+
+TEST_F(ExportProgram, WithoutAVerbTheEditorBesideItTakesItsPlaceWithTheFiles)
+{
+    namespace fs = std::filesystem;
+    const std::string program = folder.file("larkspool"), document = folder.write("a b.larkspool", "{}");
+    fs::copy_file(LARKSPOOL_PROGRAM, program);
+    folder.write("larkspool-editor", "#!/bin/sh\nprintf 'edits:%s' \"$#\"\nprintf ':%s' \"$@\"\nexit 7\n");
+    fs::permissions(folder.file("larkspool-editor"), fs::perms::owner_all);
+    const ProgramResult with = runProgram({.program = program, .arguments = {document, document}});
+    EXPECT_EQ(with.status, 7);
+    EXPECT_EQ(with.out, "edits:2:" + document + ":" + document);
+
+    fs::remove(folder.file("larkspool-editor"));
+    const ProgramResult without = runProgram({.program = program, .arguments = {document}});
+    EXPECT_EQ(without.status, 1);
+    EXPECT_THAT(without.error, HasSubstr("The editor cannot be started: " + folder.file("larkspool-editor")));
 }
 
 } // namespace larkspool

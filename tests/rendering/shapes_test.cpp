@@ -143,7 +143,7 @@ TEST(Shapes, AStrokeTooWideForARingLeavesNoHoleInARoundShape)
     for (const Layer& layer : {round, pill}) {
         SCOPED_TRACE(testing::Message() << "size " << layer.size.width << " x " << layer.size.height);
         const PixelBuffer picture = drawn(layer);
-        for (const auto [x, y] : {std::pair{20, 20}, {19, 20}, {20, 21}, {19, 19}, {20, 18}, {17, 20}})
+        for (const auto& [x, y] : {std::pair{20, 20}, {19, 20}, {20, 21}, {19, 19}, {20, 18}, {17, 20}})
             EXPECT_EQ(pixelAt(picture, x, y), redPixel) << x << ", " << y;
     }
 }

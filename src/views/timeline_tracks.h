@@ -1,0 +1,99 @@
+#pragma once
+
+#include "views/editor_context.h"
+#include "views/timeline_layout.h"
+#include "views/timeline_painting.h"
+
+#include <QPixmap>
+#include <QTimer>
+#include <QWidget>
+
+#include <optional>
+
+class QScrollBar;
+
+namespace larkspool {
+
+class TimelinePopover;
+
+/// The rail and the rows below it: one painted widget, which turns presses into those of the editor.
+class TimelineTracks final : public QWidget {
+public:
+    TimelineTracks(EditorContext context, QWidget* parent);
+
+    /// Shows the editor's state.
+    void refresh();
+
+protected:
+    bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    /// What the left button holds, from its press on.
+    enum class Held { nothing, playhead, items, emptyRows, viewport };
+    /// A marquee that has become one.
+    struct Marquee {
+        CGPoint from{}, to{}; ///< In the rows.
+        TimelineSelection before{};
+        Modifiers modifiers{};
+    };
+    struct Pill {
+        TimelinePainting::RippleSide side;
+        QPointF center; ///< In the rows.
+    };
+
+    double bodyBottom() const;
+    double scrolled() const;
+    CGPoint inRows(QPointF position) const;
+    bool isOverRows(QPointF position) const;
+    std::optional<TimelineLayout::Hit> hitAt(QPointF position) const;
+
+    void rebuildLayout();
+    void placeScrollBar();
+    void placePills();
+    const Pill* pillAt(QPointF position) const;
+
+    void scrub(QPointF position, Modifiers modifiers);
+    bool pressGutter(QPointF position);
+    void pressItems(const TimelineLayout::Hit& hit, QPointF position, Modifiers modifiers);
+    void dragMarquee(QPointF position, Modifiers modifiers);
+    void updateMarquee();
+    void dragViewport(QPointF position);
+    void cancel();
+    void hover(QPointF position, Qt::MouseButtons buttons);
+    void showPopover();
+    void hidePopover();
+    QString helpAt(QPointF position) const;
+    void tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers);
+    bool stepSelection(int key, Modifiers modifiers);
+
+    EditorContext context_;
+    TimelineLayout layout_;
+    TimelineLayout::Folded folded_;
+    QScrollBar* scrollBar_ = nullptr;
+    std::vector<Pill> pills_;
+
+    QPixmap tracks_; ///< The rows as they are while the playhead moves. Null while they are to be painted anew.
+    TimelineSelection paintedSelection_;
+
+    Held held_ = Held::nothing;
+    QPointF pressedAt_;
+    double pressedViewportStart_ = 0;
+    std::optional<Marquee> marquee_;
+    QPointF pointer_;
+    bool isPointerInside_ = false;
+    QTimer popoverTimer_;
+    TimelinePopover* popover_ = nullptr;
+};
+
+} // namespace larkspool
