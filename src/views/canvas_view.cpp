@@ -22,6 +22,7 @@ namespace {
 
 constexpr double smallestZoom = 0.1, greatestZoom = 10;
 constexpr double fitMargin = 0.81;
+constexpr int paletteLeft = 12;
 constexpr double paletteInset = 56; ///< Of the layer palette, which floats at the left.
 
 constexpr double zoomStep = 1.25;
@@ -192,8 +193,14 @@ void CanvasView::setPan(CGPoint pan)
     update();
 }
 
+void CanvasView::setFloatingPalette(QWidget* palette)
+{
+    palette_ = palette;
+}
+
 void CanvasView::resizeEvent(QResizeEvent*)
 {
+    if (palette_) palette_->move(paletteLeft, std::max(paletteLeft, (height() - palette_->height()) / 2));
     update();
 }
 

@@ -29,6 +29,8 @@ public:
     /// Fits the selected layers, or the scene if none is or if the selection is to be ignored.
     enum class FitTo { selection, scene };
     void fit(FitTo what);
+    /// A panel that floats at the left of the canvas.
+    void setFloatingPalette(QWidget* palette);
     /// The middle of what is seen, in scene coordinates.
     CGPoint visibleCenter() const;
 
@@ -54,6 +56,7 @@ private:
     EditorContext context_;
     double zoom_ = 1;
     CGPoint pan_{};
+    QWidget* palette_ = nullptr;
     std::optional<QPointF> panningFrom_; ///< While the middle button, or Space with the left one, moves the canvas.
     bool isSpaceDown_ = false;
     QTimer zoomHUDTimer_; ///< Runs while the zoom is shown.

@@ -5,6 +5,7 @@
 #include "views/canvas_view.h"
 #include "views/controls.h"
 #include "views/inspector_view.h"
+#include "views/layer_palette_view.h"
 #include "views/layer_panel_view.h"
 #include "views/scene_strip_view.h"
 #include "views/theme.h"
@@ -110,6 +111,12 @@ void EditorWindow::buildLayout()
     timeline_ = new TimelineView(context, this);
     strip_ = new SceneStripView(context, this);
     strip_->setFixedHeight(sceneStripHeight);
+    const auto add = [this](const LayerPaletteCommands::Item& item) {
+        editor_->perform(LayerPaletteCommands::add(editor_->scene(), item, canvas_->visibleCenter(), workspace_.defaults));
+        refresh();
+    };
+    layers_->add = add;
+    canvas_->setFloatingPalette(new LayerPaletteView(add, canvas_));
 
     auto* canvasAndStrip = new QWidget(this);
     auto* canvasColumn = stacked(canvasAndStrip, Qt::Vertical);
@@ -228,6 +235,7 @@ void EditorWindow::performInWindow(Command command)
     case Command::zoomReset: return canvas_->resetZoom();
     case Command::fitSelection: return canvas_->fit(CanvasView::FitTo::selection);
     case Command::togglePlay: return playback_->togglePlay();
+    case Command::renameLayer: return layers_->renameSelected();
     default: return;
     }
 }

@@ -3,6 +3,7 @@
 #include "canvas/layer_tree_operations.h"
 #include "editing/scene_lookup.h"
 #include "views/icons.h"
+#include "views/kind_icon.h"
 #include "views/input.h"
 #include "views/theme.h"
 
@@ -27,25 +28,6 @@ constexpr int headHeight = 40, sceneRowHeight = 36;
 QString words(std::string_view text)
 {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QString iconOf(const Layer& layer)
-{
-    switch (layer.kind) {
-    case Layer::Kind::rectangle: return "rectangle";
-    case Layer::Kind::ellipse: return "ellipse";
-    case Layer::Kind::path: return "path";
-    case Layer::Kind::text: return "text";
-    case Layer::Kind::image: return "image";
-    case Layer::Kind::group: return "group";
-    case Layer::Kind::cursor: return "cursor";
-    case Layer::Kind::line: return "line";
-    case Layer::Kind::gradientField: return "gradient-field";
-    case Layer::Kind::hotspot: return "hotspot";
-    case Layer::Kind::video: return "video";
-    case Layer::Kind::zoom: return "zoom";
-    }
-    return {};
 }
 
 void paintDiamond(QPainter& painter, QPointF middle, double radius)
@@ -142,7 +124,7 @@ void LayerList::paintRow(QPainter& painter, std::size_t row, const Layer& layer,
         painter.drawPixmap(x - 2, iconY, iconPixmap(rows_[row].isExpanded ? "chevron-down" : "chevron-right", 16, t.icon, ratio));
     x += chevronWidth;
     const QColor iconColor = layer.isHidden ? t.iconDisabled : isSelected ? t.accentText : t.icon;
-    painter.drawPixmap(x, iconY, iconPixmap(iconOf(layer), 16, iconColor, ratio));
+    painter.drawPixmap(x, iconY, iconPixmap(kindIcon(layer.kind), 16, iconColor, ratio));
     if (!layer.keyframes.empty()) paintDiamond(painter, QPointF(x + 14, iconY + 13), 4);
     x += iconWidth + gap;
 
@@ -345,11 +327,10 @@ LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface
     headRow->setContentsMargins(12, 0, 8, 0);
     headRow->addWidget(label("Layers", TextStyle::section, LabelTone::text, head));
     headRow->addStretch(1);
-    QToolButton* add = iconButton("plus", words(LayerPanel::addLayerLabel), head, 24);
-    connect(add, &QToolButton::clicked, this, [this, add] {
-        if (showAddMenu) showAddMenu(add->mapToGlobal(QPoint(0, add->height())));
-    });
-    headRow->addWidget(add);
+    QToolButton* addButton = iconButton("plus", words(LayerPanel::addLayerLabel), head, 24);
+    connect(addButton, &QToolButton::clicked, this,
+            [this, addButton] { showAddMenu(addButton->mapToGlobal(QPoint(0, addButton->height()))); });
+    headRow->addWidget(addButton);
     column->addWidget(head);
 
     auto* scene = new QWidget(this);
@@ -377,6 +358,18 @@ LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(list_);
     column->addWidget(scroll, 1);
+}
+
+void LayerPanelView::showAddMenu(QPoint position)
+{
+    QMenu menu(this);
+    menu.setToolTipsVisible(true);
+    for (const LayerPaletteCommands::Item& item : LayerPaletteCommands::items) {
+        QAction* action = menu.addAction(buttonIcon(kindIcon(item.kind)), words(item.title), this, [this, &item] { add(item); });
+        action->setEnabled(!item.needsFile);
+        if (item.needsFile) action->setToolTip("Drop a file on the canvas, or paste a picture.");
+    }
+    menu.exec(position);
 }
 
 void LayerPanelView::refresh()

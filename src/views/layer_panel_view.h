@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shell/layer_palette.h"
 #include "shell/layer_panel.h"
 #include "views/controls.h"
 #include "views/editor_context.h"
@@ -69,10 +70,12 @@ public:
     void refresh();
     void renameSelected() { list_->renameSelected(); }
 
-    /// Asked when a person wants to add a layer at the button's place.
-    std::function<void(QPoint globalPosition)> showAddMenu{};
+    /// Adds a layer of the palette's kinds.
+    std::function<void(const LayerPaletteCommands::Item& item)> add{};
 
 private:
+    void showAddMenu(QPoint position);
+
     EditorContext context_;
     QLabel* sceneName_ = nullptr;
     QLabel* sceneSize_ = nullptr;

@@ -7,11 +7,14 @@
 #include <QStyleFactory>
 #include <QStyleOption>
 
+#include <algorithm>
+
 namespace larkspool {
 
 namespace {
 
 constexpr double fieldRadius = 4, buttonRadius = 6;
+constexpr int shortestThumb = 24;
 constexpr int menuItemHeight = 26, menuMargin = 8, shortcutGap = 24;
 
 void fillRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color)
@@ -125,6 +128,39 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
     }
     if (element == CE_Splitter) return painter->fillRect(option->rect, t.hairline);
     QProxyStyle::drawControl(element, option, painter, widget);
+}
+
+/// A bar for scrolling is its thumb alone, without arrows and groove.
+void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter, const QWidget* widget) const
+{
+    const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control != CC_ScrollBar || !bar) return QProxyStyle::drawComplexControl(control, option, painter, widget);
+    const bool isHeld = bar->activeSubControls & SC_ScrollBarSlider && bar->state & (State_Sunken | State_MouseOver);
+    const QRectF thumb = QRectF(subControlRect(control, bar, SC_ScrollBarSlider, widget)).adjusted(1, 1, -1, -1);
+    fillRounded(*painter, thumb, std::min(thumb.width(), thumb.height()) / 2, isHeld ? theme().controlBorder : theme().hairlineStrong);
+}
+
+QRect Style::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part, const QWidget* widget) const
+{
+    const auto* bar = qstyleoption_cast<const QStyleOptionSlider*>(option);
+    if (control != CC_ScrollBar || !bar) return QProxyStyle::subControlRect(control, option, part, widget);
+    const bool isUpright = bar->orientation == Qt::Vertical;
+    const int length = isUpright ? bar->rect.height() : bar->rect.width();
+    const int range = bar->maximum - bar->minimum;
+    const int shown = range + bar->pageStep;
+    const int thumb = range > 0 && shown > 0 ? std::clamp(static_cast<int>(qint64{length} * bar->pageStep / shown), std::min(shortestThumb, length), length) : length;
+    const int start = sliderPositionFromValue(bar->minimum, bar->maximum, bar->sliderPosition, length - thumb, bar->upsideDown);
+    const auto stretch = [&](int from, int to) {
+        const QRect rect = isUpright ? QRect(0, from, bar->rect.width(), to - from) : QRect(from, 0, to - from, bar->rect.height());
+        return rect.translated(bar->rect.topLeft());
+    };
+    switch (part) {
+    case SC_ScrollBarSlider: return stretch(start, start + thumb);
+    case SC_ScrollBarGroove: return bar->rect;
+    case SC_ScrollBarSubPage: return stretch(0, start);
+    case SC_ScrollBarAddPage: return stretch(start + thumb, length);
+    default: return {};
+    }
 }
 
 int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const

@@ -3,6 +3,7 @@
 #include "evaluation/interpolation.h"
 #include "timeline/ripple_settings.h"
 #include "views/icons.h"
+#include "views/kind_icon.h"
 #include "views/tabular_text.h"
 #include "views/theme.h"
 
@@ -13,13 +14,6 @@
 #include <cmath>
 
 namespace larkspool {
-
-QString layerKindIcon(Layer::Kind kind)
-{
-    if (kind == Layer::Kind::gradientField) return "gradient-field";
-    const std::string_view name = fileValue(kind);
-    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
-}
 
 namespace TimelinePainting {
 
@@ -149,7 +143,7 @@ void paintLayerHead(QPainter& painter, const TimelineBlock& block, const Timelin
     if (block.canFold)
         paintIcon(painter, block.isFolded ? "chevron-right" : "chevron-down", chevronSize, chevronRect(block, row).center(), t.textSecondary);
     const double kindLeft = gutterIndent - 4 + chevronSize + gutterGap + indent;
-    paintIcon(painter, layerKindIcon(block.layer->kind), kindSize, {kindLeft + kindSize / 2, middle}, t.textSecondary);
+    paintIcon(painter, kindIcon(block.layer->kind), kindSize, {kindLeft + kindSize / 2, middle}, t.textSecondary);
     const bool showsPin = block.isPinned || isHovered;
     const double right = isHovered ? addRect(row).left() - 2 : showsPin ? pinRect(row).left() - 2 : leftGutter - 4;
     painter.setFont(textFont(TextStyle::gutterLayer));

@@ -57,7 +57,4 @@ TrackMapping minimapMapping(const TimelineLayout& layout);
 
 } // namespace TimelinePainting
 
-/// The icon of a kind of layer.
-QString layerKindIcon(Layer::Kind kind);
-
 } // namespace larkspool

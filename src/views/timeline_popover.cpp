@@ -1,9 +1,9 @@
 #include "views/timeline_popover.h"
 
 #include "views/icons.h"
+#include "views/kind_icon.h"
 #include "views/tabular_text.h"
 #include "views/theme.h"
-#include "views/timeline_painting.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -41,7 +41,7 @@ void TimelinePopover::show(const TweenScene& scene, const std::vector<OverlapGro
         lines_.push_back({Line::Kind::head, {}, entries.size() == 1 ? QString("1 layer") : QString("%1 layers").arg(entries.size()), times});
         for (const AggregateLayerPopover::Entry& entry : entries) {
             const Layer* layer = findLayer(scene, entry.layerID);
-            lines_.push_back({Line::Kind::layer, layer ? layerKindIcon(layer->kind) : QString(), QString::fromStdString(entry.name), {}});
+            lines_.push_back({Line::Kind::layer, layer ? kindIcon(layer->kind) : QString(), QString::fromStdString(entry.name), {}});
         }
     };
     if (list.isGrouped())

@@ -317,7 +317,7 @@ void paintJoiningLines(const Canvas& canvas, const TimelineRow& row)
         const double left = canvas.x(mark.times.end), right = canvas.x(next.times.start);
         if (right <= left || !canvas.isSeen(left, right) || keyframes[mark.position].value == keyframes[next.position].value) continue;
         const double from = std::max(left, canvas.seen.left() - farOutside), to = std::min(right, canvas.seen.right() + farOutside);
-        canvas.painter.fillRect(QRectF(from, row.top + rowHeight / 2 - 0.5, to - from, 1), theme().keyframeLine);
+        canvas.painter.fillRect(QRectF(from, row.top + rowHeight / 2 - 1, to - from, 1), theme().keyframeLine);
     }
 }
 
@@ -374,7 +374,7 @@ void paintKeyframes(const Canvas& canvas, const TimelineRow& row, const QColor& 
         paintJoiningLines(canvas, row);
         for (const TimelineMark& mark : row.marks) paintWaitTail(canvas, row, mark, hatch);
     }
-    walkMarkers(canvas, row, [&](const TimelineMark& mark, double x, bool isChosen) {
+    walkMarkers(canvas, row, [&](const TimelineMark&, double x, bool isChosen) {
         paintSprite(canvas.painter, {isChosen ? Sprite::Kind::selectedDiamond : Sprite::Kind::diamond, lane}, x, row.top + rowHeight / 2);
     });
     if (row.layer) return;
