@@ -47,6 +47,7 @@ void SharedCommit::show(TweenScene scene)
 void SharedCommit::restore(TweenScene scene)
 {
     show(std::move(scene));
+    dropDeadReferences(state_);
 }
 
 void SharedCommit::onCommit(std::string_view actionName, TweenScene before)

@@ -70,6 +70,7 @@ struct DrawingStyle {
     double viewScale = 1; ///< View points for a unit of the scene: above 0, and 1 in a film.
     double pixelsPerPoint = 1; ///< Pixels of the raster for a view point; 1 in a film.
 
+    std::optional<CGRect> visiblePixels; ///< Of the raster, in whole pixels. What moves by itself need not be worked out beyond.
     std::optional<double> spinnerClock; ///< Seconds by which a waiting cursor turns, if not by the scene's time.
     VideoPictures* videos = nullptr; ///< Absent, pictures are read from the files at once, and a missing file shows nothing.
     std::optional<EditingFrames> editingFrames; ///< Absent, zooms and hot spots are not seen.

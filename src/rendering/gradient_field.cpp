@@ -247,15 +247,45 @@ SpareFields& spareFields()
     return spare;
 }
 
-/// The same field in a larger box, `margin` of it on every side.
-GradientField grownBy(GradientField field, CGSize margin)
+/// The same field as it is in `window`, which can go beyond its box.
+GradientField seenThrough(GradientField field, const CGRect& window)
 {
-    const auto moved = [margin](CGPoint point) { return CGPoint{point.x + margin.width, point.y + margin.height}; };
-    field.size = {field.size.width + 2 * margin.width, field.size.height + 2 * margin.height};
+    const auto moved = [&window](CGPoint point) { return CGPoint{point.x - window.minX(), point.y - window.minY()}; };
+    field.size = window.size;
     field.start = moved(field.start);
     field.end = moved(field.end);
     for (GradientBlob& blob : field.blobs) blob.center = moved(blob.center);
     return field;
+}
+
+/// A part of a field, in the layer's space, and how many pixels it is painted with.
+struct FieldWindow {
+    CGRect area;
+    int width = 0, height = 0;
+};
+
+/// All of the field. It goes on for a pixel around its box, so that the clip alone makes the edge: one that runs through a pixel
+/// shows in it by half, not by half of half.
+FieldWindow wholeField(CGSize size, const AffineTransform& ctm)
+{
+    const auto pixels = [](double length, double scale) {
+        const double side = std::round(length * scale);
+        return side >= 1 ? static_cast<int>(std::min(side, greatestSide)) : 1;
+    };
+    const int width = pixels(size.width, std::hypot(ctm.a, ctm.b)), height = pixels(size.height, std::hypot(ctm.c, ctm.d));
+    const CGSize margin{size.width / width, size.height / height};
+    return {{{-margin.width, -margin.height}, {size.width + 2 * margin.width, size.height + 2 * margin.height}}, width + 2, height + 2};
+}
+
+/// The pixels of the raster that show the field, where they stand along its sides. Of none, the window has no pixels.
+std::optional<FieldWindow> visibleField(CGSize size, const AffineTransform& ctm, const CGRect& visiblePixels)
+{
+    if (ctm.b != 0 || ctm.c != 0 || !(ctm.a > 0 && ctm.d > 0)) return std::nullopt;
+    const CGRect seen = intersectionOf(ctm.apply(CGRect{{0, 0}, size}), visiblePixels);
+    if (seen.isNull()) return FieldWindow{};
+    const double left = std::floor(seen.minX()), top = std::floor(seen.minY());
+    const CGRect pixels{{left, top}, {std::ceil(seen.maxX()) - left, std::ceil(seen.maxY()) - top}};
+    return FieldWindow{ctm.inverted().apply(pixels), static_cast<int>(pixels.size.width), static_cast<int>(pixels.size.height)};
 }
 
 } // namespace
@@ -294,29 +324,23 @@ GradientFieldImages gradientFieldImages(const GradientField& field, int width, i
             .light = std::make_shared<Image>(std::move(light), Image::Alpha::translucent)};
 }
 
-void Exporter::drawGradientField(const Layer& layer, RasterContext& context, double time)
+void Exporter::drawGradientField(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style)
 {
     const GradientField field = gradientField(layer, time);
     const AffineTransform ctm = context.ctm();
-    const auto pixels = [](double length, double scale) {
-        const double side = std::round(length * scale);
-        return side >= 1 ? static_cast<int>(std::min(side, greatestSide)) : 1;
-    };
-    const int width = pixels(field.size.width, std::hypot(ctm.a, ctm.b));
-    const int height = pixels(field.size.height, std::hypot(ctm.c, ctm.d));
+    std::optional<FieldWindow> window;
+    if (style.visiblePixels) window = visibleField(field.size, ctm, *style.visiblePixels);
+    if (!window) window = wholeField(field.size, ctm);
+    if (window->width == 0 || window->height == 0) return;
 
-    // The field goes on for a pixel around its box, so that the clip alone makes the edge: one that runs through a pixel shows in
-    // it by half, not by half of half. The clip cuts off a glow, too.
-    const CGSize margin{field.size.width / width, field.size.height / height};
-    const GradientField painted = grownBy(field, margin);
-    GradientFieldImages images = gradientFieldImages(painted, width + 2, height + 2);
-    const CGRect source{{0, 0}, images.background->size()}, reach{{-margin.width, -margin.height}, painted.size};
+    GradientFieldImages images = gradientFieldImages(seenThrough(field, window->area), window->width, window->height);
+    const CGRect source{{0, 0}, images.background->size()};
     {
         SavedState saved(context);
-        context.clipToPath(Path::rect({{0, 0}, field.size}), FillRule::winding);
-        context.drawImage(images.background, source, reach);
+        context.clipToPath(Path::rect({{0, 0}, field.size}), FillRule::winding); // It cuts off a glow, too.
+        context.drawImage(images.background, source, window->area);
         context.setShadow(std::nullopt); // Light casts none, nor is one to be worked out for it.
-        context.drawImage(images.light, source, reach);
+        context.drawImage(images.light, source, window->area);
     }
     spareFields().background.keep(std::move(images.background));
     spareFields().light.keep(std::move(images.light));

@@ -3,6 +3,7 @@
 #include "document/layer.h"
 #include "platform/image.h"
 #include "platform/raster_context.h"
+#include "rendering/drawing_style.h"
 
 #include <array>
 #include <memory>
@@ -46,7 +47,7 @@ GradientFieldImages gradientFieldImages(const GradientField& field, int width, i
 namespace Exporter {
 
 /// Paints a gradient field layer in its local space.
-void drawGradientField(const Layer& layer, RasterContext& context, double time);
+void drawGradientField(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style = {});
 
 } // namespace Exporter
 

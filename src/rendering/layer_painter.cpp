@@ -68,7 +68,16 @@ CGRect bodyReach(const Layer& layer, const DrawingStyle& style)
     if (const std::optional<CGRect> known = bodyHints(layer, style).bounds) return *known;
     const double stroke = std::max({layer.strokeWidth, layer.strokeWidthTop, layer.strokeWidthRight, layer.strokeWidthBottom,
                                     layer.strokeWidthLeft, 0.0});
-    return insetBy({{0, 0}, layer.size}, -stroke, -stroke);
+    const double reach = stroke + style.clippedStrokeExtra;
+    return insetBy({{0, 0}, layer.size}, -reach, -reach);
+}
+
+/// What is known of a layer's body, with bounds in any case.
+TransparencyLayerHints knownHints(const Layer& layer, const DrawingStyle& style)
+{
+    TransparencyLayerHints hints = bodyHints(layer, style);
+    if (!hints.bounds) hints.bounds = bodyReach(layer, style);
+    return hints;
 }
 
 CGRect movedBy(const CGRect& rect, CGSize offset)
@@ -161,7 +170,7 @@ void LayerPainter::paintParts(const EvaluatedLayer& evaluated, double opacity, O
     if (shadowed) context_.setShadow(presetShadow(layer.shadow));
     context_.concatCTM(evaluated.transform);
     context_.setAlpha(opacity);
-    if (shadowed) context_.beginTransparencyLayer(bodyHints(layer, style_));
+    if (shadowed) context_.beginTransparencyLayer(knownHints(layer, style_));
     paintBody(layer);
     if (shadowed) context_.endTransparencyLayer();
 
@@ -181,7 +190,7 @@ void LayerPainter::paintBody(const Layer& layer)
         return drawThrobber(context_, frame, lead, throbberCount, {0, 0, 0, 1}, style_.corners);
     }
     switch (layer.kind) {
-    case Layer::Kind::gradientField: return Exporter::drawGradientField(layer, context_, time_);
+    case Layer::Kind::gradientField: return Exporter::drawGradientField(layer, context_, time_, style_);
     case Layer::Kind::video: return Exporter::drawVideoBody(layer, context_, time_, style_);
     case Layer::Kind::zoom: return style_.editingFrames ? paintEditingFrame(layer.size, style_.editingFrames->zoom) : void();
     case Layer::Kind::hotspot: return style_.editingFrames ? paintEditingFrame(layer.size, style_.editingFrames->hotspot) : void();

@@ -42,6 +42,8 @@ DrawingStyle styleFor(const Placement& placement, const Options& options, VideoP
             .leastFreeformWidth = 0.5,
             .viewScale = placement.scale,
             .pixelsPerPoint = placement.pixelsPerPoint,
+            .visiblePixels = CGRect{{0, 0}, {std::ceil(placement.viewSize.width * placement.pixelsPerPoint),
+                                             std::ceil(placement.viewSize.height * placement.pixelsPerPoint)}},
             .spinnerClock = options.now,
             .videos = &videos,
             .editingFrames = options.editingFrames};

@@ -259,6 +259,17 @@ void CanvasView::mouseReleaseEvent(QMouseEvent* event)
     context_.changed();
 }
 
+bool CanvasView::event(QEvent* event)
+{
+    // While something is dragged Escape takes it back, before it is the key of a command.
+    if (event->type() == QEvent::ShortcutOverride && context_.editor.isDraggingCanvas() &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        event->accept();
+        return true;
+    }
+    return QWidget::event(event);
+}
+
 void CanvasView::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape && context_.editor.isDraggingCanvas()) {

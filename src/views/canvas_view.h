@@ -20,6 +20,8 @@ public:
     /// Shows the editor's state.
     void refresh();
 
+    /// How the scene lies in the view.
+    SceneFit sceneFit() const;
     double zoom() const { return zoom_; }
     /// Sets the zoom, held to 0.1...10, so that what lies under `anchor` (view points; absent for the middle) stays there.
     void zoomTo(double level, std::optional<CGPoint> anchor = {});
@@ -35,6 +37,7 @@ public:
     CGPoint visibleCenter() const;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
@@ -45,7 +48,6 @@ protected:
     void keyReleaseEvent(QKeyEvent* event) override;
 
 private:
-    SceneFit sceneFit() const;
     InteractionOverlay::Pointer pointerAt(QPointF position, Qt::KeyboardModifiers modifiers) const;
     void setPan(CGPoint pan);
     void flashZoomHUD();

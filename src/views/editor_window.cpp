@@ -4,6 +4,8 @@
 #include "shell/panels.h"
 #include "views/canvas_view.h"
 #include "views/controls.h"
+#include "views/export_flow.h"
+#include "views/icons.h"
 #include "views/inspector_view.h"
 #include "views/layer_palette_view.h"
 #include "views/layer_panel_view.h"
@@ -21,6 +23,8 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QSplitter>
+
+#include <filesystem>
 
 namespace larkspool {
 
@@ -89,12 +93,19 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     playback_ = std::make_unique<Playback>(*editor_, timers_, audio_);
     receiver_ = std::make_unique<EditorCommandReceiver>(
         workspace_.center,
-        FocusedNotificationReceive::Environment{.controlActive = [this] { return !QApplication::activeModalWidget(); },
+        FocusedNotificationReceive::Environment{.controlActive = [this] { return !QApplication::activeModalWidget() && !exports_->isOpen(); },
                                                 .envInstanceID = instanceID_},
         workspace_.registry, [this](Command command, const Notification& notification) {
             const LayerInsertion* insertion = notification.as<LayerInsertion>();
             receive(command, insertion ? *insertion : LayerInsertion{});
         });
+    exports_ = std::make_unique<ExportFlow>(
+        *this, ExportFlow::Services{.defaults = workspace_.defaults,
+                                    .tasks = workspace_.background.tasks(),
+                                    .document = [this] { return editor_->state().document; },
+                                    .documentName = [this] { return file_.displayName(); },
+                                    .documentFolder = [this] { return std::filesystem::path(file_.path()).parent_path().string(); },
+                                    .sheetsChanged = [this] { refresh(); }});
     buildLayout();
     buildMenus();
     refresh();
@@ -174,6 +185,12 @@ QWidget* EditorWindow::buildTopBar()
     zoom_->setMinimumWidth(44);
     zoom_->setAlignment(Qt::AlignCenter);
     bar->addWidget(zoom_);
+    bar->addSpacing(4);
+    QPushButton* exporting = wordButton("Export", ButtonRole::primary, top);
+    exporting->setIcon(iconPixmap("export", 16, theme().textOnAccent, devicePixelRatioF()));
+    exporting->setToolTip("Export MP4...");
+    connect(exporting, &QPushButton::clicked, this, [this] { perform(Command::exportMP4); });
+    bar->addWidget(exporting);
     return top;
 }
 
@@ -230,6 +247,7 @@ void EditorWindow::performInWindow(Command command)
     case Command::saveDocument: save(); return;
     case Command::saveDocumentAs: saveAs(); return;
     case Command::revertDocument: revert(); return;
+    case Command::exportMP4: return exports_->start();
     case Command::zoomIn: return canvas_->zoomIn();
     case Command::zoomOut: return canvas_->zoomOut();
     case Command::zoomReset: return canvas_->resetZoom();
@@ -244,8 +262,9 @@ void EditorWindow::refresh()
 {
     showTitle();
     const bool editsText = qobject_cast<QLineEdit*>(QApplication::focusWidget()) != nullptr;
-    menus_->refresh({.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles), .editsText = editsText},
-                    workspace_.defaults);
+    CommandContext context{.editsText = editsText};
+    if (!exports_->isOpen()) context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
+    menus_->refresh(context, workspace_.defaults);
     showPanels();
     zoom_->setText(QString("%1%").arg(static_cast<int>(canvas_->zoom() * 100)));
     canvas_->refresh();

@@ -18,6 +18,7 @@ class QToolButton;
 namespace larkspool {
 
 class CanvasView;
+class ExportFlow;
 class InspectorView;
 class LayerPanelView;
 class SceneStripView;
@@ -31,6 +32,8 @@ public:
 
     EditorView& editor() { return *editor_; }
     CanvasView& canvas() { return *canvas_; }
+    Playback& playback() { return *playback_; }
+    const UUID& instanceID() const { return instanceID_; }
     const DocumentFile& file() const { return file_; }
 
     /// @name What the menus of files do. Each tells whether it came about: a person may think better of it.
@@ -72,6 +75,7 @@ private:
     std::unique_ptr<Playback> playback_;
     std::unique_ptr<EditorCommandReceiver> receiver_;
     std::unique_ptr<Menus> menus_;
+    std::unique_ptr<ExportFlow> exports_;
     CanvasView* canvas_ = nullptr;
     LayerPanelView* layers_ = nullptr;
     InspectorView* inspector_ = nullptr;

@@ -87,6 +87,7 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, 
     case PE_PanelButtonTool: return fillRounded(*painter, option->rect, buttonRadius, buttonFill(*option, widget));
     case PE_PanelLineEdit:
     case PE_FrameLineEdit: {
+        if (widget && widget->property("bare").toBool()) return; // It stands in a box that draws itself.
         const bool hasFocus = option->state & State_HasFocus;
         fillRounded(*painter, option->rect, fieldRadius,
                     hasFocus ? t.fieldFocus : option->state & State_MouseOver ? t.fieldHover : t.field);

@@ -8,6 +8,7 @@
 #include "views/theme.h"
 #include "views/timeline_menus.h"
 #include "views/timeline_popover.h"
+#include "views/trim_preview.h"
 
 #include <QContextMenuEvent>
 #include <QHelpEvent>
@@ -73,7 +74,11 @@ std::vector<OverlapGroup> layersBehind(const TweenScene& scene, const TimelineLa
 } // namespace
 
 TimelineTracks::TimelineTracks(EditorContext context, QWidget* parent)
-    : QWidget(parent), context_(std::move(context)), scrollBar_(new QScrollBar(Qt::Vertical, this)), popover_(new TimelinePopover(this))
+    : QWidget(parent),
+      context_(std::move(context)),
+      scrollBar_(new QScrollBar(Qt::Vertical, this)),
+      popover_(new TimelinePopover(this)),
+      trimPreview_(new TrimPreview(this))
 {
     setObjectName("timelineTracks");
     setAccessibleName("Timeline rows");
@@ -127,6 +132,10 @@ void TimelineTracks::refresh()
         tracks_ = {};
     }
     placePills();
+    if (const std::optional<VideoTrimOverlayState>& trim = context_.editor.videoTrimOverlay())
+        trimPreview_->show(*trim, mapToGlobal(QPointF(trim->x, trim->y)).toPoint());
+    else
+        trimPreview_->end();
     update();
 }
 
@@ -309,7 +318,7 @@ void TimelineTracks::mousePressEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton || held_ != Held::nothing) return;
     const QPointF at = event->position();
     const Modifiers modifiers = asModifiers(event->modifiers());
-    pressedAt_ = at;
+    pressedAt_ = pointer_ = at;
     if (at.y() < railHeight) {
         if (at.x() < gutterDivider) return;
         held_ = Held::playhead;
@@ -397,7 +406,7 @@ void TimelineTracks::mouseReleaseEvent(QMouseEvent* event)
     const Held held = std::exchange(held_, Held::nothing);
     if (held == Held::nothing) return;
     if (held == Held::items) {
-        context_.editor.dragTimelineItems(asPoint(event->position() - pressedAt_), modifiers);
+        if (event->position() != pointer_) context_.editor.dragTimelineItems(asPoint(event->position() - pressedAt_), modifiers);
         context_.editor.releaseTimelineItems(modifiers);
     }
     if (held == Held::emptyRows) {

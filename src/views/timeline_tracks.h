@@ -15,6 +15,7 @@ class QScrollBar;
 namespace larkspool {
 
 class TimelinePopover;
+class TrimPreview;
 
 /// The rail and the rows below it: one painted widget, which turns presses into those of the editor.
 class TimelineTracks final : public QWidget {
@@ -94,6 +95,7 @@ private:
     bool isPointerInside_ = false;
     QTimer popoverTimer_;
     TimelinePopover* popover_ = nullptr;
+    TrimPreview* trimPreview_ = nullptr;
 };
 
 } // namespace larkspool

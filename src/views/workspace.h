@@ -6,6 +6,7 @@
 #include "platform/user_defaults.h"
 #include "shell/command_routing.h"
 #include "shell/welcome.h"
+#include "views/background_tasks.h"
 
 #include <functional>
 #include <string>
@@ -20,6 +21,7 @@ struct Workspace {
     PrimaryEditorRegistry registry{center};
     LayerStyleClipboard styles{};
     RecentDocuments recents{};
+    BackgroundTasks background{};
 
     /// @name Set by the program.
     /// @{

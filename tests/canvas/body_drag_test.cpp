@@ -94,6 +94,14 @@ TEST(BodyDrag, AWholeSelectionMovesAndWhatIsBelowASelectedLayerGoesWithIt)
     EXPECT_EQ(hand.place(3), (CGPoint{320, 330}));
 }
 
+TEST(BodyDrag, APressOnWhatIsBelowASelectedLayerDragsThat)
+{
+    CanvasHand hand(canvasOf({groupAt(1, 100.5, 100, {box(2, 10, 10, 50, 50)})}));
+    hand.select({idOf(1), idOf(2)}).hold(command).press({135, 135}).moveTo(20, 30);
+    EXPECT_EQ(hand.place(1), (CGPoint{121, 130})) << "its place is the one that is rounded";
+    EXPECT_EQ(hand.place(2), (CGPoint{10, 10}));
+}
+
 TEST(BodyDrag, AChildOfAGroupMovesInIt)
 {
     CanvasHand hand(canvasOf({groupAt(1, 100, 100, {box(2, 10, 10, 50, 50)})}));

@@ -2,6 +2,7 @@
 
 #include "platform/png_writer.h"
 #include "rendering/continuous_corners.h"
+#include "rendering/gradient_field.h"
 #include "rendering/live_canvas_fixture.h"
 #include "rendering/shapes.h"
 #include "rendering/text_body.h"
@@ -53,6 +54,18 @@ Pulse pulseOf(PulseEffect effect, double time = 0)
     Pulse pulse{.time = time};
     pulse.effects.insert(effect);
     return pulse;
+}
+
+/// 40 x 40 black with a window of red at (10, 10) of 20 x 20.
+Bytes windowOnBlack()
+{
+    PixelBuffer pixels(40, 40);
+    const auto context = makeRasterContext(pixels);
+    context->setFillColor({0, 0, 0, 1});
+    context->fillRect({{0, 0}, {40, 40}});
+    context->setFillColor({1, 0, 0, 1});
+    context->fillRect({{10, 10}, {20, 20}});
+    return Bytes(encodePng(pixels));
 }
 
 // What surrounds the scene
@@ -204,7 +217,9 @@ TEST(LiveCanvas, AFadedGroupLosesNothingOfItsShadowsStrokesAndGlows)
     Layer line{.kind = Kind::line, .transform = {.x = 20, .y = 190}, .stroke = red, .strokeWidth = 10, .size = {40, 4}};
     line.linePoints = {{0, 0}, {40, 0}};
     line.lineArrowEnd = true;
-    Layer turned = groupLayer({card, ring, glowing, line});
+    Layer image{.kind = Kind::image, .transform = {.x = 180, .y = 180}, .stroke = green, .strokeWidth = 5, .strokeOutside = true,
+                .size = {30, 30}, .imageData = windowOnBlack(), .shadow = ShadowPreset::medium};
+    Layer turned = groupLayer({card, ring, glowing, line, image});
     turned.transform = {.x = 6, .y = 10, .rotation = 25, .scaleX = 0.9, .scaleY = 1.1};
     const auto painted = [&](double opacity) {
         turned.opacity = opacity;
@@ -321,6 +336,27 @@ TEST(LiveCanvas, AddsNothingToStrokes)
     EXPECT_NE(pixelAt(drawnFrame(sceneWith({40, 40}, {layer})), 5, 20), whitePixel) << "a film adds a quarter";
 }
 
+TEST(LiveCanvas, WorksOutOfAGradientFieldOnlyWhatIsSeen)
+{
+    const Layer field{.kind = Kind::gradientField, .fill = red, .stroke = blue, .size = {200, 100}};
+    const auto painted = [&](const DrawingStyle& style) {
+        return drawn(60, 40, [&](RasterContext& context) {
+            context.translateCTM(-500.25, 10.5); // Its right edge at 99.75, its top edge within the raster.
+            context.scaleCTM(3, 3);
+            Exporter::drawGradientField(field, context, 2, style);
+        });
+    };
+    const PixelBuffer whole = painted({}), seen = painted({.visiblePixels = CGRect{{0, 0}, {60, 40}}});
+    EXPECT_LE(greatestDifference(whole, seen), 2);
+    EXPECT_EQ(storedPixelAt(seen, 30, 9), StoredPixel());
+    EXPECT_EQ(storedPixelAt(seen, 30, 20).a, 255);
+    const PixelBuffer beyond = drawn(8, 8, [&](RasterContext& context) {
+        context.translateCTM(100, 0);
+        Exporter::drawGradientField(field, context, 2, {.visiblePixels = CGRect{{0, 0}, {8, 8}}});
+    });
+    EXPECT_EQ(storedPixelAt(beyond, 4, 4), StoredPixel());
+}
+
 // Text
 
 /// A thumb in a font whose capitals are far from the middle of a line.
@@ -428,18 +464,6 @@ TEST(LiveCanvas, WideLinesAreThoseOfAFilm)
 }
 
 // Media
-
-/// 40 x 40 black with a window of red at (10, 10) of 20 x 20.
-Bytes windowOnBlack()
-{
-    PixelBuffer pixels(40, 40);
-    const auto context = makeRasterContext(pixels);
-    context->setFillColor({0, 0, 0, 1});
-    context->fillRect({{0, 0}, {40, 40}});
-    context->setFillColor({1, 0, 0, 1});
-    context->fillRect({{10, 10}, {20, 20}});
-    return Bytes(encodePng(pixels));
-}
 
 TEST(LiveCanvas, HonoursTheBlackKeyOfAnImage)
 {

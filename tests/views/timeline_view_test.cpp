@@ -353,7 +353,6 @@ TEST_F(LargeTimelineTest, OnlyTheRowsThatAreSeenArePainted)
         editor().setTimelineZoom(true);
         const double milliseconds = paintTime();
         RecordProperty(isAggregate ? "aggregateMilliseconds" : "layerMilliseconds", std::to_string(milliseconds));
-        std::printf("%s: %.2f ms a paint\n", isAggregate ? "whole scene" : "each layer", milliseconds);
         EXPECT_LT(milliseconds, 100) << "ten times what it takes, for a busy machine and a slow build";
     }
 }

@@ -1,0 +1,44 @@
+#include "views/background_tasks.h"
+
+#include <utility>
+
+namespace larkspool {
+
+BackgroundTasks::~BackgroundTasks()
+{
+    for (Worker& worker : workers_) worker.thread.join();
+}
+
+Tasks BackgroundTasks::tasks()
+{
+    return {.detach = [this](std::function<void()> work) { start(std::move(work)); },
+            .onMain = [this](std::function<void()> step) { loop_.post(std::move(step)); }};
+}
+
+std::size_t BackgroundTasks::running()
+{
+    removeEnded();
+    return workers_.size();
+}
+
+void BackgroundTasks::start(std::function<void()> work)
+{
+    removeEnded();
+    Worker& worker = workers_.emplace_back();
+    worker.thread = std::thread([&worker, work = std::move(work)]() mutable {
+        work();
+        work = nullptr; // What it holds goes before it counts as ended.
+        worker.hasEnded = true;
+    });
+}
+
+void BackgroundTasks::removeEnded()
+{
+    std::erase_if(workers_, [](Worker& worker) {
+        if (!worker.hasEnded) return false;
+        worker.thread.join();
+        return true;
+    });
+}
+
+} // namespace larkspool

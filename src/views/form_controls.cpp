@@ -1,0 +1,197 @@
+#include "views/form_controls.h"
+
+#include "views/icons.h"
+#include "views/theme.h"
+
+#include <QBoxLayout>
+#include <QButtonGroup>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QRadioButton>
+#include <QStyleOption>
+#include <QWheelEvent>
+
+namespace larkspool {
+
+namespace {
+
+constexpr double fieldRadius = 4, disabledOpacity = 0.5;
+constexpr QSize switchSize(26, 16);
+constexpr int knob = 12, knobInset = 2, textInset = 8, chevron = 16;
+
+/// Whether the ring of the keyboard is to be drawn: not where the mouse brought it.
+bool showsKeyboard(const QWidget& widget)
+{
+    QStyleOption option;
+    option.initFrom(&widget);
+    return widget.hasFocus() && (option.state & QStyle::State_KeyboardFocusChange);
+}
+
+void paintRing(QPainter& painter, const QRectF& rect, double radius, double width)
+{
+    painter.setPen(QPen(theme().focusRing, width));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(rect.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
+}
+
+/// One of a row of choices.
+class Segment final : public QRadioButton {
+public:
+    Segment(const QString& words, QWidget* parent) : QRadioButton(words, parent)
+    {
+        setFont(textFont(TextStyle::body));
+        setAttribute(Qt::WA_Hover);
+        setFocusPolicy(Qt::StrongFocus);
+    }
+
+    QSize sizeHint() const override { return {fontMetrics().horizontalAdvance(text()) + 2 * textInset, 24}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    bool hitButton(const QPoint& point) const override { return rect().contains(point); }
+
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return event->ignore();
+        QRadioButton::keyPressEvent(event);
+    }
+
+    void paintEvent(QPaintEvent*) override
+    {
+        const Theme& t = theme();
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (isChecked() || underMouse()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(isChecked() ? t.pressed : t.fieldHover);
+            painter.drawRoundedRect(rect(), fieldRadius, fieldRadius);
+        }
+        painter.setPen(isChecked() ? t.text : t.textSecondary);
+        painter.setFont(font());
+        painter.drawText(rect(), Qt::AlignCenter, text());
+        if (showsKeyboard(*this)) paintRing(painter, rect(), fieldRadius, 1.5);
+    }
+};
+
+} // namespace
+
+Switch::Switch(const QString& name, QWidget* parent) : QCheckBox(parent)
+{
+    setAccessibleName(name);
+    setAttribute(Qt::WA_Hover);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+QSize Switch::sizeHint() const
+{
+    return switchSize + QSize(2 * ringRoom, 2 * ringRoom);
+}
+
+void Switch::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return event->ignore();
+    QCheckBox::keyPressEvent(event);
+}
+
+void Switch::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!isEnabled()) painter.setOpacity(disabledOpacity);
+    const QRectF track(QPointF(ringRoom, (height() - switchSize.height()) / 2.0), switchSize);
+    const double radius = track.height() / 2;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(!isChecked() ? t.controlBorder : isDown() ? t.accentPressed : underMouse() ? t.accentHover : t.accent);
+    painter.drawRoundedRect(track, radius, radius);
+    painter.setBrush(t.textOnAccent);
+    const double left = isChecked() ? track.right() - knobInset - knob : track.left() + knobInset;
+    painter.drawEllipse(QRectF(left, track.top() + knobInset, knob, knob));
+    if (showsKeyboard(*this)) paintRing(painter, track.adjusted(-ringRoom, -ringRoom, ringRoom, ringRoom), radius + ringRoom, 2);
+}
+
+ChoiceField::ChoiceField(const QString& name, QWidget* parent, int height) : QComboBox(parent)
+{
+    setAccessibleName(name);
+    setFixedHeight(height);
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_Hover);
+    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+}
+
+void ChoiceField::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}
+
+void ChoiceField::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!isEnabled()) painter.setOpacity(disabledOpacity);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(underMouse() ? t.fieldHover : t.field);
+    painter.drawRoundedRect(rect(), fieldRadius, fieldRadius);
+    painter.setPen(t.text);
+    painter.setFont(textFont(TextStyle::body));
+    const QRect words = rect().adjusted(textInset, 0, -textInset - chevron, 0);
+    painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeft,
+                     painter.fontMetrics().elidedText(currentText(), Qt::ElideMiddle, words.width()));
+    painter.drawPixmap(width() - textInset / 2 - chevron, (height() - chevron) / 2,
+                       iconPixmap("chevron-down", chevron, underMouse() ? t.text : t.icon, devicePixelRatioF()));
+    if (showsKeyboard(*this)) paintRing(painter, rect(), fieldRadius, 1.5);
+}
+
+SegmentedChoice::SegmentedChoice(const QString& name, const QStringList& choices, QWidget* parent, int height)
+    : QWidget(parent), group_(new QButtonGroup(this))
+{
+    setAccessibleName(name);
+    setFixedHeight(height);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(2, 2, 2, 2);
+    row->setSpacing(1);
+    for (int i = 0; i < choices.size(); ++i) {
+        auto* segment = new Segment(choices[i], this);
+        segment->setAccessibleName(name + ": " + choices[i]);
+        segment->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+        group_->addButton(segment, i);
+        row->addWidget(segment);
+    }
+    connect(group_, &QButtonGroup::idToggled, this, [this](int index, bool isOn) {
+        if (isOn && onChoice) onChoice(index);
+    });
+}
+
+int SegmentedChoice::chosen() const
+{
+    return group_->checkedId();
+}
+
+void SegmentedChoice::choose(int index)
+{
+    const std::function<void(int)> onChoiceOfPerson = std::exchange(onChoice, nullptr);
+    if (QAbstractButton* button = group_->button(index)) button->setChecked(true);
+    onChoice = onChoiceOfPerson;
+}
+
+void SegmentedChoice::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(theme().field);
+    painter.drawRoundedRect(rect(), fieldRadius + 2, fieldRadius + 2);
+}
+
+QLineEdit* textField(const QString& name, QWidget* parent, int height)
+{
+    auto* field = new QLineEdit(parent);
+    field->setAccessibleName(name);
+    field->setFont(textFont(TextStyle::body));
+    field->setFixedHeight(height);
+    field->setTextMargins(6, 0, 6, 0);
+    return field;
+}
+
+} // namespace larkspool

@@ -1,0 +1,656 @@
+#include "views/inspector_fields.h"
+
+#include "editing/number_input.h"
+#include "views/icons.h"
+#include "views/theme.h"
+
+#include <QColorDialog>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPointer>
+#include <QStyle>
+#include <QToolTip>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace larkspool {
+
+namespace {
+
+constexpr int refusalMilliseconds = 600, swatch = 16, alphaWidth = 46;
+
+QString mixedWords()
+{
+    return QString::fromUtf8(Inspector::mixedText.data(), static_cast<qsizetype>(Inspector::mixedText.size()));
+}
+
+/// Shift makes steps ten times as large, Alt a tenth.
+double stepFactor(Qt::KeyboardModifiers modifiers)
+{
+    if (modifiers & Qt::ShiftModifier) return 10;
+    return modifiers & Qt::AltModifier ? 0.1 : 1;
+}
+
+/// White and grey squares behind what is not opaque.
+void paintChecks(QPainter& painter, const QRectF& rect)
+{
+    painter.fillRect(rect, Qt::white);
+    const double half = rect.width() / 2;
+    painter.fillRect(QRectF(rect.left() + half, rect.top(), half, half), QColor(0xC8, 0xC8, 0xC8));
+    painter.fillRect(QRectF(rect.left(), rect.top() + half, half, half), QColor(0xC8, 0xC8, 0xC8));
+}
+
+/// "f80", "#FF8800" or "ff880080".
+std::optional<QColor> parsedHex(QString text, int alpha)
+{
+    text = text.trimmed();
+    if (text.startsWith('#')) text.remove(0, 1);
+    bool isHex = false;
+    text.toULongLong(&isHex, 16);
+    if (!isHex) return std::nullopt;
+    if (text.size() == 3) text = QString(2, text[0]) + QString(2, text[1]) + QString(2, text[2]);
+    if (text.size() != 6 && text.size() != 8) return std::nullopt;
+    const auto channel = [&](qsizetype i) { return text.mid(i * 2, 2).toInt(nullptr, 16); };
+    return QColor(channel(0), channel(1), channel(2), text.size() == 8 ? channel(3) : alpha);
+}
+
+} // namespace
+
+void paintFieldDiamond(QPainter& painter, QPointF middle, Inspector::Diamond diamond)
+{
+    const Theme& t = theme();
+    constexpr double radius = 3.5;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(diamond == Inspector::Diamond::none ? t.textDisabled : t.keyframe, 1.25));
+    painter.setBrush(diamond == Inspector::Diamond::keyframeAtPlayhead ? QBrush(t.keyframe) : QBrush(Qt::NoBrush));
+    painter.drawPolygon(QPolygonF({middle + QPointF(0, -radius), middle + QPointF(radius, 0), middle + QPointF(0, radius),
+                                   middle + QPointF(-radius, 0)}));
+    painter.restore();
+}
+
+FieldBox::FieldBox(const QString& name, HasDiamond hasDiamond, QWidget* parent)
+    : QWidget(parent), hasDiamond_(hasDiamond == HasDiamond::yes)
+{
+    setFixedHeight(fieldHeight);
+    setMinimumWidth(56);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setAccessibleName(name);
+    refusal_.setSingleShot(true);
+    refusal_.callOnTimeout(this, [this] {
+        refused_ = false;
+        update();
+    });
+}
+
+QLineEdit* FieldBox::addEdit(const QString& name)
+{
+    auto* edit = new QLineEdit(this);
+    edit->setProperty("bare", true);
+    edit->setFrame(false);
+    edit->setFont(textFont(TextStyle::value));
+    edit->setAccessibleName(name);
+    edit->setTextMargins(0, 0, 0, 0);
+    edit->installEventFilter(this);
+    return edit;
+}
+
+bool FieldBox::isTyping() const
+{
+    const QWidget* focus = focusWidget();
+    return focus && focus->hasFocus();
+}
+
+void FieldBox::showDiamond(Inspector::Diamond diamond, const QString& help)
+{
+    if (toolTip() != help) setToolTip(help);
+    if (diamond == diamond_) return;
+    diamond_ = diamond;
+    update();
+}
+
+void FieldBox::flashRefusal()
+{
+    refused_ = true;
+    refusal_.start(refusalMilliseconds);
+    update();
+}
+
+QRect FieldBox::diamondRect() const
+{
+    return hasDiamond_ ? QRect(width() - diamondCell, 0, diamondCell, fieldHeight) : QRect();
+}
+
+void FieldBox::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const bool typing = isTyping();
+    QColor fill = diamond_ != Inspector::Diamond::none ? t.keyframeSoft : underMouse() ? t.fieldHover : t.field;
+    if (typing) fill = t.fieldFocus;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(rect(), 4, 4);
+    if (hasDiamond_ && !typing) paintFieldDiamond(painter, QRectF(diamondRect()).center() - QPointF(2, 0), diamond_);
+    if (!refused_ && !typing) return;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(refused_ ? t.dangerText : t.focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
+}
+
+void FieldBox::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && diamondRect().contains(event->pos()) && diamondClicked) diamondClicked();
+}
+
+void FieldBox::enterEvent(QEnterEvent*)
+{
+    update();
+}
+
+void FieldBox::leaveEvent(QEvent*)
+{
+    update();
+}
+
+NumberField::NumberField(Look look, NumberSteps steps, QWidget* parent)
+    : FieldBox(look.name, look.hasDiamond, parent), look_(std::move(look)), steps_(std::move(steps)), edit_(addEdit(look_.name))
+{
+    setMouseTracking(true);
+    setFocusProxy(edit_);
+    connect(edit_, &QLineEdit::textEdited, this, [this](const QString& text) { typed(text); });
+    edit_->setText(shownText());
+}
+
+QString NumberField::shownText() const
+{
+    if (!value_) return mixedWords();
+    if (!std::isfinite(*value_)) return QString::number(*value_);
+    const double value = *value_ == 0 ? 0 : *value_;
+    return (look_.decimals < 0 ? QString::fromStdString(typedNumber(value)) : QString::number(value, 'f', look_.decimals)) + look_.suffix;
+}
+
+void NumberField::showValue(std::optional<double> value)
+{
+    if (value_ == value && (edit_->hasFocus() || edit_->text() == shownText())) return;
+    const bool wasMixed = !value_;
+    value_ = value;
+    // What a person types stays as typed.
+    if (edit_->hasFocus()) return;
+    edit_->setText(shownText());
+    edit_->setCursorPosition(0);
+    if (wasMixed != !value_) {
+        QPalette palette = edit_->palette();
+        palette.setColor(QPalette::Text, value_ ? theme().text : theme().textSecondary);
+        edit_->setPalette(palette);
+    }
+}
+
+void NumberField::typed(const QString& text)
+{
+    QString number = text.trimmed();
+    if (!look_.suffix.isEmpty() && number.endsWith(look_.suffix.trimmed())) number.chop(look_.suffix.trimmed().size());
+    const std::optional<double> value = parsedNumber(number.toStdString());
+    isRefused_ = !value || !steps_.typed(*value);
+}
+
+void NumberField::stepBy(double steps)
+{
+    if (!steps_.typed(value_.value_or(0) + steps * look_.step)) return flashRefusal();
+    isRefused_ = false;
+    edit_->setText(QString::fromStdString(typedNumber(value_.value_or(0))));
+    edit_->selectAll();
+}
+
+void NumberField::finish()
+{
+    if (std::exchange(isRefused_, false)) flashRefusal();
+    steps_.gate.loseFocus();
+    edit_->setText(shownText());
+    edit_->setCursorPosition(0);
+    place();
+}
+
+void NumberField::place()
+{
+    const int left = look_.letter.isEmpty() ? padding : letterColumn;
+    const int right = look_.hasDiamond == HasDiamond::yes && !edit_->hasFocus() ? diamondCell : 4;
+    edit_->setGeometry(left, 0, std::max(0, width() - left - right), fieldHeight);
+    update();
+}
+
+bool NumberField::keyPressed(int key, Qt::KeyboardModifiers modifiers)
+{
+    switch (key) {
+    case Qt::Key_Up: stepBy(stepFactor(modifiers)); return true;
+    case Qt::Key_Down: stepBy(-stepFactor(modifiers)); return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter: edit_->clearFocus(); return true;
+    case Qt::Key_Escape:
+        isRefused_ = false;
+        steps_.gate.exitCommand();
+        edit_->clearFocus();
+        return true;
+    default: return false;
+    }
+}
+
+bool NumberField::eventFilter(QObject* watched, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::ShortcutOverride: {
+        // The keys of the field are not the window's shortcuts.
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key != Qt::Key_Up && key != Qt::Key_Down && key != Qt::Key_Escape && key != Qt::Key_Return && key != Qt::Key_Enter) break;
+        event->accept();
+        return true;
+    }
+    case QEvent::KeyPress:
+        if (keyPressed(static_cast<QKeyEvent*>(event)->key(), static_cast<QKeyEvent*>(event)->modifiers())) return true;
+        break;
+    case QEvent::FocusIn:
+        if (static_cast<QFocusEvent*>(event)->reason() == Qt::PopupFocusReason) break;
+        steps_.gate.gainFocus();
+        edit_->setText(value_ ? QString::fromStdString(typedNumber(*value_)) : QString());
+        place();
+        QTimer::singleShot(0, edit_, [this] { if (edit_->hasFocus()) edit_->selectAll(); });
+        break;
+    case QEvent::FocusOut:
+        if (static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) QTimer::singleShot(0, this, [this] { place(); });
+        if (static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) finish();
+        break;
+    case QEvent::Enter:
+    case QEvent::Leave: update(); break;
+    default: break;
+    }
+    return FieldBox::eventFilter(watched, event);
+}
+
+void NumberField::paintEvent(QPaintEvent* event)
+{
+    FieldBox::paintEvent(event);
+    if (look_.letter.isEmpty()) return;
+    QPainter painter(this);
+    painter.setFont(textFont(TextStyle::body));
+    painter.setPen(theme().textSecondary);
+    painter.drawText(QRect(padding, 0, letterColumn - padding, fieldHeight), Qt::AlignLeft | Qt::AlignVCenter, look_.letter);
+}
+
+void NumberField::beginScrub()
+{
+    if (!value_ || isScrubbing_) return;
+    if (edit_->hasFocus()) edit_->clearFocus();
+    isScrubbing_ = true;
+    scrubbed_ = *value_;
+    scrubWay_ = 0;
+    steps_.scrubBegin();
+}
+
+void NumberField::scrubTo(double way, Qt::KeyboardModifiers modifiers)
+{
+    if (!isScrubbing_) return;
+    scrubbed_ += (way - std::exchange(scrubWay_, way)) * look_.step * stepFactor(modifiers);
+    steps_.scrub(std::round(scrubbed_ * 1000) / 1000);
+}
+
+void NumberField::endScrub()
+{
+    if (std::exchange(isScrubbing_, false)) steps_.scrubEnd();
+}
+
+void NumberField::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && !look_.letter.isEmpty() && event->pos().x() < letterColumn) {
+        pressedAt_ = event->pos();
+        return;
+    }
+    FieldBox::mousePressEvent(event);
+}
+
+void NumberField::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!pressedAt_) {
+        setCursor(!look_.letter.isEmpty() && event->pos().x() < letterColumn ? Qt::SizeHorCursor : Qt::ArrowCursor);
+        return;
+    }
+    const int way = event->pos().x() - pressedAt_->x();
+    if (!isScrubbing_ && std::abs(way) < 2) return;
+    beginScrub();
+    scrubTo(way, event->modifiers());
+}
+
+void NumberField::mouseReleaseEvent(QMouseEvent*)
+{
+    // A letter that was clicked and not dragged lets the number be typed.
+    if (std::exchange(pressedAt_, std::nullopt) && !isScrubbing_) edit_->setFocus(Qt::MouseFocusReason);
+    endScrub();
+}
+
+void NumberField::resizeEvent(QResizeEvent*)
+{
+    place();
+}
+
+ColorField::ColorField(const QString& name, HasDiamond hasDiamond, Steps steps, QWidget* parent)
+    : FieldBox(name, hasDiamond, parent), steps_(std::move(steps)), hex_(addEdit(name + " in hexadecimal digits")),
+      alpha_(addEdit(name + " opacity in percent"))
+{
+    setFocusProxy(hex_);
+    alpha_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    QPalette palette = alpha_->palette();
+    palette.setColor(QPalette::Text, theme().textSecondary);
+    alpha_->setPalette(palette);
+    connect(hex_, &QLineEdit::editingFinished, this, [this] { finishHex(); });
+    connect(alpha_, &QLineEdit::editingFinished, this, [this] { finishAlpha(); });
+    showTexts();
+}
+
+QRect ColorField::swatchRect() const
+{
+    return {4, (fieldHeight - swatch) / 2, swatch, swatch};
+}
+
+void ColorField::showColor(std::optional<QColor> color)
+{
+    if (color_ == color) return;
+    color_ = color;
+    if (!isTyping()) showTexts();
+    update();
+}
+
+void ColorField::showTexts()
+{
+    hex_->setText(color_ ? color_->name(QColor::HexRgb).mid(1).toUpper() : mixedWords());
+    hex_->setCursorPosition(0);
+    alpha_->setText(color_ ? QString("%1 %").arg(qRound(color_->alphaF() * 100)) : QString());
+}
+
+void ColorField::finishHex()
+{
+    if (!hex_->isModified()) return;
+    hex_->setModified(false);
+    const std::optional<QColor> color = parsedHex(hex_->text(), color_ ? color_->alpha() : 255);
+    if (!color) flashRefusal();
+    // The other channels of one that stays are exact, and are not written again.
+    else if (!color_ || color->rgba() != color_->rgba()) steps_.typed(*color);
+    showTexts();
+}
+
+void ColorField::finishAlpha()
+{
+    if (!alpha_->isModified()) return;
+    alpha_->setModified(false);
+    const std::optional<double> percent = parsedNumber(alpha_->text().remove('%').trimmed().toStdString());
+    if (!percent || !color_) {
+        flashRefusal();
+    } else {
+        QColor color = *color_;
+        color.setAlphaF(static_cast<float>(std::clamp(*percent / 100, 0.0, 1.0)));
+        steps_.typed(color);
+    }
+    showTexts();
+}
+
+void ColorField::openDialog()
+{
+    const std::optional<QColor> before = color_;
+    QPointer<ColorField> self(this);
+    QColorDialog dialog(before.value_or(QColor(Qt::black)), window());
+    dialog.setOptions(QColorDialog::DontUseNativeDialog | QColorDialog::ShowAlphaChannel);
+    dialog.setWindowTitle(accessibleName());
+    connect(&dialog, &QColorDialog::currentColorChanged, this, [this](const QColor& color) { steps_.chosen(color); });
+    const bool isKept = dialog.exec() == QDialog::Accepted;
+    if (!self) return;
+    if (!isKept && before && color_ != before) steps_.chosen(*before);
+    steps_.closed();
+}
+
+bool ColorField::eventFilter(QObject* watched, QEvent* event)
+{
+    auto* edit = static_cast<QLineEdit*>(watched);
+    const auto keyOf = [event] { return static_cast<QKeyEvent*>(event)->key(); };
+    if (event->type() == QEvent::ShortcutOverride && (keyOf() == Qt::Key_Escape || keyOf() == Qt::Key_Return || keyOf() == Qt::Key_Enter)) {
+        event->accept();
+        return true;
+    }
+    if (event->type() == QEvent::KeyPress && keyOf() == Qt::Key_Escape) {
+        showTexts();
+        edit->setModified(false);
+        edit->clearFocus();
+        return true;
+    }
+    if (event->type() == QEvent::KeyPress && (keyOf() == Qt::Key_Return || keyOf() == Qt::Key_Enter)) {
+        edit->clearFocus();
+        return true;
+    }
+    if (event->type() == QEvent::FocusIn) QTimer::singleShot(0, edit, [edit] { if (edit->hasFocus()) edit->selectAll(); });
+    if (event->type() == QEvent::FocusOut) edit->deselect();
+    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) QTimer::singleShot(0, this, [this] { update(); });
+    return FieldBox::eventFilter(watched, event);
+}
+
+void ColorField::paintEvent(QPaintEvent* event)
+{
+    FieldBox::paintEvent(event);
+    if (!color_) return;
+    QPainter painter(this);
+    const QRectF rect = swatchRect();
+    if (color_->alpha() < 255) paintChecks(painter, rect);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(*color_);
+    painter.drawRoundedRect(rect, 3, 3);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(theme().hairlineStrong, 1));
+    painter.drawRoundedRect(rect.adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+}
+
+void ColorField::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && event->pos().x() < letterColumn) return openDialog();
+    FieldBox::mousePressEvent(event);
+}
+
+void ColorField::resizeEvent(QResizeEvent*)
+{
+    const int right = diamondRect().isNull() ? padding : diamondCell;
+    alpha_->setGeometry(width() - right - alphaWidth, 0, alphaWidth, fieldHeight);
+    hex_->setGeometry(letterColumn + 4, 0, std::max(0, width() - right - alphaWidth - letterColumn - 4), fieldHeight);
+}
+
+SwitchButton::SwitchButton(const QString& name, QWidget* parent) : QAbstractButton(parent)
+{
+    setCheckable(true);
+    setFixedSize(sizeHint());
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(name);
+}
+
+void SwitchButton::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(isEnabled() ? 1 : 0.5);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(isChecked() ? (underMouse() ? t.accentHover : t.accent) : t.controlBorder);
+    painter.drawRoundedRect(rect(), 8, 8);
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(QRectF(isChecked() ? 12 : 2, 2, 12, 12));
+    if (!hasFocus()) return;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(t.focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7.25, 7.25);
+}
+
+Segments::Segments(const QString& name, std::vector<Choice> choices, QWidget* parent) : QWidget(parent), choices_(std::move(choices))
+{
+    setFixedHeight(FieldBox::fieldHeight);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(name);
+}
+
+void Segments::showChosen(std::optional<std::size_t> index)
+{
+    if (index_ == index) return;
+    index_ = index;
+    setAccessibleDescription(index ? choices_[*index].words : mixedWords());
+    update();
+}
+
+QRectF Segments::segmentRect(std::size_t index) const
+{
+    // Each is as wide as its words ask for, and what is left is shared evenly.
+    const QFontMetricsF metrics(textFont(TextStyle::body));
+    std::vector<double> widths;
+    double sum = 0;
+    for (const Choice& choice : choices_) {
+        widths.push_back(choice.icon.isEmpty() ? metrics.horizontalAdvance(choice.words) : 16);
+        sum += widths.back();
+    }
+    const double extra = (width() - 4 - sum) / static_cast<double>(choices_.size());
+    double left = 2;
+    for (std::size_t i = 0; i < index; ++i) left += widths[i] + extra;
+    return {left, 2, widths[index] + extra, height() - 4.0};
+}
+
+std::size_t Segments::indexAt(QPoint position) const
+{
+    for (std::size_t i = 0; i + 1 < choices_.size(); ++i)
+        if (position.x() < segmentRect(i).right()) return i;
+    return choices_.size() - 1;
+}
+
+bool Segments::event(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        auto* help = static_cast<QHelpEvent*>(event);
+        QToolTip::showText(help->globalPos(), choices_[indexAt(help->pos())].words, this);
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+void Segments::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(t.field);
+    painter.drawRoundedRect(rect(), 4, 4);
+    painter.setFont(textFont(TextStyle::body));
+    for (std::size_t i = 0; i < choices_.size(); ++i) {
+        const QRectF segment = segmentRect(i);
+        const bool isChosen = index_ == i;
+        if (isChosen) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(t.pressed);
+            painter.drawRoundedRect(segment, 3, 3);
+        }
+        const QColor ink = isChosen ? t.text : t.textSecondary;
+        painter.setPen(ink);
+        if (choices_[i].icon.isEmpty())
+            painter.drawText(segment, Qt::AlignCenter, choices_[i].words);
+        else
+            painter.drawPixmap(segment.center() - QPointF(8, 8), iconPixmap(choices_[i].icon, 16, ink, devicePixelRatioF()));
+    }
+    if (!hasFocus()) return;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(t.focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
+}
+
+void Segments::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && chosen) chosen(indexAt(event->pos()));
+}
+
+void Segments::keyPressEvent(QKeyEvent* event)
+{
+    const int way = event->key() == Qt::Key_Right ? 1 : event->key() == Qt::Key_Left ? -1 : 0;
+    if (way == 0 || !chosen) return QWidget::keyPressEvent(event);
+    const int last = static_cast<int>(choices_.size()) - 1;
+    chosen(static_cast<std::size_t>(std::clamp(static_cast<int>(index_.value_or(0)) + way, 0, last)));
+}
+
+void Segments::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void Segments::focusOutEvent(QFocusEvent*)
+{
+    update();
+}
+
+MenuField::MenuField(const QString& name, HasDiamond hasDiamond, QWidget* parent) : FieldBox(name, hasDiamond, parent)
+{
+    setFocusPolicy(Qt::TabFocus);
+}
+
+void MenuField::showWords(const QString& words)
+{
+    if (words == words_) return;
+    words_ = words;
+    setAccessibleDescription(words);
+    update();
+}
+
+void MenuField::paintEvent(QPaintEvent* event)
+{
+    FieldBox::paintEvent(event);
+    QPainter painter(this);
+    painter.setFont(textFont(TextStyle::body));
+    painter.setPen(theme().text);
+    const int right = diamondRect().isNull() ? 0 : diamondCell;
+    const QRect words = rect().adjusted(padding, 0, -right - 20, 0);
+    painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter, painter.fontMetrics().elidedText(words_, Qt::ElideRight, words.width()));
+    painter.drawPixmap(width() - right - 18, 6, iconPixmap("chevron-down", 12, theme().textSecondary, devicePixelRatioF()));
+    if (!hasFocus()) return;
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme().focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
+}
+
+void MenuField::mousePressEvent(QMouseEvent* event)
+{
+    if (diamondRect().contains(event->pos())) return FieldBox::mousePressEvent(event);
+    if (event->button() == Qt::LeftButton) open();
+}
+
+void MenuField::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Down || event->key() == Qt::Key_Space) return open();
+    FieldBox::keyPressEvent(event);
+}
+
+void MenuField::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void MenuField::focusOutEvent(QFocusEvent*)
+{
+    update();
+}
+
+void MenuField::open()
+{
+    if (!fill) return;
+    auto* menu = new QMenu(window());
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->setMinimumWidth(width());
+    fill(*menu);
+    menu->popup(mapToGlobal(QPoint(0, fieldHeight + 2)));
+}
+
+} // namespace larkspool

@@ -1,0 +1,208 @@
+#pragma once
+
+#include "editing/numeric_field_undo_gate.h"
+#include "shell/inspector.h"
+
+#include <QAbstractButton>
+#include <QColor>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <optional>
+
+class QLineEdit;
+class QMenu;
+
+namespace larkspool {
+
+/// The fields of the inspector. Each shows a value that it is told, and tells what a person makes of it.
+
+/// A field's box: its fill, the ring of the focus, what was refused, and the diamond at its right.
+class FieldBox : public QWidget {
+public:
+    static constexpr int fieldHeight = 24, diamondCell = 20, letterColumn = 24, padding = 8;
+
+    enum class HasDiamond { no, yes };
+
+    FieldBox(const QString& name, HasDiamond hasDiamond, QWidget* parent);
+
+    void showDiamond(Inspector::Diamond diamond, const QString& help);
+    std::function<void()> diamondClicked{};
+
+protected:
+    /// A text within the box that draws no box of its own.
+    QLineEdit* addEdit(const QString& name);
+    void flashRefusal();
+    QRect diamondRect() const;
+    bool isTyping() const;
+
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+
+private:
+    bool hasDiamond_;
+    bool refused_ = false;
+    Inspector::Diamond diamond_ = Inspector::Diamond::none;
+    QTimer refusal_;
+};
+
+/// What a number's field does to the scene.
+struct NumberSteps {
+    std::function<bool(double)> typed; ///< Whether it was taken.
+    NumericFieldUndoGate gate{};
+    std::function<void()> scrubBegin{};
+    std::function<void(double)> scrub{};
+    std::function<void()> scrubEnd{};
+};
+
+/// A number that can be typed, stepped with the arrow keys and scrubbed.
+class NumberField final : public FieldBox {
+public:
+    struct Look {
+        QString name;
+        QString letter{}; ///< Scrubs, in a column of its own.
+        QString suffix{};
+        int decimals = -1; ///< As many as needed if below 0.
+        double step = 1;
+        HasDiamond hasDiamond = HasDiamond::no;
+    };
+
+    NumberField(Look look, NumberSteps steps, QWidget* parent);
+
+    /// Nothing for values that differ.
+    void showValue(std::optional<double> value);
+
+    /// @name A drag of the letter, or of a row's label. Points from the press, to the right.
+    /// @{
+    void beginScrub();
+    void scrubTo(double way, Qt::KeyboardModifiers modifiers);
+    void endScrub();
+    /// @}
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QString shownText() const;
+    void typed(const QString& text);
+    void stepBy(double steps);
+    void finish();
+    void place();
+    bool keyPressed(int key, Qt::KeyboardModifiers modifiers);
+
+    Look look_;
+    NumberSteps steps_;
+    QLineEdit* edit_ = nullptr;
+    std::optional<double> value_ = 0;
+    bool isRefused_ = false;
+    bool isScrubbing_ = false;
+    double scrubbed_ = 0;
+    double scrubWay_ = 0;
+    std::optional<QPoint> pressedAt_;
+};
+
+/// A colour: its swatch, which opens a dialog, its hexadecimal digits and its opacity.
+class ColorField final : public FieldBox {
+public:
+    struct Steps {
+        std::function<void(const QColor&)> typed;   ///< One change of its own.
+        std::function<void(const QColor&)> chosen;  ///< One of a stream of changes.
+        std::function<void()> closed;               ///< The stream has ended.
+    };
+
+    ColorField(const QString& name, HasDiamond hasDiamond, Steps steps, QWidget* parent);
+
+    void showColor(std::optional<QColor> color);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QRect swatchRect() const;
+    void openDialog();
+    void finishHex();
+    void finishAlpha();
+    void showTexts();
+
+    Steps steps_;
+    QLineEdit* hex_ = nullptr;
+    QLineEdit* alpha_ = nullptr;
+    std::optional<QColor> color_ = Qt::black;
+};
+
+/// A switch of two states.
+class SwitchButton final : public QAbstractButton {
+public:
+    SwitchButton(const QString& name, QWidget* parent);
+    QSize sizeHint() const override { return {26, 16}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+/// A few choices side by side, one of which is chosen.
+class Segments final : public QWidget {
+public:
+    struct Choice {
+        QString words;
+        QString icon{}; ///< Shown in place of the words, which become its help.
+    };
+
+    Segments(const QString& name, std::vector<Choice> choices, QWidget* parent);
+
+    void showChosen(std::optional<std::size_t> index);
+    std::function<void(std::size_t)> chosen{};
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    QRectF segmentRect(std::size_t index) const;
+    std::size_t indexAt(QPoint position) const;
+
+    std::vector<Choice> choices_;
+    std::optional<std::size_t> index_;
+};
+
+/// A choice of many, from a menu.
+class MenuField final : public FieldBox {
+public:
+    MenuField(const QString& name, HasDiamond hasDiamond, QWidget* parent);
+
+    void showWords(const QString& words);
+    /// Fills the menu each time that it opens.
+    std::function<void(QMenu&)> fill{};
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    void open();
+
+    QString words_;
+};
+
+/// Draws a diamond of the inspector around a point.
+void paintFieldDiamond(QPainter& painter, QPointF middle, Inspector::Diamond diamond);
+
+} // namespace larkspool
