@@ -1,17 +1,514 @@
 #include "views/inspector_view.h"
 
+#include "editing/scene_lookup.h"
+#include "evaluation/interpolation.h"
+#include "shell/welcome.h"
+#include "views/inspector_words.h"
 #include "views/theme.h"
+#include "views/timeline_painting.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QScrollArea>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
 
 namespace larkspool {
+
+namespace {
+
+constexpr int padding = 12, labelColumn = 84, columnGap = 8, rowGap = 6, sectionHead = 32, headHeight = 36;
+
+/// The name of a row. Dragged, it changes the row's number.
+class RowLabel final : public QLabel {
+public:
+    RowLabel(const QString& words, NumberField* scrubbed, QWidget* parent) : QLabel(words, parent), scrubbed_(scrubbed)
+    {
+        setFont(textFont(TextStyle::body));
+        QPalette colors = palette();
+        colors.setColor(QPalette::WindowText, theme().textSecondary);
+        setPalette(colors);
+        setFixedWidth(labelColumn);
+        if (scrubbed) setCursor(Qt::SizeHorCursor);
+    }
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        if (!scrubbed_ || event->button() != Qt::LeftButton) return;
+        pressedAt_ = event->pos().x();
+        scrubbed_->beginScrub();
+    }
+    void mouseMoveEvent(QMouseEvent* event) override
+    {
+        if (scrubbed_) scrubbed_->scrubTo(event->pos().x() - pressedAt_, event->modifiers());
+    }
+    void mouseReleaseEvent(QMouseEvent*) override
+    {
+        if (scrubbed_) scrubbed_->endScrub();
+    }
+
+private:
+    NumberField* scrubbed_;
+    int pressedAt_ = 0;
+};
+
+} // namespace
 
 InspectorView::InspectorView(EditorContext context, QWidget* parent) : Surface(theme().panel, parent), context_(std::move(context))
 {
     setAccessibleName("Inspector");
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins(0, 0, 0, 0);
+    scroll_ = new QScrollArea(this);
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setWidgetResizable(true);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_->setFocusPolicy(Qt::NoFocus);
+    whole->addWidget(scroll_);
 }
 
 void InspectorView::refresh()
 {
-    update();
+    if (isHidden()) return;
+    const LayerIDs layersBefore = shown_.layerIDs;
+    const InspectorSubject subjectBefore = shown_.subject;
+    // What is typed belongs to what was selected: the visit to the field ends before it shows something else.
+    const EditorState& state = context_.editor.state();
+    QWidget* focus = QApplication::focusWidget();
+    const bool isOther = state.selectedLayerIDs != layersBefore || inspectorSubject(state) != subjectBefore;
+    if (isOther && body_ && focus && body_->isAncestorOf(focus)) focus->clearFocus();
+
+    takeState();
+    if (const QByteArray now = signature(); now != signature_ || !body_) {
+        signature_ = now;
+        rebuild();
+    }
+    for (const auto& show : refreshers_) show();
+}
+
+void InspectorView::takeState()
+{
+    const EditorState& state = context_.editor.state();
+    shown_.stored.clear();
+    shown_.resolved.clear();
+    shown_.subject = inspectorSubject(state);
+    shown_.scene = state.scene();
+    shown_.layerIDs = state.selectedLayerIDs;
+    shown_.how = {.playhead = state.playhead,
+                  .keyframeAtPlayhead = context_.editor.defaults().boolean(DefaultsKey::keyframeAtPlayhead)};
+    if (shown_.subject.kind != InspectorSubject::Kind::layers) return;
+    shown_.stored = collectSelectedAnywhere(shown_.scene.layers, shown_.layerIDs);
+    for (const Layer* layer : shown_.stored) shown_.resolved.push_back(Interpolation::resolve(*layer, shown_.how.playhead));
+    if (shown_.stored.empty()) shown_.subject.kind = InspectorSubject::Kind::scene;
+}
+
+/// All that decides which rows there are.
+QByteArray InspectorView::signature() const
+{
+    QByteArray result;
+    const auto add = [&result](auto value) { result.append(static_cast<char>(value)); };
+    add(shown_.subject.kind);
+    for (const Layer* layer : shown_.stored) {
+        for (const int part : {static_cast<int>(layer->kind), static_cast<int>(layer->lineShape), static_cast<int>(layer->groupLayout),
+                               static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey)})
+            add(part);
+        if (shown_.stored.size() > 1) continue;
+        for (const TimeSpan& span : layer->spans) {
+            add(-1);
+            for (const SpanEffect& effect : span.effects) add(effect.kind);
+        }
+        add(layer->pulses.empty());
+    }
+    for (const TimelineItemRef& ref : shown_.subject.items) {
+        if (const Keyframe* keyframe = findKeyframe(shown_.scene, ref.layerID, ref.itemID)) add(keyframe->property);
+        const Layer* layer = findLayer(shown_.scene, ref.layerID);
+        if (const TimeSpan* span = layer ? findSpan(*layer, ref.itemID) : nullptr) {
+            add(layer->kind);
+            for (const SpanEffect& effect : span->effects) add(effect.kind);
+        }
+    }
+    return result;
+}
+
+void InspectorView::rebuild()
+{
+    refreshers_.clear();
+    if (body_) {
+        // The field whose change this is may still be at work.
+        QWidget* old = scroll_->takeWidget();
+        old->hide();
+        old->deleteLater();
+    }
+    body_ = new QWidget;
+    column_ = new QVBoxLayout(body_);
+    column_->setContentsMargins(0, 0, 0, padding);
+    column_->setSpacing(0);
+    switch (shown_.subject.kind) {
+    case InspectorSubject::Kind::scene: buildScene(); break;
+    case InspectorSubject::Kind::layers: buildLayers(); break;
+    case InspectorSubject::Kind::keyframes: buildKeyframes(); break;
+    case InspectorSubject::Kind::span: buildSpan(); break;
+    case InspectorSubject::Kind::videoClip: buildClip(); break;
+    case InspectorSubject::Kind::pulse: buildPulse(); break;
+    case InspectorSubject::Kind::severalKinds: column_->addWidget(note(words(Inspector::severalKindsText))); break;
+    }
+    column_->addStretch(1);
+    scroll_->setWidget(body_);
+}
+
+void InspectorView::mutate(const std::string& action, const SharedCommit::Work& work)
+{
+    context_.editor.mutate(action, work);
+    context_.changed();
+}
+
+void InspectorView::perform(std::optional<Edit> edit)
+{
+    context_.editor.perform(std::move(edit));
+    context_.changed();
+}
+
+void InspectorView::editLayers(const QString& name, const std::function<void(Layer&)>& write)
+{
+    mutate(Inspector::actionName(name.toStdString()),
+           [&](TweenScene& scene) { Inspector::writeToSelected(scene, shown_.layerIDs, write); });
+}
+
+QWidget* InspectorView::note(const QString& text)
+{
+    QLabel* result = label(text, TextStyle::body, LabelTone::secondary, body_);
+    result->setAlignment(Qt::AlignCenter);
+    result->setWordWrap(true);
+    result->setContentsMargins(padding, 24, padding, 24);
+    return result;
+}
+
+QVBoxLayout* InspectorView::addSection(const QString& title, QWidget* headButton)
+{
+    if (column_->count() > 0) column_->addWidget(hairline(Qt::Horizontal, body_));
+    auto* head = new QWidget(body_);
+    head->setFixedHeight(sectionHead);
+    auto* headRow = new QHBoxLayout(head);
+    headRow->setContentsMargins(padding, 0, padding - 4, 0);
+    headRow->addWidget(label(title, TextStyle::section, LabelTone::text, head));
+    headRow->addStretch(1);
+    if (headButton) headRow->addWidget(headButton);
+    column_->addWidget(head);
+    auto* rows = new QVBoxLayout;
+    rows->setContentsMargins(padding, 0, padding, padding);
+    rows->setSpacing(rowGap);
+    column_->addLayout(rows);
+    return rows;
+}
+
+void InspectorView::addRow(QBoxLayout* section, const QString& name, const std::vector<QWidget*>& fields, NumberField* scrubbed)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(columnGap);
+    auto* rowLabel = new RowLabel(name, scrubbed, body_);
+    row->addWidget(rowLabel);
+    for (QWidget* field : fields) row->addWidget(field, field ? 1 : 0);
+    section->addLayout(row);
+}
+
+void InspectorView::addHalfRow(QBoxLayout* section, const QString& name, NumberField* field)
+{
+    auto* rest = new QWidget(body_);
+    rest->setMinimumWidth(56);
+    addRow(section, name, {field, rest}, field);
+}
+
+NumberField* InspectorView::numberField(Number number)
+{
+    EditorView& editor = context_.editor;
+    auto read = number.read;
+    NumberSteps steps{.typed =
+                          [this, number](double typed) {
+                              const SharedCommit::Work work = number.write(typed);
+                              if (!work) return false;
+                              const std::optional<double> current = number.read();
+                              if (current && Inspector::isUnchanged(*current, typed)) return true;
+                              mutate(number.action, work);
+                              return true;
+                          },
+                      .gate = {.open = [&editor] { editor.commit().openNumericUndoGate(); },
+                               .confirm = [&editor] { editor.commit().confirmNumericUndoGate(); },
+                               .cancel =
+                                   [this] {
+                                       context_.editor.commit().cancelNumericUndoGate();
+                                       context_.changed();
+                                   }},
+                      .scrubBegin = [&editor, action = number.action] { editor.scrub().scrubBegin(action); },
+                      .scrub =
+                          [this, number](double scrubbed) {
+                              if (const SharedCommit::Work work = number.write(scrubbed)) context_.editor.scrub().scrub(work);
+                              context_.changed();
+                          },
+                      .scrubEnd =
+                          [this] {
+                              context_.editor.scrub().scrubEnd();
+                              context_.changed();
+                          }};
+    auto* field = new NumberField(std::move(number.look), std::move(steps), body_);
+    refreshers_.push_back([field, read] { field->showValue(read()); });
+    return field;
+}
+
+void InspectorView::withDiamond(FieldBox* field, Property property)
+{
+    field->diamondClicked = [this, property] {
+        perform(Inspector::toggleKeyframe(shown_.scene, shown_.layerIDs, property, shown_.how.playhead));
+    };
+    refreshers_.push_back([this, field, property] {
+        const Inspector::Diamond diamond = Inspector::diamond(shown_.resolved, property, shown_.how.playhead);
+        field->showDiamond(diamond, QString::fromStdString(Inspector::diamondHelp(diamond, shown_.how.playhead)));
+    });
+}
+
+NumberField* InspectorView::propertyField(Property property, NumberField::Look look)
+{
+    const QString name = words(displayName(property));
+    look.name = name;
+    look.hasDiamond = FieldBox::HasDiamond::yes;
+    // What is cropped away is no part of the place that a person sees.
+    const auto offset = [property](const Layer& layer) {
+        const CGPoint cropped = Inspector::croppedPositionOffset(layer);
+        return property == Property::x ? cropped.x : property == Property::y ? cropped.y : 0.0;
+    };
+    const auto valueOf = [property, offset](const Layer& layer) {
+        return std::get<double>(Interpolation::fieldValue(layer, property)) + offset(layer);
+    };
+    const auto read = [this, valueOf]() -> std::optional<double> {
+        if (Inspector::isMixedAcrossSelection(shown_.resolved, valueOf)) return std::nullopt;
+        return valueOf(shown_.first());
+    };
+    const auto write = [this, property, name, offset](double typed) -> SharedCommit::Work {
+        const double value = Inspector::clampForProperty(property, name.toStdString(), typed);
+        const bool isSide = property == Property::width || property == Property::height;
+        const bool isScale = property == Property::scaleX || property == Property::scaleY;
+        const UserDefaults& defaults = context_.editor.defaults();
+        const bool isLocked = (isSide && defaults.boolean(DefaultsKey::sizeAspectLocked)) ||
+                              (isScale && defaults.boolean(DefaultsKey::scaleAspectLocked));
+        return [this, property, value, offset, isLocked](TweenScene& scene) {
+            if (isLocked) {
+                const EditorState& state = context_.editor.state();
+                const TweenScene before = state.gatePreFocusScene.value_or(scene);
+                return Inspector::upsertInRatio(scene, before, shown_.layerIDs, property, value, shown_.how);
+            }
+            for (const Layer& layer : shown_.resolved)
+                Inspector::upsertHelper(scene, {layer.id}, property, value - offset(layer), shown_.how);
+        };
+    };
+    NumberField* field = numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write});
+    withDiamond(field, property);
+    return field;
+}
+
+NumberField* InspectorView::plainField(const QString& name, NumberField::Look look, std::function<double(const Layer&)> readOne,
+                                       std::function<void(Layer&, double)> writeOne)
+{
+    look.name = name;
+    const auto read = [this, readOne]() -> std::optional<double> {
+        if (Inspector::isMixedAcrossSelection(shown_.resolved, readOne)) return std::nullopt;
+        return readOne(shown_.first());
+    };
+    const auto write = [this, name, writeOne](double typed) -> SharedCommit::Work {
+        const double value = Inspector::clampForProperty(std::nullopt, name.toStdString(), typed);
+        return [this, value, writeOne](TweenScene& scene) {
+            Inspector::writeToSelected(scene, shown_.layerIDs, [&](Layer& layer) { writeOne(layer, value); });
+        };
+    };
+    return numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write});
+}
+
+ColorField* InspectorView::colorField(Property property)
+{
+    const QString name = words(displayName(property));
+    const std::string action = Inspector::actionName(name.toStdString());
+    const auto write = [this, property](TweenScene& scene, const QColor& color) {
+        Inspector::upsertHelper(scene, shown_.layerIDs, property, asColor(color), shown_.how);
+        if (property == Property::fill) Inspector::autoRenameShapeLayersOnFillEdit(scene, shown_.layerIDs);
+    };
+    ColorField::Steps steps{.typed =
+                                [this, action, write](const QColor& color) {
+                                    mutate(action, [&](TweenScene& scene) { write(scene, color); });
+                                },
+                            .chosen =
+                                [this, action, write](const QColor& color) {
+                                    context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) { write(scene, color); });
+                                    context_.changed();
+                                },
+                            .closed =
+                                [this] {
+                                    context_.editor.colorBatch().commitColorBatch();
+                                    context_.changed();
+                                }};
+    auto* field = new ColorField(name, FieldBox::HasDiamond::yes, std::move(steps), body_);
+    refreshers_.push_back([this, field, property] {
+        const auto valueOf = [property](const Layer& layer) { return std::get<ColorRGBA>(Interpolation::fieldValue(layer, property)); };
+        const bool isMixed = Inspector::isMixedAcrossSelection(shown_.resolved, valueOf);
+        field->showColor(isMixed ? std::nullopt : std::optional(asQColor(valueOf(shown_.first()))));
+    });
+    withDiamond(field, property);
+    return field;
+}
+
+SwitchButton* InspectorView::switchButton(const QString& name, std::function<bool()> read, std::function<void(bool)> write)
+{
+    auto* button = new SwitchButton(name, body_);
+    connect(button, &QAbstractButton::clicked, this, [write = std::move(write)](bool isOn) { write(isOn); });
+    refreshers_.push_back([button, read = std::move(read)] { button->setChecked(read()); });
+    return button;
+}
+
+QWidget* InspectorView::labelledSwitch(const QString& name, const QString& text, bool Layer::*field)
+{
+    auto* holder = new QWidget(body_);
+    holder->setFixedHeight(FieldBox::fieldHeight);
+    auto* row = new QHBoxLayout(holder);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(8);
+    row->addWidget(switchButton(
+        name, [this, field] { return shown_.first().*field; },
+        [this, field, name](bool isOn) { editLayers(name, [&](Layer& layer) { layer.*field = isOn; }); }));
+    row->addWidget(label(text, TextStyle::body, LabelTone::secondary, holder));
+    row->addStretch(1);
+    return holder;
+}
+
+QWidget* InspectorView::switchRow(const QString& name, bool Layer::*field)
+{
+    return labelledSwitch(name, {}, field);
+}
+
+Segments* InspectorView::segments(const QString& name, std::vector<Segments::Choice> choices,
+                                  std::function<std::optional<std::size_t>()> read, std::function<void(std::size_t)> write)
+{
+    auto* result = new Segments(name, std::move(choices), body_);
+    result->chosen = std::move(write);
+    refreshers_.push_back([result, read = std::move(read)] { result->showChosen(read()); });
+    return result;
+}
+
+MenuField* InspectorView::menuField(const QString& name, std::function<QString()> read, std::function<void(QMenu&)> fill)
+{
+    auto* field = new MenuField(name, FieldBox::HasDiamond::no, body_);
+    field->fill = std::move(fill);
+    refreshers_.push_back([field, read = std::move(read)] { field->showWords(read()); });
+    return field;
+}
+
+void InspectorView::buildHead(const QString& icon, const QColor& color, const QString& title)
+{
+    auto* head = new QWidget(body_);
+    head->setFixedHeight(headHeight);
+    auto* row = new QHBoxLayout(head);
+    row->setContentsMargins(padding, 4, padding, 0);
+    row->setSpacing(8);
+    auto* picture = new QLabel(head);
+    picture->setPixmap(iconPixmap(icon, 16, color, devicePixelRatioF()));
+    row->addWidget(picture);
+    row->addWidget(label(title, TextStyle::objectName, LabelTone::text, head));
+    row->addStretch(1);
+    QLabel* layerName = label({}, TextStyle::body, LabelTone::secondary, head);
+    layerName->setMaximumWidth(130);
+    row->addWidget(layerName);
+    refreshers_.push_back([this, layerName] {
+        const auto& items = shown_.subject.items;
+        const Layer* layer = items.empty() ? nullptr : findLayer(shown_.scene, items.front().layerID);
+        const QString name = layer ? words(layer->name) : QString();
+        layerName->setText(layerName->fontMetrics().elidedText(name, Qt::ElideRight, 130));
+    });
+    column_->addWidget(head);
+}
+
+void InspectorView::buildScene()
+{
+    buildHead("rectangle", theme().icon, "Scene");
+    const auto sceneField = [this](const QString& name, const QString& letter, NumberField::Look look, const std::string& action,
+                                   std::function<double(const TweenScene&)> read,
+                                   std::function<SharedCommit::Work(const TweenScene&, double)> write) {
+        look.name = name;
+        look.letter = letter;
+        return numberField({std::move(look), action, [this, read] { return std::optional(read(shown_.scene)); },
+                            [this, write](double typed) { return write(shown_.scene, typed); }});
+    };
+    QVBoxLayout* dimensions = addSection("Dimensions");
+    NumberField* width = sceneField(
+        "Scene Width", "W", {}, "Edit Scene Width", [](const TweenScene& scene) { return scene.width; },
+        [](const TweenScene& scene, double typed) -> SharedCommit::Work {
+            const std::optional<double> kept = Inspector::keptSceneWidth(scene, typed);
+            if (!kept) return nullptr;
+            return [value = *kept](TweenScene& edited) { edited.width = value; };
+        });
+    NumberField* height = sceneField(
+        "Scene Height", "H", {}, "Edit Scene Height", [](const TweenScene& scene) { return scene.height; },
+        [](const TweenScene& scene, double typed) -> SharedCommit::Work {
+            const std::optional<double> kept = Inspector::keptSceneHeight(scene, typed);
+            if (!kept) return nullptr;
+            return [value = *kept](TweenScene& edited) { edited.height = value; };
+        });
+    addRow(dimensions, "Size", {width, height});
+    QPushButton* presets = wordButton("Apply Canvas Preset", ButtonRole::plain, body_, FieldBox::fieldHeight);
+    connect(presets, &QPushButton::clicked, this, [this, presets] {
+        auto* menu = new QMenu(window());
+        menu->setAttribute(Qt::WA_DeleteOnClose);
+        for (const CanvasPreset& preset : canvasPresets)
+            menu->addAction(words(preset.label), this, [this, size = preset.size()] { perform(Inspector::applyCanvasPreset(shown_.scene, size)); });
+        menu->popup(presets->mapToGlobal(QPoint(0, presets->height() + 2)));
+    });
+    dimensions->addWidget(presets);
+
+    QVBoxLayout* timing = addSection("Timing");
+    NumberField* duration = sceneField(
+        "Duration", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit Duration", [](const TweenScene& scene) { return scene.duration; },
+        [](const TweenScene&, double typed) -> SharedCommit::Work {
+            const std::optional<double> kept = Inspector::keptDuration(typed);
+            if (!kept) return nullptr;
+            return [value = *kept](TweenScene& edited) { edited.duration = value; };
+        });
+    addHalfRow(timing, "Duration", duration);
+    NumberField* pause = sceneField(
+        "End Pause", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit End Pause", [](const TweenScene& scene) { return scene.endPause; },
+        [](const TweenScene&, double typed) -> SharedCommit::Work {
+            const std::optional<double> kept = Inspector::keptEndPause(typed);
+            if (!kept) return nullptr;
+            return [value = *kept](TweenScene& edited) { edited.endPause = value; };
+        });
+    addHalfRow(timing, "End Pause", pause);
+    NumberField* fps = sceneField(
+        "FPS", "", {}, "Edit FPS", [](const TweenScene& scene) { return static_cast<double>(scene.fps); },
+        [](const TweenScene&, double typed) -> SharedCommit::Work {
+            const std::optional<std::int64_t> kept = Inspector::keptFps(typed);
+            if (!kept) return nullptr;
+            return [value = *kept](TweenScene& edited) { edited.fps = value; };
+        });
+    addHalfRow(timing, "FPS", fps);
+
+    QVBoxLayout* background = addSection("Background");
+    const auto write = [](TweenScene& scene, const QColor& color) { scene.background = asColor(color); };
+    auto* color = new ColorField(
+        "Background", FieldBox::HasDiamond::no,
+        {.typed = [this, write](const QColor& chosen) { mutate("Edit Background", [&](TweenScene& scene) { write(scene, chosen); }); },
+         .chosen =
+             [this, write](const QColor& chosen) {
+                 context_.editor.colorBatch().colorEditBatch("Edit Background", [&](TweenScene& scene) { write(scene, chosen); });
+                 context_.changed();
+             },
+         .closed =
+             [this] {
+                 context_.editor.colorBatch().commitColorBatch();
+                 context_.changed();
+             }},
+        body_);
+    refreshers_.push_back([this, color] { color->showColor(asQColor(shown_.scene.background)); });
+    addRow(background, "Color", {color});
 }
 
 } // namespace larkspool

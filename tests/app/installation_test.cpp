@@ -34,7 +34,7 @@ Colour drawnArrow(const ScratchFolder& folder)
     return {pixel[2], pixel[1], pixel[0]};
 }
 
-TEST(Installation, BringsTheCursorsAndTheProgramFindsThem)
+TEST(Installation, BringsTheEditorAndTheCursorsAndTheProgramFindsThem)
 {
     const ScratchFolder folder;
     const std::string command =
@@ -43,6 +43,10 @@ TEST(Installation, BringsTheCursorsAndTheProgramFindsThem)
     const std::string cursors = folder.file("usr/share/larkspool/Cursors");
     for (const char* name : {"arrow", "pointer", "grab", "grabbing", "ibeam", "duplicate"})
         EXPECT_TRUE(std::filesystem::exists(fmt::format("{}/{}.svg", cursors, name))) << name;
+
+    for (const char* name : {"bin/larkspool-editor", "share/applications/larkspool.desktop", "share/mime/packages/larkspool.xml",
+                             "share/icons/hicolor/scalable/apps/larkspool.svg"})
+        EXPECT_TRUE(std::filesystem::exists(folder.file(fmt::format("usr/{}", name)))) << name;
 
     EXPECT_LT(drawnArrow(folder).r, 40);
     folder.write("usr/share/larkspool/Cursors/arrow.svg", std::string(redSquare));
