@@ -1,5 +1,5 @@
-// Whatever bytes another program leaves on the pasteboard: a paste gives nothing, or a scene that holds all that it held before, no
-// id twice, and that can be saved and read back as the same one.
+// Whatever bytes another program leaves on the pasteboard: a paste gives nothing, or a scene that holds all that it held before,
+// no id twice, and that can be saved and read back as the same one.
 
 #include "canvas/layer_clipboard.h"
 #include "document/file_format.h"

@@ -3,6 +3,7 @@
 #include "assistant/assistant_prompts.h"
 #include "foundation/text.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -15,6 +16,22 @@ namespace {
 AssistantToolOutcome failure(std::string words)
 {
     return {.content = std::move(words), .isError = true};
+}
+
+/// How many characters a person sees. Encoded bytes have only plain ones, which need not be looked at one by one.
+std::size_t shownLength(const std::string& text)
+{
+    const bool isPlain = std::ranges::all_of(text, [](char c) { return c > ' ' && c <= '~'; });
+    return isPlain ? text.size() : characterCount(text);
+}
+
+JSON strippedMember(std::string_view key, const JSON& value)
+{
+    const std::string* text = value.string();
+    if (!text || text->empty()) return stripMediaBlobs(value);
+    if (key == "imageData") return fmt::format("<image bytes: {} chars omitted>", shownLength(*text));
+    if (key == "videoBookmark") return "<bookmark omitted>";
+    return value;
 }
 
 } // namespace
@@ -97,3 +114,40 @@ AssistantToolOutcome AssistantToolExecutor::applyPatch(const JSON& input) const
     }
 }
 
+JSON stripMediaBlobs(const JSON& value)
+{
+    if (const JSON::Array* elements = value.array()) {
+        JSON::Array stripped;
+        stripped.reserve(elements->size());
+        for (const JSON& element : *elements) stripped.push_back(stripMediaBlobs(element));
+        return stripped;
+    }
+    if (const JSON::Object* members = value.object()) {
+        JSON::Object stripped;
+        for (const auto& [key, member] : *members) stripped.emplace_hint(stripped.end(), key, strippedMember(key, member));
+        return stripped;
+    }
+    return value;
+}
+
+AssistantToolset assistantToolset(std::function<AssistantEditorContext()> context)
+{
+    return {
+        .tools = AssistantToolCatalog::all(),
+        .systemPrompt = std::string(AssistantSchema::systemPrompt),
+        .execute =
+            [context = std::move(context)](std::string_view name, const JSON& input, const AssistantDocument& document) {
+                const AssistantToolExecutor executor({
+                    .readActiveScene = [&] { return activeSceneJSON(document.read(), context()); },
+                    .applyPatch =
+                        [&](std::span<const PatchOperation> operations) {
+                            return document.edit(
+                                [&](TweenDocument& copy) { return applyPatchOperations(operations, copy); });
+                        },
+                });
+                return executor.execute(name, input);
+            },
+    };
+}
+
+} // namespace larkspool

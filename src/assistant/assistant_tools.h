@@ -8,6 +8,7 @@
 #include <functional>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace larkspool {
@@ -42,7 +43,7 @@ private:
 };
 
 /// The value with words in place of pictures and bookmarks, which would fill the model's memory for nothing.
-JSON stripMediaBlobs(JSON value);
+JSON stripMediaBlobs(const JSON& value);
 
 /// Both tools and the prompt. `context` tells of the editor at the moment when a tool runs.
 AssistantToolset assistantToolset(std::function<AssistantEditorContext()> context);

@@ -11,8 +11,8 @@ namespace larkspool {
 /// What lies under a point of the canvas at a time. Points are in scene coordinates; edges count. Hidden and locked layers, and
 /// those outside their spans, are never hit: what is behind them is.
 
-/// Whether the point lies in the resolved layer, whose x and y are in the point's space: within its box, whatever the shape in it,
-/// or near the path of a line. Nothing lies in a layer with a scale of 0.
+/// Whether the point lies in the resolved layer, whose x and y are in the point's space: within its box, whatever the shape in
+/// it, or near the path of a line. Nothing lies in a layer with a scale of 0.
 bool pointIsInside(CGPoint scenePt, const Layer& layer);
 
 /// The frontmost top-level layer under the point. A dynamic group is hit anywhere in the box that it covers.

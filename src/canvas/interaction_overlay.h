@@ -108,7 +108,7 @@ public:
         bool activeGuideXFromLayer = false, activeGuideYFromLayer = false;
         std::string activeGuideXLabel{}, activeGuideYLabel{};
 
-        std::optional<CGRect> waitGhostRect{}; ///< Where the selection would be, in scene coordinates, were it not held by a wait.
+        std::optional<CGRect> waitGhostRect{}; ///< Where the selection would be in the scene, were it not held by a wait.
         bool waitGhostActive = false;
     };
 

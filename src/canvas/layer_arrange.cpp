@@ -169,8 +169,7 @@ std::optional<Edit> alignSelected(const TweenScene& scene, const LayerIDs& selec
         const CGPoint delta = wayToEdge(frame, reference, edge);
         if (delta != CGPoint{}) moves.insert_or_assign(layer->id, delta);
     }
-    return applied(scene, moves, "Align",
-                   [&](Layer& layer, CGPoint delta) { applyAlign(layer, delta, playhead, random); });
+    return applied(scene, moves, "Align", [&](Layer& layer, CGPoint delta) { applyAlign(layer, delta, playhead, random); });
 }
 
 std::optional<Edit> distributeSelected(const TweenScene& scene, const LayerIDs& selection, DistributeAxis axis, double playhead)

@@ -47,6 +47,9 @@ std::optional<Edit> nudgeSelected(const TweenScene& scene, const LayerIDs& selec
                                   RandomSource& random = systemRandom());
 
 /// How far an arrow key nudges.
-constexpr double nudgeStep(bool shift) { return shift ? 10 : 1; }
+constexpr double nudgeStep(bool shift)
+{
+    return shift ? 10 : 1;
+}
 
 } // namespace larkspool

@@ -33,9 +33,12 @@ HueSaturationBrightness converted(const ColorRGBA& color)
 
     constexpr double sextant = 60;
     double hue = 0;
-    if (most == r) hue = sextant * (g - b) / range;
-    else if (most == g) hue = sextant * ((b - r) / range + 2);
-    else hue = sextant * ((r - g) / range + 4);
+    if (most == r)
+        hue = sextant * (g - b) / range;
+    else if (most == g)
+        hue = sextant * ((b - r) / range + 2);
+    else
+        hue = sextant * ((r - g) / range + 4);
     return {hue < 0 ? hue + 360 : hue, range / most, most};
 }
 

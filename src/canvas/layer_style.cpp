@@ -147,9 +147,8 @@ std::optional<Edit> pasteProperties(const TweenScene& scene, const LayerIDs& sel
 {
     if (!clipboard.snapshot) return std::nullopt;
     Edit edit{.scene = scene, .actionName = "Paste Properties"};
-    const bool applied = editSelected(edit.scene.layers, selection, [&](Layer& layer) {
-        applyWithName(*clipboard.snapshot, layer, includePositionAndSize);
-    });
+    const bool applied = editSelected(edit.scene.layers, selection,
+                                      [&](Layer& layer) { applyWithName(*clipboard.snapshot, layer, includePositionAndSize); });
     return applied ? std::optional(std::move(edit)) : std::nullopt;
 }
 

@@ -207,10 +207,7 @@ bool canGroupSelection(const TweenScene& scene, const LayerIDs& selection)
 std::optional<Edit> groupSelection(const TweenScene& scene, const LayerIDs& selection, RandomSource& random)
 {
     if (selection.empty() || !hasRoomFor(scene, 1)) return std::nullopt;
-    Layer group{.id = UUID::random(random),
-                .name = SharedString("Group"),
-                .kind = Layer::Kind::group,
-                .fill = ColorRGBA::clear};
+    Layer group{.id = UUID::random(random), .name = SharedString("Group"), .kind = Layer::Kind::group, .fill = ColorRGBA::clear};
     group.videoClip.id = UUID::random(random);
 
     Edit edit{.scene = scene, .actionName = "Group", .selection = {.layerIDs = {group.id}}};

@@ -5,9 +5,9 @@
 
 namespace larkspool {
 
-/// Gives every full-screen zoom at the top the scene's aspect, by its width, in whole canvas pixels, and holds it, and the keyframes
-/// of its place, within the scene. One that is wider or higher than the scene is held at 0. A scene without an area keeps its
-/// zooms as they are. Layers that do not change stay shared.
+/// Gives every full-screen zoom at the top the scene's aspect, by its width, in whole canvas pixels, and holds it, and the
+/// keyframes of its place, within the scene. One that is wider or higher than the scene is held at 0. A scene without an area
+/// keeps its zooms as they are. Layers that do not change stay shared.
 void normalizeZoomLayers(TweenScene& scene);
 
 /// Fits the boxes of the scene's texts to what they say.

@@ -4,6 +4,8 @@
 #include "document/normalisers.h"
 #include "evaluation/interpolation.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 

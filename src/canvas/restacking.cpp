@@ -38,7 +38,8 @@ std::optional<Edit> moveToEnd(const TweenScene& scene, const LayerIDs& selection
     return edit;
 }
 
-std::optional<Edit> moveByOne(const TweenScene& scene, const LayerIDs& selection, std::string_view actionName, std::ptrdiff_t delta)
+std::optional<Edit> moveByOne(const TweenScene& scene, const LayerIDs& selection, std::string_view actionName,
+                              std::ptrdiff_t delta)
 {
     const Layer* primary = selectedAnyLayer(scene, selection);
     if (!primary) return std::nullopt;

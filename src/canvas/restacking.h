@@ -10,7 +10,7 @@ namespace larkspool {
 /// one of the tree, and give no edit where it cannot go further.
 
 std::optional<Edit> bringToFront(const TweenScene& scene, const LayerIDs& selection); ///< Of layers at the top alone.
-std::optional<Edit> sendToBack(const TweenScene& scene, const LayerIDs& selection);   ///< Of layers at the top alone.
+std::optional<Edit> sendToBack(const TweenScene& scene, const LayerIDs& selection); ///< Of layers at the top alone.
 std::optional<Edit> bringForward(const TweenScene& scene, const LayerIDs& selection); ///< By one, among its siblings.
 std::optional<Edit> sendBackward(const TweenScene& scene, const LayerIDs& selection); ///< By one, among its siblings.
 

@@ -17,7 +17,8 @@ struct SceneFit {
     static SceneFit of(CGSize scene, CGSize viewSize, double zoom, CGPoint pan)
     {
         const double scale = std::min(viewSize.width / scene.width, viewSize.height / scene.height) * zoom;
-        return {scale, pan.x + (viewSize.width - scene.width * scale) * 0.5, pan.y + (viewSize.height - scene.height * scale) * 0.5};
+        return {scale, pan.x + (viewSize.width - scene.width * scale) * 0.5,
+                pan.y + (viewSize.height - scene.height * scale) * 0.5};
     }
 
     CGPoint viewFromScene(CGPoint point) const { return {originX + point.x * scale, originY + point.y * scale}; }

@@ -10,8 +10,10 @@ namespace {
 void collectTopmost(const Array<Layer>& layers, const LayerIDs& selection, std::vector<const Layer*>& collected)
 {
     for (const Layer& layer : layers) {
-        if (selection.contains(layer.id)) collected.push_back(&layer);
-        else collectTopmost(layer.children, selection, collected);
+        if (selection.contains(layer.id))
+            collected.push_back(&layer);
+        else
+            collectTopmost(layer.children, selection, collected);
     }
 }
 

@@ -26,8 +26,8 @@ struct ResizeDrag {
     bool sizeAspectLocked = false; ///< Keeps the aspect where shift is up, and frees it where it is down.
 };
 
-/// The box that a resize comes to, with x and y in the space of the layer's siblings. Whole numbers but for snapped edges; no side
-/// is below 1.
+/// The box that a resize comes to, with x and y in the space of the layer's siblings. Whole numbers but for snapped edges; no
+/// side is below 1.
 ///
 /// The layer's own rotation and scale turn the way of the pointer into changes of width and height; the box then grows from the
 /// opposite side as if the layer were upright. Option resizes about the middle. Command does not snap.

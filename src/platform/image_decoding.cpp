@@ -189,7 +189,8 @@ private:
         if (!profile) return;
         if (cmsGetColorSpace(profile) == cmsSigRgbData) {
             cmsHPROFILE sRGB = cmsCreate_sRGBProfile();
-            toSRGB_ = cmsCreateTransform(profile, TYPE_RGBA_8, sRGB, TYPE_RGBA_8, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_COPY_ALPHA);
+            toSRGB_ =
+                cmsCreateTransform(profile, TYPE_RGBA_8, sRGB, TYPE_RGBA_8, INTENT_RELATIVE_COLORIMETRIC, cmsFLAGS_COPY_ALPHA);
             cmsCloseProfile(sRGB);
         }
         cmsCloseProfile(profile);

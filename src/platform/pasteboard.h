@@ -3,11 +3,11 @@
 #include "foundation/shared_bytes.h"
 #include "platform/image.h"
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace larkspool {
 

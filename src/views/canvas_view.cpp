@@ -1,7 +1,6 @@
 #include "views/canvas_view.h"
 
 #include "canvas/canvas_geometry.h"
-#include "rendering/frame_composition.h"
 #include "views/input.h"
 #include "views/picture.h"
 #include "views/theme.h"
@@ -29,6 +28,11 @@ constexpr double zoomStep = 1.25;
 constexpr std::chrono::milliseconds zoomHUDTime{1500};
 constexpr double frameWidth = 1.5, handleSize = 8, handleCorner = 2, rotateHandleSize = 10;
 constexpr double pillHeight = 24;
+
+RasterColor asRasterColor(const QColor& color)
+{
+    return {color.redF(), color.greenF(), color.blueF(), color.alphaF()};
+}
 
 QPointF asQPoint(CGPoint point)
 {
@@ -121,6 +125,11 @@ CanvasView::CanvasView(EditorContext context, QWidget* parent) : QWidget(parent)
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     zoomHUDTimer_.setSingleShot(true);
+    nextPicture_.setSingleShot(true);
+    connect(&nextPicture_, &QTimer::timeout, this, [this] {
+        shown_.reset();
+        update();
+    });
     connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { update(); });
 }
 
@@ -330,31 +339,44 @@ void CanvasView::paintZoomHUD(QPainter& painter) const
 const QImage* CanvasView::picture()
 {
     const double ratio = devicePixelRatioF();
-    const SceneFit fit = sceneFit();
-    const TweenScene scene = context_.editor.scene();
-    const int w = static_cast<int>(std::lround(scene.width * fit.scale * ratio));
-    const int h = static_cast<int>(std::lround(scene.height * fit.scale * ratio));
+    const int w = static_cast<int>(std::lround(width() * ratio)), h = static_cast<int>(std::lround(height() * ratio));
     if (!PixelBuffer::isPossible(w, h)) return nullptr;
-    Shown now{scene, context_.editor.state().playhead, {w, h}, fit};
-    if (shown_ != now) {
-        pixels_ = Exporter::renderSceneToImage(scene, now.playhead, {w * 1.0, h * 1.0});
-        if (!pixels_) return nullptr;
+    const EditorState& state = context_.editor.state();
+    const SceneFit fit = sceneFit();
+    Shown now{.scene = state.scene(),
+              .playhead = state.playhead,
+              .placement = {fit.scale, fit.originX, fit.originY, {width() * 1.0, height() * 1.0}, ratio},
+              .isPlaying = context_.playback.isPlaying(),
+              .hidesOffCanvas = context_.editor.defaults().boolean(DefaultsKey::hideOffCanvas)};
+    if (shown_ == now) return &image_;
+
+    if (!pixels_ || pixels_->width() != w || pixels_->height() != h) {
+        pixels_ = std::make_unique<PixelBuffer>(w, h);
         image_ = seenInPlace(*pixels_);
         image_.setDevicePixelRatio(ratio);
-        shown_ = std::move(now);
     }
+    const CanvasRenderer::Options options{
+        .offCanvas = now.hidesOffCanvas ? CanvasRenderer::OffCanvas::hidden : CanvasRenderer::OffCanvas::dimmed,
+        .scenePlaying = now.isPlaying,
+        .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
+        .backdrop = asRasterColor(theme().backdrop),
+        .outline = asRasterColor(theme().text)};
+    const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);
+    const std::optional<double> next = CanvasRenderer::paint(now.scene, now.playhead, now.placement, options, *context);
+    shown_ = std::move(now);
+    if (next) nextPicture_.start(std::chrono::milliseconds(std::max<std::int64_t>(10, std::llround(*next * 1000))));
     return &image_;
 }
 
 void CanvasView::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), theme().backdrop);
+    if (const QImage* image = picture())
+        painter.drawImage(QPointF(0, 0), *image);
+    else
+        painter.fillRect(rect(), theme().backdrop);
     const TweenScene scene = context_.editor.scene();
-    if (!(scene.width > 0 && scene.height > 0)) return;
-    const SceneFit fit = sceneFit();
-    if (const QImage* image = picture()) painter.drawImage(QPointF(fit.originX, fit.originY), *image);
-    paintOverlay(painter, fit);
+    if (scene.width > 0 && scene.height > 0) paintOverlay(painter, sceneFit());
     paintZoomHUD(painter);
 }
 

@@ -2,6 +2,7 @@
 
 #include "canvas/scene_fit.h"
 #include "platform/pixel_buffer.h"
+#include "rendering/live_canvas.h"
 #include "views/editor_context.h"
 
 #include <QTimer>
@@ -66,12 +67,14 @@ private:
     struct Shown {
         TweenScene scene;
         double playhead = 0;
-        QSize pixels;
-        SceneFit fit;
+        CanvasRenderer::Placement placement;
+        bool isPlaying = false;
+        bool hidesOffCanvas = false;
         bool operator==(const Shown&) const = default;
     };
     std::optional<Shown> shown_;
     QImage image_;
+    QTimer nextPicture_; ///< Runs until the picture changes by itself.
 };
 
 } // namespace larkspool

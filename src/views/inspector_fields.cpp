@@ -643,6 +643,110 @@ void MenuField::focusOutEvent(QFocusEvent*)
     update();
 }
 
+DiamondButton::DiamondButton(const QString& name, QWidget* parent) : QAbstractButton(parent)
+{
+    setFixedSize(16, FieldBox::fieldHeight);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(name);
+}
+
+void DiamondButton::showDiamond(Inspector::Diamond diamond, const QString& help)
+{
+    if (toolTip() != help) setToolTip(help);
+    if (std::exchange(diamond_, diamond) != diamond) update();
+}
+
+void DiamondButton::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    paintFieldDiamond(painter, QRectF(rect()).center(), diamond_);
+    if (!hasFocus()) return;
+    painter.setPen(QPen(theme().focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
+}
+
+namespace {
+
+constexpr int easingCards = 4, easingGap = 6, easingHeight = 56;
+
+} // namespace
+
+EasingPicker::EasingPicker(QWidget* parent) : QWidget(parent)
+{
+    setFixedHeight(easingHeight);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName("Easing");
+}
+
+void EasingPicker::showChosen(std::optional<EasingPreset> preset)
+{
+    if (std::exchange(preset_, preset) == preset) return;
+    setAccessibleDescription(preset ? QString::fromUtf8(label(*preset).data()) : QString());
+    update();
+}
+
+QRectF EasingPicker::cardRect(int index) const
+{
+    const double wide = (width() - easingGap * (easingCards - 1)) / static_cast<double>(easingCards);
+    return {index * (wide + easingGap), 0, wide, height() - 0.0};
+}
+
+void EasingPicker::paintEvent(QPaintEvent*)
+{
+    const Theme& t = theme();
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setFont(textFont(TextStyle::tick));
+    for (int i = 0; i < easingCards; ++i) {
+        const EasingPreset preset = static_cast<EasingPreset>(i);
+        const bool isChosen = preset_ == preset;
+        const QRectF card = cardRect(i).adjusted(0.75, 0.75, -0.75, -0.75);
+        painter.setPen(isChosen ? QPen(hasFocus() ? t.focusRing : t.accent, 1.5) : QPen(Qt::NoPen));
+        painter.setBrush(isChosen ? t.accentSoft : t.field);
+        painter.drawRoundedRect(card, 6, 6);
+        const QColor ink = isChosen ? t.accentText : t.icon;
+        const Easing easing = easingOf(preset);
+        const QRectF room(card.center().x() - 12, 8, 24, 20);
+        QPolygonF curve;
+        for (int step = 0; step <= 24; ++step) {
+            const double at = step / 24.0;
+            curve.append({room.left() + at * room.width(), room.bottom() - easing.apply(at) * room.height()});
+        }
+        painter.setPen(QPen(ink, 1.5));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPolyline(curve);
+        painter.setPen(isChosen ? t.text : t.textSecondary);
+        painter.drawText(QRectF(card.left(), 34, card.width(), 18), Qt::AlignCenter, QString::fromUtf8(label(preset).data()));
+    }
+    if (!hasFocus() || preset_) return;
+    painter.setPen(QPen(t.focusRing, 1.5));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 6, 6);
+}
+
+void EasingPicker::mousePressEvent(QMouseEvent* event)
+{
+    for (int i = 0; i < easingCards; ++i)
+        if (event->button() == Qt::LeftButton && chosen && cardRect(i).contains(event->pos())) return chosen(static_cast<EasingPreset>(i));
+}
+
+void EasingPicker::keyPressEvent(QKeyEvent* event)
+{
+    const int way = event->key() == Qt::Key_Right ? 1 : event->key() == Qt::Key_Left ? -1 : 0;
+    if (way == 0 || !chosen) return QWidget::keyPressEvent(event);
+    const int now = preset_ && *preset_ != EasingPreset::mixed ? static_cast<int>(*preset_) : 0;
+    chosen(static_cast<EasingPreset>(std::clamp(now + way, 0, easingCards - 1)));
+}
+
+void EasingPicker::focusInEvent(QFocusEvent*)
+{
+    update();
+}
+
+void EasingPicker::focusOutEvent(QFocusEvent*)
+{
+    update();
+}
+
 void MenuField::open()
 {
     if (!fill) return;

@@ -2,6 +2,7 @@
 
 #include "editing/numeric_field_undo_gate.h"
 #include "shell/inspector.h"
+#include "shell/item_inspectors.h"
 
 #include <QAbstractButton>
 #include <QColor>
@@ -200,6 +201,41 @@ private:
     void open();
 
     QString words_;
+};
+
+/// A diamond on its own, beside what is no field.
+class DiamondButton final : public QAbstractButton {
+public:
+    DiamondButton(const QString& name, QWidget* parent);
+
+    void showDiamond(Inspector::Diamond diamond, const QString& help);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Inspector::Diamond diamond_ = Inspector::Diamond::none;
+};
+
+/// The easings that have a name, as cards with their curves.
+class EasingPicker final : public QWidget {
+public:
+    explicit EasingPicker(QWidget* parent);
+
+    void showChosen(std::optional<EasingPreset> preset);
+    std::function<void(EasingPreset)> chosen{};
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    QRectF cardRect(int index) const;
+
+    std::optional<EasingPreset> preset_;
 };
 
 /// Draws a diamond of the inspector around a point.

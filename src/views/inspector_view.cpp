@@ -5,7 +5,6 @@
 #include "shell/welcome.h"
 #include "views/inspector_words.h"
 #include "views/theme.h"
-#include "views/timeline_painting.h"
 
 #include <QApplication>
 #include <QBoxLayout>

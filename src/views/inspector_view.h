@@ -70,6 +70,9 @@ private:
     Segments* enumSegments(const QString& name, E Layer::*field);
     template <typename E>
     MenuField* enumMenu(const QString& name, E Layer::*field);
+    /// A number of an item of the timeline. Nothing came of `edit` where the number changes nothing.
+    NumberField* itemField(const QString& name, NumberField::Look look, std::function<std::optional<double>()> read,
+                           std::function<std::optional<Edit>(double)> edit);
     void withDiamond(FieldBox* field, Property property);
     QWidget* note(const QString& words);
     /// @}
@@ -95,7 +98,9 @@ private:
     void buildAppearance();
     void buildAnimation();
     void buildKeyframes();
+    void buildKeyframeValue(QBoxLayout* rows, Property property);
     void buildSpan();
+    void showEffectMenu(const TimelineItemRef& span, QWidget* under);
     void buildClip();
     void buildPulse();
     /// @}

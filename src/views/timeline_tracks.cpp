@@ -31,7 +31,7 @@ namespace {
 using namespace TimelineMeasures;
 
 constexpr int scrollBarWidth = 8, popoverDelay = 500;
-constexpr double pillGap = 6;
+constexpr double pillGap = 6, markerReach = 6; ///< Of a marker, from its middle.
 
 QRectF box(CGPoint a, CGPoint b)
 {
@@ -170,12 +170,13 @@ void TimelineTracks::placePills()
         const std::optional<ItemTimes> times = layout_.selectedTimes(row, selection);
         if (!times) continue;
         const auto first = std::ranges::find_if(row.marks, [&](const TimelineMark& mark) { return isSelected(mark, selection); });
+        const bool isBars = row.kind == TimelineRow::Kind::spans || row.kind == TimelineRow::Kind::videoClip;
         const TrackMapping& mapping = layout_.mapping();
         const auto centers = InlineRipplePills::centers(times, {.visStart = mapping.start,
                                                                 .visDur = mapping.visibleSeconds,
                                                                 .geoWidth = mapping.width,
                                                                 .rowHeight = rowHeight,
-                                                                .gap = pillGap});
+                                                                .gap = isBars ? pillGap : pillGap + markerReach});
         if (!centers) return;
         const QPointF corner(mapping.left, row.laneTop(*first));
         pills_ = {{TimelinePainting::RippleSide::before, corner + QPointF(centers->before.x, centers->before.y)},

@@ -172,6 +172,11 @@ TEST(CanvasDragLaws, EverySelectedLayerMovesByTheWayAndNoOtherDoes)
     EXPECT_GT(moves, 10);
 }
 
+CGPoint inScene(const PlacedLayer& placed)
+{
+    return {placed.parent.offset.x + placed.layer.transform.x, placed.parent.offset.y + placed.layer.transform.y};
+}
+
 TEST(CanvasDragLaws, InPlainGroupsThePlaceInTheSceneMovesByTheWay)
 {
     int moves = 0;
@@ -193,8 +198,8 @@ TEST(CanvasDragLaws, InPlainGroupsThePlaceInTheSceneMovesByTheWay)
             const PlacedLayer from = placedLayer(move.before, id, move.time).value();
             Interpolation::invalidate();
             const PlacedLayer to = placedLayer(after, id, move.time).value();
-            RC_ASSERT(near(to.parent.offset.x + to.layer.transform.x, from.parent.offset.x + from.layer.transform.x + move.way.x));
-            RC_ASSERT(near(to.parent.offset.y + to.layer.transform.y, from.parent.offset.y + from.layer.transform.y + move.way.y));
+            const CGPoint a = inScene(from), b = inScene(to);
+            RC_ASSERT(near(b.x, a.x + move.way.x) && near(b.y, a.y + move.way.y));
         }
     }));
     EXPECT_GT(moves, 10);

@@ -89,8 +89,9 @@ TEST(Align, BringsAnEdgeOfEachToThatOfAll)
                           Case{AlignEdge::right, {120, 0}, {100, 200}}, Case{AlignEdge::top, {0, 0}, {100, 0}},
                           Case{AlignEdge::vCenter, {0, 120}, {100, 100}}, Case{AlignEdge::bottom, {0, 240}, {100, 200}}}) {
         SCOPED_TRACE(fileValue(c.edge));
-        const auto edit = alignSelected(
-            sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b', {{100, 200}, {30, 50}})})}), idsNamed("ab"), c.edge, 0);
+        const auto edit =
+            alignSelected(sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b', {{100, 200}, {30, 50}})})}),
+                          idsNamed("ab"), c.edge, 0);
         ASSERT_TRUE(edit);
         EXPECT_EQ(edit->actionName, "Align");
         EXPECT_EQ(placeOf(edit, 'a'), c.a);
@@ -125,7 +126,8 @@ TEST(Align, AKeyframeAtTheStartIsNotAddedAgain)
 {
     Layer layer = layerNamed('a', {{0, 0}, {100, 50}});
     layer.keyframes = {keyAt(Property::x, 0.0005, 40)};
-    EXPECT_EQ(keysOf(after(alignSelected(sceneHolding({layer}), idsNamed("a"), AlignEdge::left, 2), 'a'), Property::x), "0.0:40 2.0:0");
+    EXPECT_EQ(keysOf(after(alignSelected(sceneHolding({layer}), idsNamed("a"), AlignEdge::left, 2), 'a'), Property::x),
+              "0.0:40 2.0:0");
 }
 
 TEST(Align, AKeyframeAtThePlayheadHandsItsEasingAndWaitOn)
@@ -170,7 +172,8 @@ TEST(Align, WhatIsInPlaceIsLeftAlone)
 
 TEST(Align, PlacesBeyondAllNumbersAreNotWritten)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a', {{-1.7e308, 0}, {10, 10}}), layerNamed('b', {{1.7e308, 0}, {10, 10}})});
+    const TweenScene scene =
+        sceneHolding({layerNamed('a', {{-1.7e308, 0}, {10, 10}}), layerNamed('b', {{1.7e308, 0}, {10, 10}})});
     for (const AlignEdge edge : {AlignEdge::left, AlignEdge::hCenter, AlignEdge::right}) {
         SCOPED_TRACE(fileValue(edge));
         const auto edit = alignSelected(scene, idsNamed("ab"), edge, 0);
@@ -201,7 +204,8 @@ TEST(Distribute, SpacesTheMiddlesEvenly)
 
 TEST(Distribute, TakesThreeLayers)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a'), layerNamed('b', {{5, 0}, {10, 10}}), layerNamed('c', {{80, 0}, {10, 10}})});
+    const TweenScene scene =
+        sceneHolding({layerNamed('a'), layerNamed('b', {{5, 0}, {10, 10}}), layerNamed('c', {{80, 0}, {10, 10}})});
     EXPECT_FALSE(distributeSelected(scene, idsNamed("ac"), DistributeAxis::horizontal, 0));
     EXPECT_FALSE(distributeSelected(scene, idsNamed("acz"), DistributeAxis::horizontal, 0));
     EXPECT_EQ(placeOf(distributeSelected(scene, idsNamed("abc"), DistributeAxis::horizontal, 0), 'b'), (CGPoint{40, 0}));
@@ -219,7 +223,8 @@ TEST(Distribute, GoesByThePlayheadAndLeavesKeyframesAlone)
 
 TEST(Nudge, MovesEverySelectedLayer)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a', {{3, 4}, {10, 10}}), groupNamed('g', {layerNamed('b'), layerNamed('c')}, {50, 60})});
+    const TweenScene scene =
+        sceneHolding({layerNamed('a', {{3, 4}, {10, 10}}), groupNamed('g', {layerNamed('b'), layerNamed('c')}, {50, 60})});
     const auto edit = nudgeSelected(scene, idsNamed("agb"), {-1, 10}, 0);
     ASSERT_TRUE(edit);
     EXPECT_EQ(edit->actionName, "Nudge");

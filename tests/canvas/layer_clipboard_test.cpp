@@ -44,7 +44,8 @@ MemoryPasteboard copied(const TweenScene& scene, const LayerIDs& selection)
 
 TweenScene source()
 {
-    return sceneHolding({layerNamed('a', {{1, 2}, {10, 10}}), groupNamed('g', {layerNamed('b'), layerNamed('c')}, {30, 40}), layerNamed('d')});
+    return sceneHolding(
+        {layerNamed('a', {{1, 2}, {10, 10}}), groupNamed('g', {layerNamed('b'), layerNamed('c')}, {30, 40}), layerNamed('d')});
 }
 
 /// What is on the pasteboard as layers.
@@ -144,8 +145,8 @@ TEST(PasteSelection, LayersGoBeforeAPicture)
 
 TEST(PasteSelection, LayersThatDoNotDecodeLeaveRoomForAPicture)
 {
-    for (const std::string& json : {std::string("[]"), std::string("{}"), std::string("[1]"), std::string("[{\"id\":"), std::string(),
-                                    std::string("null"), std::string("\xFF\xFE\0", 3)}) {
+    for (const std::string& json : {std::string("[]"), std::string("{}"), std::string("[1]"), std::string("[{\"id\":"),
+                                    std::string(), std::string("null"), std::string("\xFF\xFE\0", 3)}) {
         SCOPED_TRACE(json);
         MemoryPasteboard pasteboard = holding(layersPasteboardType, bytesOf(json));
         EXPECT_FALSE(pasteSelection(source(), pasteboard));
@@ -205,9 +206,9 @@ TEST(PastedImage, ALargerPictureIsFittedWithItsAspect)
         std::int64_t width, height;
         CGSize size;
     };
-    for (const Case& c : {Case{"too wide", 400, 100, {100, 25}}, Case{"too high", 20, 100, {10, 50}},
-                          Case{"both", 400, 400, {50, 50}}, Case{"as large as the scene", 100, 50, {100, 50}},
-                          Case{"a thread: no side below 1", 1000, 1, {100, 1}}}) {
+    for (const Case& c :
+         {Case{"too wide", 400, 100, {100, 25}}, Case{"too high", 20, 100, {10, 50}}, Case{"both", 400, 400, {50, 50}},
+          Case{"as large as the scene", 100, 50, {100, 50}}, Case{"a thread: no side below 1", 1000, 1, {100, 1}}}) {
         SCOPED_TRACE(c.what);
         const auto layer = layerFromPasteboardImage(holding(PasteboardType::png, pngOf(c.width, c.height)), {100, 50});
         ASSERT_TRUE(layer);

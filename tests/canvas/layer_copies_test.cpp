@@ -13,7 +13,9 @@ using Property = Keyframe::AnimatableProperty;
 Layer fullLayer(char letter, char child)
 {
     Layer layer = groupNamed(letter, {}, {30, 40});
-    layer.keyframes = {keyAt(Property::x, 1, 100), keyAt(Property::y, 1, 200), keyAt(Property::opacity, 1, 0.5),
+    layer.keyframes = {keyAt(Property::x, 1, 100),
+                       keyAt(Property::y, 1, 200),
+                       keyAt(Property::opacity, 1, 0.5),
                        {.property = Property::x, .time = 2, .value = SharedString("odd")}};
     layer.spans = {TimeSpan{.end = 4, .effects = {SpanEffect{}, SpanEffect{}}, .cursorBlinkRanges = {BlinkRange{}}}};
     layer.pulses = {Pulse{}, Pulse{}};

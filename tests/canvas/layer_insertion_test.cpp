@@ -145,8 +145,8 @@ TEST(LayerPanel, AGradientFieldCoversTheScene)
 
 TEST(LayerPanel, FilesAreOneStepAndCascade)
 {
-    const Layer first = kindNamed('a', Kind::image, {{100, 50}, {10, 10}}), second = kindNamed('b', Kind::image, {{7, 9}, {10, 10}}),
-                third = kindNamed('c', Kind::image);
+    const Layer first = kindNamed('a', Kind::image, {{100, 50}, {10, 10}}),
+                second = kindNamed('b', Kind::image, {{7, 9}, {10, 10}}), third = kindNamed('c', Kind::image);
     EXPECT_EQ(added(addImageLayers(empty, {first}), "Add Image"), first);
 
     const auto edit = addImageLayers(sceneHolding({layerNamed('x')}), {first, second, third});
@@ -221,16 +221,14 @@ TEST(CanvasInsertion, PutsALayerAroundThePoint)
         CGSize size;
         double cornerRadius;
     };
-    for (const Case& c : {Case{Kind::rectangle, "Rectangle 1", "Add Rectangle", {200, 200}, 12},
-                          Case{Kind::ellipse, "Ellipse 1", "Add Ellipse", {200, 200}, 0},
-                          Case{Kind::path, "Path 1", "Add Path", {200, 200}, 0},
-                          Case{Kind::text, "Text 1", "Add Text", {200, 60}, 0},
-                          Case{Kind::group, "Group 1", "Add Group", {200, 200}, 0},
-                          Case{Kind::cursor, "Cursor 1", "Add Cursor", {32, 32}, 0},
-                          Case{Kind::line, "Line 1", "Add Line", {200, 80}, 0},
-                          Case{Kind::gradientField, "Gradientfield 1", "Add Gradientfield", {200, 200}, 0},
-                          Case{Kind::hotspot, "Hotspot 1", "Add Hotspot", {160, 100}, 0},
-                          Case{Kind::zoom, "Zoom 1", "Add Zoom", {320, 200}, 0}}) {
+    for (const Case& c :
+         {Case{Kind::rectangle, "Rectangle 1", "Add Rectangle", {200, 200}, 12},
+          Case{Kind::ellipse, "Ellipse 1", "Add Ellipse", {200, 200}, 0}, Case{Kind::path, "Path 1", "Add Path", {200, 200}, 0},
+          Case{Kind::text, "Text 1", "Add Text", {200, 60}, 0}, Case{Kind::group, "Group 1", "Add Group", {200, 200}, 0},
+          Case{Kind::cursor, "Cursor 1", "Add Cursor", {32, 32}, 0}, Case{Kind::line, "Line 1", "Add Line", {200, 80}, 0},
+          Case{Kind::gradientField, "Gradientfield 1", "Add Gradientfield", {200, 200}, 0},
+          Case{Kind::hotspot, "Hotspot 1", "Add Hotspot", {160, 100}, 0},
+          Case{Kind::zoom, "Zoom 1", "Add Zoom", {320, 200}, 0}}) {
         SCOPED_TRACE(c.name);
         const Layer layer = added(insertLayer(empty, c.kind, center, "Default"), c.action);
         EXPECT_EQ(layer.kind, c.kind);

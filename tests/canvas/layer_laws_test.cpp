@@ -108,9 +108,7 @@ struct Operation {
 
 std::vector<Operation> operations()
 {
-    const auto plain = [](auto operation) {
-        return [operation](const Setting& s) { return operation(s.scene, s.selection); };
-    };
+    const auto plain = [](auto operation) { return [operation](const Setting& s) { return operation(s.scene, s.selection); }; };
     std::vector<Operation> all{
         {"duplicate", [](const Setting& s) { return duplicateSelected(s.scene, s.selection); }},
         {"duplicate in place", [](const Setting& s) { return duplicateSelected(s.scene, s.selection, namedCopies); }},
@@ -124,7 +122,8 @@ std::vector<Operation> operations()
         {"to back", plain(sendToBack)},
         {"forward", plain(bringForward)},
         {"backward", plain(sendBackward)},
-        {"distribute", [](const Setting& s) { return distributeSelected(s.scene, s.selection, DistributeAxis::vertical, s.playhead); }},
+        {"distribute",
+         [](const Setting& s) { return distributeSelected(s.scene, s.selection, DistributeAxis::vertical, s.playhead); }},
         {"nudge", [](const Setting& s) { return nudgeSelected(s.scene, s.selection, {3, -10}, s.playhead); }},
         {"insert", [](const Setting& s) { return insertLayer(s.scene, Kind::zoom, {10, 10}, ""); }},
         {"paste",
@@ -133,13 +132,13 @@ std::vector<Operation> operations()
              copySelection(s.scene, s.selection, pasteboard);
              return pasteSelection(s.scene, pasteboard);
          }},
-        {"paste style",
-         [](const Setting& s) {
+        {"paste style", [](const Setting& s) {
              const LayerStyleClipboard clipboard{LayerStyleSnapshot::of(s.scene.layers.back())};
              return pasteProperties(s.scene, s.selection, clipboard, /*includePositionAndSize=*/true);
          }}};
     for (const EnumCase<AlignEdge>& edge : EnumTable<AlignEdge>::cases)
-        all.push_back({"align", [edge](const Setting& s) { return alignSelected(s.scene, s.selection, edge.value, s.playhead); }});
+        all.push_back(
+            {"align", [edge](const Setting& s) { return alignSelected(s.scene, s.selection, edge.value, s.playhead); }});
     return all;
 }
 
@@ -405,7 +404,8 @@ TEST(LayerLaws, AlignMakesTheEdgesEqualAndDoneAgainChangesNothingMore)
         setting.selection = unrelated(setting.scene, setting.selection);
         for (const EnumCase<AlignEdge>& edge : EnumTable<AlignEdge>::cases) {
             const auto before = collectSelectedAnywhere(setting.scene.layers, setting.selection);
-            const CGRect reference = before.size() == 1 ? CGRect{{0, 0}, setting.scene.size()} : unionFrame(before, setting.playhead);
+            const CGRect reference =
+                before.size() == 1 ? CGRect{{0, 0}, setting.scene.size()} : unionFrame(before, setting.playhead);
             const auto edit = alignSelected(setting.scene, setting.selection, edge.value, setting.playhead);
             const TweenScene now = edit ? edit->scene : setting.scene;
             aligned += edit ? 1 : 0;

@@ -53,15 +53,14 @@ TEST(LayerNames, ATextsNameIsItsFirstLineCutTo28Characters)
         const char* text;
         const char* name;
     };
-    for (const Case& c : {Case{"a word", "Hello", "Hello"},
-                          Case{"nothing", "", "Text"},
-                          Case{"blanks", "  \t ", "Text"},
-                          Case{"the second of three lines, trimmed", "\n  second \nthird", "second"},
-                          Case{"lines with returns", "\r\n\r\nsecond\r\nthird", "second"},
-                          Case{"28 characters", "1234567890123456789012345678", "1234567890123456789012345678"},
-                          Case{"29 characters", "12345678901234567890123456789", "1234567890123456789012345678…"},
-                          Case{"blanks do not count", "   1234567890123456789012345678   ", "1234567890123456789012345678"},
-                          Case{"characters that a person sees", "ééééééééééééééééééééééééééééx", "éééééééééééééééééééééééééééé…"}}) {
+    for (const Case& c :
+         {Case{"a word", "Hello", "Hello"}, Case{"nothing", "", "Text"}, Case{"blanks", "  \t ", "Text"},
+          Case{"the second of three lines, trimmed", "\n  second \nthird", "second"},
+          Case{"lines with returns", "\r\n\r\nsecond\r\nthird", "second"},
+          Case{"28 characters", "1234567890123456789012345678", "1234567890123456789012345678"},
+          Case{"29 characters", "12345678901234567890123456789", "1234567890123456789012345678…"},
+          Case{"blanks do not count", "   1234567890123456789012345678   ", "1234567890123456789012345678"},
+          Case{"characters that a person sees", "ééééééééééééééééééééééééééééx", "éééééééééééééééééééééééééééé…"}}) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(derivedTextLayerName(c.text), c.name);
     }
@@ -87,8 +86,8 @@ TEST(LayerNames, NamesThatFollowAreDerivedFromTheContentOfTheirKind)
 
 TEST(LayerNames, ANameFollowsUntilItsOwnFlagIsCleared)
 {
-    for (const Layer::Kind kind : {Layer::Kind::rectangle, Layer::Kind::ellipse, Layer::Kind::text, Layer::Kind::cursor,
-                                   Layer::Kind::line}) {
+    for (const Layer::Kind kind :
+         {Layer::Kind::rectangle, Layer::Kind::ellipse, Layer::Kind::text, Layer::Kind::cursor, Layer::Kind::line}) {
         SCOPED_TRACE(fileValue(kind));
         Layer layer{.name = SharedString("Mine"), .kind = kind};
         setNameFollowsContent(layer, /*follows=*/false);
@@ -128,13 +127,12 @@ TEST(LayerNames, NumbersGoOnBehindTheLargestInUse)
         std::vector<const char*> names;
         const char* next;
     };
-    for (const Case& c : {Case{"none", {}, "Zoom 1"},
-                          Case{"1 and 7", {"Zoom 1", "Zoom 7"}, "Zoom 8"},
-                          Case{"names that do not count", {"Zoom", "Zoom x", "Zoomy 3", "Zoom ", "Zoom  4", "Zoom 5 x", "zoom 9"}, "Zoom 1"},
-                          Case{"a number below 0", {"Zoom -3"}, "Zoom 1"},
-                          Case{"a signed one", {"Zoom +3"}, "Zoom 4"},
-                          Case{"one that fits nowhere", {"Zoom 99999999999999999999", "Zoom 2"}, "Zoom 3"},
-                          Case{"the largest there is", {"Zoom 9223372036854775807"}, "Zoom 9223372036854775808"}}) {
+    for (const Case& c :
+         {Case{"none", {}, "Zoom 1"}, Case{"1 and 7", {"Zoom 1", "Zoom 7"}, "Zoom 8"},
+          Case{"names that do not count", {"Zoom", "Zoom x", "Zoomy 3", "Zoom ", "Zoom  4", "Zoom 5 x", "zoom 9"}, "Zoom 1"},
+          Case{"a number below 0", {"Zoom -3"}, "Zoom 1"}, Case{"a signed one", {"Zoom +3"}, "Zoom 4"},
+          Case{"one that fits nowhere", {"Zoom 99999999999999999999", "Zoom 2"}, "Zoom 3"},
+          Case{"the largest there is", {"Zoom 9223372036854775807"}, "Zoom 9223372036854775808"}}) {
         SCOPED_TRACE(c.what);
         Array<Layer> layers;
         for (const char* name : c.names) layers.append(named(name));

@@ -126,7 +126,8 @@ TEST(LayerStyle, OfATextARectangleTakesFillAndCornersAndNoFont)
 TEST(LayerStyle, IsPastedToAllSelectedLayersInOneStep)
 {
     LayerStyleClipboard clipboard;
-    Studio studio(sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b')}), layerNamed('c'), styled('s', Kind::rectangle)}));
+    Studio studio(
+        sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b')}), layerNamed('c'), styled('s', Kind::rectangle)}));
     copyProperties(studio.scene(), idsNamed("s"), clipboard);
     const std::vector<std::uint8_t> before = studio.file();
     ASSERT_TRUE(studio.perform(pasteProperties(studio.scene(), idsNamed("ab"), clipboard, /*includePositionAndSize=*/false)));

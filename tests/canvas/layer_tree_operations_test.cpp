@@ -23,8 +23,9 @@ TEST(Group, TakesTheMembersInTheirOrderToWhereTheTopmostStood)
                           Case{"apart", "bd", "a c Group(b d) e"}, Case{"the ends", "ae", "b c d Group(a e)"},
                           Case{"all", "abcde", "Group(a b c d e)"}}) {
         SCOPED_TRACE(c.what);
-        const auto edit = groupSelection(
-            sceneHolding({layerNamed('a'), layerNamed('b'), layerNamed('c'), layerNamed('d'), layerNamed('e')}), idsNamed(c.members));
+        const auto edit =
+            groupSelection(sceneHolding({layerNamed('a'), layerNamed('b'), layerNamed('c'), layerNamed('d'), layerNamed('e')}),
+                           idsNamed(c.members));
         EXPECT_EQ(treeOf(edit), c.tree);
         EXPECT_EQ(edit->actionName, "Group");
         EXPECT_EQ(selectedIn(edit), "Group");
@@ -44,7 +45,8 @@ TEST(Group, IsClearAndStandsAtTheOriginAndItsMembersStay)
 
 TEST(Group, WorksInTheListThatHoldsAllMembers)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b'), layerNamed('c'), layerNamed('d')})});
+    const TweenScene scene =
+        sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b'), layerNamed('c'), layerNamed('d')})});
     EXPECT_EQ(treeOf(groupSelection(scene, idsNamed("bd"))), "a g(c Group(b d))");
     EXPECT_TRUE(canGroupSelection(scene, idsNamed("bd")));
 }
@@ -75,7 +77,8 @@ TEST(Group, GoesNoDeeperThanAFileAllows)
 
 TEST(Ungroup, TheChildrenTakeTheGroupsPlaceAndAreSelected)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b'), layerNamed('c')}), layerNamed('d')});
+    const TweenScene scene =
+        sceneHolding({layerNamed('a'), groupNamed('g', {layerNamed('b'), layerNamed('c')}), layerNamed('d')});
     const auto edit = ungroupSelection(scene, idsNamed("g"), 0);
     EXPECT_EQ(treeOf(edit), "a b c d");
     EXPECT_EQ(edit->actionName, "Ungroup");
@@ -193,10 +196,11 @@ TEST(Delete, RemovesLayersAtAnyDepthAndEmptiesTheSelection)
         const char* tree;
         const char* action;
     };
-    const Array<Layer> layers{layerNamed('a'), groupNamed('g', {layerNamed('b'), groupNamed('h', {layerNamed('c')})}), layerNamed('d')};
-    for (const Case& c : {Case{"a", "g(b h(c)) d", "Delete Layer"}, Case{"c", "a g(b h) d", "Delete Layer"},
-                          Case{"gc", "a d", "Delete Layers"}, Case{"abd", "g(h(c))", "Delete Layers"},
-                          Case{"agd", "", "Delete Layers"}}) {
+    const Array<Layer> layers{layerNamed('a'), groupNamed('g', {layerNamed('b'), groupNamed('h', {layerNamed('c')})}),
+                              layerNamed('d')};
+    for (const Case& c :
+         {Case{"a", "g(b h(c)) d", "Delete Layer"}, Case{"c", "a g(b h) d", "Delete Layer"}, Case{"gc", "a d", "Delete Layers"},
+          Case{"abd", "g(h(c))", "Delete Layers"}, Case{"agd", "", "Delete Layers"}}) {
         SCOPED_TRACE(c.selection);
         Studio studio(sceneHolding(layers), idsNamed(c.selection));
         ASSERT_TRUE(studio.perform(deleteSelected(studio.scene(), studio.state.selectedLayerIDs)));
@@ -239,11 +243,11 @@ TEST(Toggles, AllTakeTheOppositeOfTheFirst)
         bool Layer::* flag;
         bool value;
     };
-    for (const Case& c : {Case{"hide", toggleHideForSelection(shownFirst, idsNamed("ab")), "Hide Layers", &Layer::isHidden, true},
-                          Case{"show", toggleHideForSelection(hiddenFirst, idsNamed("ab")), "Show Layers", &Layer::isHidden, false},
-                          Case{"lock", toggleLockForSelection(shownFirst, idsNamed("ab")), "Lock Layers", &Layer::isLocked, true},
-                          Case{"unlock", toggleLockForSelection(hiddenFirst, idsNamed("ab")), "Unlock Layers", &Layer::isLocked,
-                               false}}) {
+    for (const Case& c :
+         {Case{"hide", toggleHideForSelection(shownFirst, idsNamed("ab")), "Hide Layers", &Layer::isHidden, true},
+          Case{"show", toggleHideForSelection(hiddenFirst, idsNamed("ab")), "Show Layers", &Layer::isHidden, false},
+          Case{"lock", toggleLockForSelection(shownFirst, idsNamed("ab")), "Lock Layers", &Layer::isLocked, true},
+          Case{"unlock", toggleLockForSelection(hiddenFirst, idsNamed("ab")), "Unlock Layers", &Layer::isLocked, false}}) {
         SCOPED_TRACE(c.what);
         ASSERT_TRUE(c.edit);
         EXPECT_EQ(c.edit->actionName, c.action);
@@ -274,8 +278,12 @@ TEST(ResetTimeline, AVideoPlaysItsWholeSourceFromTheStart)
 {
     Layer video = kindNamed('v', Kind::video);
     video.videoDuration = 8;
-    video.videoClip = {.id = {5, 5}, .sceneStart = 3, .sceneEnd = 4, .sourceStart = 2,
-                       .endBehavior = VideoClip::EndBehavior::loop, .sourceTrimLength = 1};
+    video.videoClip = {.id = {5, 5},
+                       .sceneStart = 3,
+                       .sceneEnd = 4,
+                       .sourceStart = 2,
+                       .endBehavior = VideoClip::EndBehavior::loop,
+                       .sourceTrimLength = 1};
     const VideoClip whole{.id = {5, 5}, .sceneStart = 0, .sceneEnd = 8, .endBehavior = VideoClip::EndBehavior::loop};
     EXPECT_EQ(after(resetTimelineForSelection(sceneHolding({video}), idsNamed("v")), 'v').videoClip, whole);
 

@@ -28,12 +28,10 @@ TEST(ZoomNormalisation, AZoomTakesTheScenesAspectByItsWidth)
         const char* what;
         CGSize scene, zoom, expected;
     };
-    for (const Case& c : {Case{"333 by 999", {1920, 1080}, {333, 999}, {333, 187}},
-                          Case{"as it should be", {1920, 1080}, {960, 540}, {960, 540}},
-                          Case{"halves go up", {1000, 500}, {5, 9}, {5, 3}},
-                          Case{"no width", {1920, 1080}, {0, 50}, {1, 1}},
-                          Case{"a width below 0", {1920, 1080}, {-40, 50}, {1, 1}},
-                          Case{"a very wide scene", {10000, 10}, {20, 50}, {20, 1}}}) {
+    for (const Case& c :
+         {Case{"333 by 999", {1920, 1080}, {333, 999}, {333, 187}}, Case{"as it should be", {1920, 1080}, {960, 540}, {960, 540}},
+          Case{"halves go up", {1000, 500}, {5, 9}, {5, 3}}, Case{"no width", {1920, 1080}, {0, 50}, {1, 1}},
+          Case{"a width below 0", {1920, 1080}, {-40, 50}, {1, 1}}, Case{"a very wide scene", {10000, 10}, {20, 50}, {20, 1}}}) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(normalizedZoom(zoomAt({{0, 0}, c.zoom}), c.scene).size, c.expected);
     }

@@ -92,10 +92,10 @@ TEST(InspectorSubject, ItemsOfTheTimelineComeBeforeLayersAndLayersBeforeTheScene
 TEST(Inspector, SectionsOfSeveralLayersAreThoseThatAllCallFor)
 {
     using enum Inspector::Section;
-    const Layer text = shape(Layer::Kind::text), group = shape(Layer::Kind::group), line = shape(Layer::Kind::line);
-    EXPECT_EQ(Inspector::sections(std::vector{&text}), (std::vector{transform, size, Inspector::Section::text, appearance, animation}));
-    EXPECT_EQ(Inspector::sections(std::vector{&text, &group}), (std::vector{transform, size, appearance, animation}));
-    EXPECT_EQ(Inspector::sections(std::vector{&group, &line}), (std::vector{transform, appearance, animation}))
+    const Layer caption = shape(Layer::Kind::text), stack = shape(Layer::Kind::group), arrow = shape(Layer::Kind::line);
+    EXPECT_EQ(Inspector::sections(std::vector{&caption}), (std::vector{transform, size, text, appearance, animation}));
+    EXPECT_EQ(Inspector::sections(std::vector{&caption, &stack}), (std::vector{transform, size, appearance, animation}));
+    EXPECT_EQ(Inspector::sections(std::vector{&stack, &arrow}), (std::vector{transform, appearance, animation}))
         << "the box of a freeform line follows its points";
     EXPECT_TRUE(Inspector::sections({}).empty());
     EXPECT_EQ(Inspector::title(appearance), "Appearance");
