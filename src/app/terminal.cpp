@@ -1,10 +1,30 @@
 #include "app/terminal.h"
 
+#include "platform/file_io.h"
+
+#include <cerrno>
+#include <cstddef>
 #include <cstdio>
 
 #include <unistd.h>
 
 namespace larkspool {
+
+namespace {
+
+std::string readStandardInput()
+{
+    std::string text;
+    char part[65536];
+    while (true) {
+        const ssize_t length = read(STDIN_FILENO, part, sizeof part);
+        if (length > 0) text.append(part, static_cast<std::size_t>(length));
+        if (length == 0) return text;
+        if (length < 0 && errno != EINTR) throw FileError("Standard input", errno);
+    }
+}
+
+} // namespace
 
 Terminal systemTerminal()
 {
@@ -14,7 +34,8 @@ Terminal systemTerminal()
                     std::fwrite(text.data(), 1, text.size(), stderr);
                     std::fflush(stderr);
                 },
-            .showsProgress = isatty(STDERR_FILENO) == 1};
+            .showsProgress = isatty(STDERR_FILENO) == 1,
+            .in = readStandardInput};
 }
 
 bool standardOutputArrived()

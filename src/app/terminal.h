@@ -11,6 +11,7 @@ struct Terminal {
     std::function<void(std::string_view)> out;   ///< Standard output: what was asked for.
     std::function<void(std::string_view)> error; ///< Standard error: what went wrong, and the progress of long work.
     bool showsProgress = false;                  ///< Whether a person watches standard error.
+    std::function<std::string()> in{};           ///< All of standard input. Throws FileError.
 };
 
 /// The terminal of the process.

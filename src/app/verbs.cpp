@@ -6,7 +6,8 @@ namespace larkspool {
 
 std::span<const Verb> verbs()
 {
-    static const std::array all = {exportVerb(), frameVerb(), checkVerb(), convertVerb(), evaluateVerb()};
+    static const std::array all = {exportVerb(),   frameVerb(),    checkVerb(), convertVerb(),
+                                   evaluateVerb(), describeVerb(), patchVerb()};
     return all;
 }
 

@@ -27,6 +27,8 @@ std::span<const Verb> verbs();
 const Verb& checkVerb();
 const Verb& convertVerb();
 const Verb& evaluateVerb();
+const Verb& describeVerb();
+const Verb& patchVerb();
 const Verb& frameVerb();
 const Verb& exportVerb();
 

@@ -27,7 +27,7 @@ void writeDuration(TweenScene& scene, const RetimeSource& source, double duratio
 /// Unlike the ripple of drags, it holds everything within the scene, whose duration stays, and `before` alone goes the other way:
 /// an edit that takes a row to the right pushes the earlier ones to the left.
 struct RetimeShift {
-    /// What was edited. What begins at the anchor counts as after it, and with a slack of 0.0001 seconds; what begins just so much
+    /// What was edited. What begins at the anchor counts as after it, with a slack of 0.0001 seconds; what begins just so much
     /// before it counts if a duration was edited.
     enum class Edited { start, duration };
 

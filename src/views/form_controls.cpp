@@ -137,7 +137,8 @@ void ChoiceField::paintEvent(QPaintEvent*)
     painter.setFont(textFont(TextStyle::body));
     const QRect words = rect().adjusted(textInset, 0, -textInset - chevron, 0);
     painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeft,
-                     painter.fontMetrics().elidedText(currentText(), Qt::ElideMiddle, words.width()));
+                     painter.fontMetrics().elidedText(currentIndex() < 0 ? placeholderText() : currentText(), Qt::ElideMiddle,
+                                                       words.width()));
     painter.drawPixmap(width() - textInset / 2 - chevron, (height() - chevron) / 2,
                        iconPixmap("chevron-down", chevron, underMouse() ? t.text : t.icon, devicePixelRatioF()));
     if (showsKeyboard(*this)) paintRing(painter, rect(), fieldRadius, 1.5);

@@ -7,7 +7,6 @@
 
 #include <QPainter>
 #include <QPainterPath>
-#include <QScreen>
 
 #include <algorithm>
 
@@ -25,10 +24,9 @@ QString seconds(double time)
 
 } // namespace
 
-TimelinePopover::TimelinePopover(QWidget* parent) : QWidget(parent, Qt::ToolTip | Qt::FramelessWindowHint)
+TimelinePopover::TimelinePopover(QWidget* parent) : QWidget(parent)
 {
-    setAttribute(Qt::WA_TranslucentBackground);
-    setAttribute(Qt::WA_ShowWithoutActivating);
+    hide();
     setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
@@ -55,11 +53,11 @@ void TimelinePopover::show(const TweenScene& scene, const std::vector<OverlapGro
         lines_.push_back({Line::Kind::more, {}, QString("and %1 more").arg(more), {}});
     }
     const QSize size(listWidth, static_cast<int>(lines_.size()) * lineHeight + 2 * padding + tipHeight);
-    const QRect room = screen()->availableGeometry();
-    const int left = std::clamp(tip.x() - listWidth / 2, room.left(), std::max(room.left(), room.right() - listWidth));
+    const int left = std::clamp(tip.x() - listWidth / 2, 0, std::max(0, parentWidget()->width() - listWidth));
     tipX_ = std::clamp(tip.x() - left, 16, listWidth - 16);
     setGeometry(QRect(QPoint(left, tip.y() - tipGap - size.height()), size));
     QWidget::show();
+    raise();
     update();
 }
 

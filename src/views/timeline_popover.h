@@ -6,12 +6,12 @@
 
 namespace larkspool {
 
-/// The list of the layers behind a bar or marker, which floats above it.
+/// The list of the layers behind a bar or marker, which floats above it, within the window that it is a child of.
 class TimelinePopover final : public QWidget {
 public:
     explicit TimelinePopover(QWidget* parent);
 
-    /// Shows the list with its tip at `tip`, on the screen, which is the middle of the bar's upper edge.
+    /// Shows the list with its tip at `tip`, a point of the window on the bar's upper edge.
     void show(const TweenScene& scene, const std::vector<OverlapGroup>& groups, QPoint tip);
 
 protected:

@@ -25,6 +25,7 @@ constexpr double labelGap = 5, leastLabelRoom = 56;
 constexpr double waitHeight = 8, waitHandleHeight = 12, waitHandleWidth = 2;
 constexpr double gripWidth = 2, gripHeight = 12;
 constexpr double pulseTextGap = 9, clipTextIndent = 10;
+constexpr double leastCountRoom = 14; ///< From one marker to the next, for a count between them.
 constexpr double farOutside = 40; ///< How far beyond what is seen a bar is cut off, so that its ends do not show.
 
 QColor withAlpha(QColor color, double alpha)
@@ -378,11 +379,13 @@ void paintKeyframes(const Canvas& canvas, const TimelineRow& row, const QColor& 
         paintSprite(canvas.painter, {isChosen ? Sprite::Kind::selectedDiamond : Sprite::Kind::diamond, lane}, x, row.top + rowHeight / 2);
     });
     if (row.layer) return;
-    double freeFrom = -1e9;
+    std::vector<double> middles;
+    walkMarkers(canvas, row, [&](const TimelineMark&, double x, bool) { middles.push_back(x); });
+    std::size_t i = 0;
     walkMarkers(canvas, row, [&](const TimelineMark& mark, double x, bool) {
-        if (mark.members.size() < 2 || x < freeFrom) return;
-        paintCount(canvas.painter, mark.members.size(), x, row.top + 1, theme().keyframe);
-        freeFrom = x + 12;
+        ++i;
+        const bool hasRoom = i == middles.size() || middles[i] - x >= leastCountRoom;
+        if (mark.members.size() > 1 && hasRoom) paintCount(canvas.painter, mark.members.size(), x, row.top + 1, theme().keyframe);
     });
 }
 

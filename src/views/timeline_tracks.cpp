@@ -76,9 +76,7 @@ std::vector<OverlapGroup> layersBehind(const TweenScene& scene, const TimelineLa
 TimelineTracks::TimelineTracks(EditorContext context, QWidget* parent)
     : QWidget(parent),
       context_(std::move(context)),
-      scrollBar_(new QScrollBar(Qt::Vertical, this)),
-      popover_(new TimelinePopover(this)),
-      trimPreview_(new TrimPreview(this))
+      scrollBar_(new QScrollBar(Qt::Vertical, this))
 {
     setObjectName("timelineTracks");
     setAccessibleName("Timeline rows");
@@ -94,6 +92,12 @@ TimelineTracks::TimelineTracks(EditorContext context, QWidget* parent)
     popoverTimer_.setSingleShot(true);
     popoverTimer_.setInterval(popoverDelay);
     connect(&popoverTimer_, &QTimer::timeout, this, [this] { showPopover(); });
+}
+
+TimelineTracks::~TimelineTracks()
+{
+    delete popover_;
+    delete trimPreview_;
 }
 
 double TimelineTracks::bodyBottom() const
@@ -132,10 +136,7 @@ void TimelineTracks::refresh()
         tracks_ = {};
     }
     placePills();
-    if (const std::optional<VideoTrimOverlayState>& trim = context_.editor.videoTrimOverlay())
-        trimPreview_->show(*trim, mapToGlobal(QPointF(trim->x, trim->y)).toPoint());
-    else
-        trimPreview_->end();
+    showTrimPreview();
     update();
 }
 
@@ -467,13 +468,24 @@ void TimelineTracks::showPopover()
     const std::optional<TimelineLayout::Hit> hit = isPointerInside_ && held_ == Held::nothing ? hitAt(pointer_) : std::nullopt;
     if (!hit || hit->row->layer) return;
     const double y = hit->row->laneTop(*hit->mark) + railHeight - scrolled();
-    popover_->show(layout_.scene(), layersBehind(layout_.scene(), *hit), mapToGlobal(QPointF(pointer_.x(), y)).toPoint());
+    if (!popover_) popover_ = new TimelinePopover(window());
+    popover_->show(layout_.scene(), layersBehind(layout_.scene(), *hit), mapTo(window(), QPointF(pointer_.x(), y)).toPoint());
+}
+
+void TimelineTracks::showTrimPreview()
+{
+    if (const std::optional<VideoTrimOverlayState>& trim = context_.editor.videoTrimOverlay()) {
+        if (!trimPreview_) trimPreview_ = new TrimPreview(window());
+        trimPreview_->show(*trim, mapTo(window(), QPointF(trim->x, trim->y)).toPoint());
+    } else if (trimPreview_) {
+        trimPreview_->end();
+    }
 }
 
 void TimelineTracks::hidePopover()
 {
     popoverTimer_.stop();
-    if (popover_->isVisible()) popover_->hide();
+    if (popover_) popover_->hide();
 }
 
 void TimelineTracks::wheelEvent(QWheelEvent* event)

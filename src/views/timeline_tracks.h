@@ -5,6 +5,7 @@
 #include "views/timeline_painting.h"
 
 #include <QPixmap>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
@@ -21,6 +22,7 @@ class TrimPreview;
 class TimelineTracks final : public QWidget {
 public:
     TimelineTracks(EditorContext context, QWidget* parent);
+    ~TimelineTracks() override;
 
     /// Shows the editor's state.
     void refresh();
@@ -73,6 +75,7 @@ private:
     void cancel();
     void hover(QPointF position, Qt::MouseButtons buttons);
     void showPopover();
+    void showTrimPreview();
     void hidePopover();
     QString helpAt(QPointF position) const;
     void tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers);
@@ -94,8 +97,9 @@ private:
     QPointF pointer_;
     bool isPointerInside_ = false;
     QTimer popoverTimer_;
-    TimelinePopover* popover_ = nullptr;
-    TrimPreview* trimPreview_ = nullptr;
+    /// Children of the window, over all its parts. Null until they are first needed.
+    QPointer<TimelinePopover> popover_;
+    QPointer<TrimPreview> trimPreview_;
 };
 
 } // namespace larkspool

@@ -24,10 +24,9 @@ QString seconds(double time)
 
 } // namespace
 
-TrimPreview::TrimPreview(QWidget* parent) : QWidget(parent, Qt::ToolTip | Qt::FramelessWindowHint)
+TrimPreview::TrimPreview(QWidget* parent) : QWidget(parent)
 {
-    setAttribute(Qt::WA_TranslucentBackground);
-    setAttribute(Qt::WA_ShowWithoutActivating);
+    hide();
     setAttribute(Qt::WA_TransparentForMouseEvents);
     resize(pictureWidth + 2 * padding, pictureHeight + wordsHeight + 2 * padding);
 }
@@ -49,6 +48,7 @@ void TrimPreview::show(const VideoTrimOverlayState& state, QPoint edge)
     wish({state.videoPath, state.srcSeconds, devicePixelRatioF()});
     move(edge.x() - width() / 2, edge.y() - aboveEdge - height());
     QWidget::show();
+    raise();
     update();
 }
 

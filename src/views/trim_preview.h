@@ -13,14 +13,15 @@
 
 namespace larkspool {
 
-/// The picture of a film at the edge that is being trimmed, which floats above it. Pictures are decoded on a thread of its own:
+/// The picture of a film at the edge that is being trimmed, which floats above it, within the
+/// window that it is a child of. Pictures are decoded on a thread of its own:
 /// while one is on its way the last one stays, and of several wishes meanwhile only the newest is met.
 class TrimPreview final : public QWidget {
 public:
     explicit TrimPreview(QWidget* parent);
     ~TrimPreview() override;
 
-    /// Shows it above `edge`, a point on the screen: the upper end of the trimmed edge.
+    /// Shows it above `edge`, a point of the window: the upper end of the trimmed edge.
     void show(const VideoTrimOverlayState& state, QPoint edge);
     /// Hides it, and closes the film.
     void end();

@@ -129,7 +129,7 @@ TEST_F(CommandLine, TellsItsVersionAndItsHelp)
     const Outcome overall = call({"--help"});
     EXPECT_EQ(overall.status, 0);
     EXPECT_EQ(overall.error, "");
-    for (const char* verb : {"check", "convert", "evaluate", "frame", "export"}) {
+    for (const char* verb : {"check", "convert", "describe", "evaluate", "frame", "export", "patch"}) {
         SCOPED_TRACE(verb);
         EXPECT_THAT(overall.out, HasSubstr(std::string("\n  ") + verb + " "));
         const Outcome one = call({verb, "--help"});

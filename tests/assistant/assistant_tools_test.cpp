@@ -23,9 +23,9 @@ constexpr const char* firstName = "00000000-0000-0001-0000-000000000001";
 TweenDocument document()
 {
     TweenScene scene{.id = {2, 2}};
-    Layer group{.id = {1, 3}, .kind = Layer::Kind::group};
-    group.children = {Layer{.id = childID}};
-    scene.layers = {Layer{.id = firstID}, group};
+    Layer group{.id = {1, 3}, .kind = Layer::Kind::group, .videoClip = {.id = {4, 3}}};
+    group.children = {Layer{.id = childID, .videoClip = {.id = {4, 2}}}};
+    scene.layers = {Layer{.id = firstID, .videoClip = {.id = {4, 1}}}, group};
     return {.scenes = {scene}};
 }
 

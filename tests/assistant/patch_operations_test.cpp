@@ -25,12 +25,12 @@ constexpr UUID id(std::uint64_t number)
 
 Layer box(std::uint64_t number)
 {
-    return {.id = id(number), .name = "Box"};
+    return {.id = id(number), .name = "Box", .videoClip = {.id = id(number)}};
 }
 
 Layer groupOf(std::uint64_t number, Array<Layer> children)
 {
-    Layer group{.id = id(number), .kind = Layer::Kind::group};
+    Layer group{.id = id(number), .kind = Layer::Kind::group, .videoClip = {.id = id(number)}};
     group.children = std::move(children);
     return group;
 }
@@ -395,7 +395,8 @@ TEST(PatchOperations, AValueThatWouldLoseAPartIsRefusedWithThePlaceAndTheReason)
              Case{SetProperty{id(1), "opacity", "half"}, "layers[0].opacity is not a number"},
              Case{SetProperty{id(3), "kind", "cube"}, "layers[1].children[0].kind \"cube\" is not a known value"},
              Case{SetProperty{id(4), "size", JSON::Array{1}}, "layers[2].size is not an array of two"},
-             Case{SetProperty{id(1), "transform", JSON::decode(R"({"x":1})")}, "layers[0].transform.y is missing"},
+             Case{SetProperty{id(1), "transform", JSON::decode(R"({"x":1,"anchorX":0,"anchorY":0})")},
+                  "layers[0].transform.rotation is missing"},
              Case{SetProperty{id(1), "fill", JSON::decode(R"({"r":null,"g":0,"b":0,"a":1})")},
                   "layers[0].fill.r is not a number"},
              Case{SetProperty{id(1), "imageData", "<image bytes: 4 chars omitted>"}, "layers[0].imageData is not Base64"},
@@ -432,7 +433,7 @@ TEST(PatchOperations, ASceneThatIsNoneAnyMoreIsADecodingErrorOfItsOwn)
              Case{SetSceneProperty{"width", "wide"}, "width is not a number"},
              Case{SetSceneProperty{"fps", 29.97}, "fps is not a whole number of 64 bits"},
              Case{SetSceneProperty{"duration", nullptr}, "duration is not a number"},
-             Case{SetSceneProperty{"background", JSON::Object{}}, "background.r is missing"},
+             Case{SetSceneProperty{"background", JSON::Object{}}, "background.a is missing"},
              Case{SetSceneProperty{"layers", JSON::Array{3}}, "layers[0] is not an object"},
              Case{AddLayer{"box"}, "layers[3] is not an object"},
              Case{AddLayer{nullptr}, "layers[3] is not an object"},
@@ -579,11 +580,21 @@ std::vector<JSON> allLayers(const JSON& layers)
     return all;
 }
 
+void giveIDs(Array<Layer>& layers, std::uint64_t& number)
+{
+    for (Layer& each : layers.edit()) {
+        each.id = id(++number);
+        giveIDs(each.children, number);
+    }
+}
+
 TEST(PatchOperations, SettingAPropertyToWhatWasReadChangesNothing)
 {
     EXPECT_TRUE(rc::check([] {
         TweenDocument before = *rc::gen::scale(0.3, arbitraryDocument());
         before.activeSceneIndex = 0;
+        std::uint64_t number = 0;
+        giveIDs(before.scenes.edit()[0].layers, number);
         const JSON envelope = activeSceneJSON(before, {});
         const JSON& scene = *envelope["scene"];
         std::vector<PatchOperation> operations;

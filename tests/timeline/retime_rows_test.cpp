@@ -20,8 +20,8 @@ Keyframe keyframeOn(std::uint64_t id, Keyframe::AnimatableProperty property, dou
     return {.id = idOf(id), .property = property, .time = time, .wait = wait};
 }
 
-/// Layer 1, "Box": a span 2–5, a pulse at 3, keyframes of x and y at 1, one of opacity at 4 that waits for 0.5. Layer 2, "Film": a
-/// clip 0–6.
+/// Layer 1, "Box": a span 2–5, a pulse at 3, keyframes of x and y at 1, one of opacity at 4 that waits for 0.5. Layer 2, "Film":
+/// a clip 0–6.
 TweenScene mixedScene()
 {
     Layer box{.id = idOf(1)};
@@ -181,7 +181,8 @@ TEST(RetimeRows, GroupingLosesAndDoublesNoItem)
         std::vector<TimelineItemRef> expected, found;
         for (const TimelineItemRef& ref : RandomTimeline::items(scene)) {
             const ItemTimes times = *timesOf(scene, ref);
-            if (ref.kind == TimelineItemRef::Kind::waitTail && findKeyframe(scene, ref.layerID, ref.itemID)->wait <= 0.0001) continue;
+            const bool isTail = ref.kind == TimelineItemRef::Kind::waitTail;
+            if (isTail && findKeyframe(scene, ref.layerID, ref.itemID)->wait <= 0.0001) continue;
             if (ref.kind == TimelineItemRef::Kind::videoClip && times.start >= times.end) continue;
             expected.push_back(ref);
         }

@@ -26,8 +26,8 @@ const TimelineItemRef keyframeWaiting = TimelineItemRef::keyframe(idOf(2), idOf(
 const TimelineItemRef wait = TimelineItemRef::waitTail(idOf(2), idOf(23));
 const TimelineItemRef clip = TimelineItemRef::videoClip(idOf(3));
 
-/// 10 seconds. Layer 1: spans 1–2 and 4–6, a pulse at 8. Layer 2: keyframes of x and y at 3, one at 5 that waits for 0.5. Layer 3:
-/// a clip 0–2.
+/// 10 seconds. Layer 1: spans 1–2 and 4–6, a pulse at 8. Layer 2: two keyframes at 3, one at 5 that waits for 0.5. Layer 3: a
+/// clip 0–2.
 TweenScene makeScene()
 {
     Layer spans{.id = idOf(1)}, keys{.id = idOf(2)};

@@ -1,0 +1,247 @@
+#include "views/preferences_window.h"
+
+#include "views/controls.h"
+#include "views/form_controls.h"
+#include "views/icons.h"
+#include "views/theme.h"
+
+#include <QAction>
+#include <QBoxLayout>
+#include <QButtonGroup>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QRadioButton>
+#include <QStackedWidget>
+#include <QStyleOption>
+
+#include <utility>
+
+namespace larkspool {
+
+namespace {
+
+using PreferencesView::Tab;
+
+constexpr QSize windowSize(464, 312), tabSize(88, 52);
+constexpr int headHeight = 76, padding = 24, labelColumn = 64, rowGap = 20;
+constexpr const char* tabIcons[] = {"panel-scenes", "export", "assistant"};
+constexpr std::string_view launchNote = "When this is off, a launch opens an empty document.";
+
+QString words(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// An icon over the name of a page.
+class TabButton final : public QRadioButton {
+public:
+    TabButton(const QString& name, QString icon, QWidget* parent) : QRadioButton(name, parent), icon_(std::move(icon))
+    {
+        setFixedSize(tabSize);
+        setAttribute(Qt::WA_Hover);
+        setFocusPolicy(Qt::StrongFocus);
+        QFont font = textFont(TextStyle::caption);
+        font.setWeight(QFont::Medium);
+        setFont(font);
+    }
+
+protected:
+    bool hitButton(const QPoint& point) const override { return rect().contains(point); }
+
+    void paintEvent(QPaintEvent*) override
+    {
+        const Theme& t = theme();
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        QStyleOption option;
+        option.initFrom(this);
+        if (isChecked() || underMouse()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(isChecked() ? t.accentSoft : t.hover);
+            painter.drawRoundedRect(rect(), 8, 8);
+        }
+        painter.drawPixmap((width() - 20) / 2, 7, iconPixmap(icon_, 20, isChecked() ? t.accentText : t.icon, devicePixelRatioF()));
+        painter.setPen(isChecked() ? t.accentText : t.textSecondary);
+        painter.setFont(font());
+        painter.drawText(rect().adjusted(0, 31, 0, -7), Qt::AlignCenter, text());
+        if (!hasFocus() || !(option.state & QStyle::State_KeyboardFocusChange)) return;
+        painter.setPen(QPen(t.focusRing, 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(rect().adjusted(1, 1, -1, -1), 8, 8);
+    }
+
+private:
+    QString icon_;
+};
+
+} // namespace
+
+PreferencesWindow::PreferencesWindow(UserDefaults& defaults) : defaults_(defaults)
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle("Settings — Larkspool");
+    setFixedSize(windowSize);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    buildTabs();
+    column->addWidget(hairline(Qt::Horizontal, this));
+    pages_ = new QStackedWidget(this);
+    column->addWidget(pages_, 1);
+    buildLaunch();
+    buildExport();
+    buildAssistant();
+    changes_ = defaults_.observe([this](std::string_view) {
+        for (const auto& show : shows_) show();
+    });
+    choose(Tab::launch);
+}
+
+void PreferencesWindow::choose(Tab tab)
+{
+    const int index = static_cast<int>(tab);
+    tabs_->button(index)->setChecked(true);
+    tabs_->button(index)->setFocus();
+    pages_->setCurrentIndex(index);
+}
+
+void PreferencesWindow::keyPressEvent(QKeyEvent* event)
+{
+    const bool closes = event->key() == Qt::Key_Escape || event->matches(QKeySequence::Close);
+    if (closes)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void PreferencesWindow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), theme().panel);
+    painter.fillRect(0, 0, width(), headHeight, theme().window);
+}
+
+void PreferencesWindow::buildTabs()
+{
+    auto* head = new QWidget(this);
+    head->setFixedHeight(headHeight);
+    auto* row = new QHBoxLayout(head);
+    row->setContentsMargins(12, 12, 12, 12);
+    row->setSpacing(4);
+    row->addStretch(1);
+    tabs_ = new QButtonGroup(this);
+    for (std::size_t i = 0; i < PreferencesView::tabLabels.size(); ++i) {
+        auto* tab = new TabButton(words(PreferencesView::tabLabels[i]), tabIcons[i], head);
+        tabs_->addButton(tab, static_cast<int>(i));
+        row->addWidget(tab);
+    }
+    row->addStretch(1);
+    connect(tabs_, &QButtonGroup::idToggled, this, [this](int index, bool isOn) {
+        if (isOn && pages_) pages_->setCurrentIndex(index);
+    });
+    layout()->addWidget(head);
+}
+
+QWidget* PreferencesWindow::addPage()
+{
+    auto* page = new QWidget(pages_);
+    auto* column = new QVBoxLayout(page);
+    column->setContentsMargins(padding, padding, padding, padding);
+    column->setSpacing(rowGap);
+    column->setAlignment(Qt::AlignTop);
+    pages_->addWidget(page);
+    return page;
+}
+
+Switch* PreferencesWindow::addSwitch(QWidget* page, std::string_view text, std::string_view note)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(16);
+    auto* column = new QVBoxLayout;
+    column->setSpacing(4);
+    column->addWidget(label(words(text), TextStyle::dialogBody, LabelTone::text, page));
+    if (!note.empty()) {
+        QLabel* under = label(words(note), TextStyle::caption, LabelTone::secondary, page);
+        under->setWordWrap(true);
+        column->addWidget(under);
+    }
+    row->addLayout(column, 1);
+    auto* toggle = new Switch(words(text), page);
+    toggle->setAccessibleDescription(words(note));
+    row->addWidget(toggle, 0, Qt::AlignTop);
+    static_cast<QVBoxLayout*>(page->layout())->addLayout(row);
+    return toggle;
+}
+
+void PreferencesWindow::buildLaunch()
+{
+    Switch* toggle = addSwitch(addPage(), PreferencesView::showWelcomeLabel, launchNote);
+    keepShown([this, toggle] { toggle->setChecked(PreferencesView::showsWelcomeOnLaunch(defaults_)); });
+    connect(toggle, &QCheckBox::clicked, this, [this](bool isOn) { PreferencesView::setShowsWelcomeOnLaunch(defaults_, isOn); });
+}
+
+void PreferencesWindow::buildExport()
+{
+    Switch* toggle = addSwitch(addPage(), PreferencesView::gpuRendererLabel, PreferencesView::gpuRendererNote);
+    keepShown([this, toggle] { toggle->setChecked(defaults_.boolean(DefaultsKey::useGPUExporter)); });
+    connect(toggle, &QCheckBox::clicked, this, [this](bool isOn) { defaults_.set(DefaultsKey::useGPUExporter, isOn); });
+}
+
+void PreferencesWindow::buildAssistant()
+{
+    QWidget* page = addPage();
+    auto* column = static_cast<QVBoxLayout*>(page->layout());
+    Switch* toggle = addSwitch(page, PreferencesView::enableAssistantLabel, {});
+    keepShown([this, toggle] { toggle->setChecked(defaults_.boolean(DefaultsKey::assistantEnabled)); });
+    connect(toggle, &QCheckBox::clicked, this, [this](bool isOn) { defaults_.set(DefaultsKey::assistantEnabled, isOn); });
+    column->addWidget(hairline(Qt::Horizontal, page));
+
+    const auto addRow = [page, column](std::string_view text, QWidget* field) {
+        auto* row = new QHBoxLayout;
+        row->setSpacing(16);
+        QLabel* name = label(words(text), TextStyle::dialogBody, LabelTone::secondary, page);
+        name->setFixedWidth(labelColumn);
+        row->addWidget(name);
+        row->addWidget(field, 1);
+        column->addLayout(row);
+    };
+    QLineEdit* key = textField(words(PreferencesView::apiKeyLabel), page);
+    key->setEchoMode(QLineEdit::Password);
+    QAction* reveal = key->addAction(buttonIcon("eye"), QLineEdit::TrailingPosition);
+    reveal->setCheckable(true);
+    reveal->setToolTip("Show the key");
+    connect(reveal, &QAction::toggled, key, [key, reveal](bool isOn) {
+        key->setEchoMode(isOn ? QLineEdit::Normal : QLineEdit::Password);
+        reveal->setIcon(buttonIcon(isOn ? "eye-off" : "eye"));
+    });
+    keepShown([this, key] {
+        const QString stored = QString::fromStdString(defaults_.string(DefaultsKey::assistantAPIKey));
+        if (key->text() != stored) key->setText(stored);
+    });
+    connect(key, &QLineEdit::textEdited, this,
+            [this](const QString& text) { defaults_.set(DefaultsKey::assistantAPIKey, text.toStdString()); });
+    addRow(PreferencesView::apiKeyLabel, key);
+
+    auto* model = new ChoiceField(words(PreferencesView::modelLabel), page);
+    for (const PreferencesView::ModelRow& row : PreferencesView::modelRows) model->addItem(words(row.label));
+    keepShown([this, model] {
+        const std::optional<std::size_t> row = PreferencesView::chosenModelRow(defaults_);
+        model->setPlaceholderText(QString::fromStdString(defaults_.string(DefaultsKey::assistantModel)));
+        model->setCurrentIndex(row ? static_cast<int>(*row) : -1);
+    });
+    connect(model, &QComboBox::activated, this,
+            [this](int row) { PreferencesView::chooseModelRow(defaults_, static_cast<std::size_t>(row)); });
+    addRow(PreferencesView::modelLabel, model);
+
+    QLabel* note = label(words(PreferencesView::apiKeyNote), TextStyle::caption, LabelTone::secondary, page);
+    note->setWordWrap(true);
+    column->addWidget(note);
+}
+
+void PreferencesWindow::keepShown(std::function<void()> show)
+{
+    show();
+    shows_.push_back(std::move(show));
+}
+
+} // namespace larkspool
