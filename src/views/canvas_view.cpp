@@ -117,7 +117,8 @@ void paintGuide(QPainter& painter, const OverlayItems::Guide& guide, QSize view)
 
 } // namespace
 
-CanvasView::CanvasView(EditorContext context, QWidget* parent) : QWidget(parent), context_(std::move(context))
+CanvasView::CanvasView(EditorContext context, QWidget* parent)
+    : QWidget(parent), context_(std::move(context)), videos_(eventLoop_, [this] { paintAnew(); })
 {
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(320, 200);
@@ -126,10 +127,7 @@ CanvasView::CanvasView(EditorContext context, QWidget* parent) : QWidget(parent)
     setMouseTracking(true);
     zoomHUDTimer_.setSingleShot(true);
     nextPicture_.setSingleShot(true);
-    connect(&nextPicture_, &QTimer::timeout, this, [this] {
-        shown_.reset();
-        update();
-    });
+    connect(&nextPicture_, &QTimer::timeout, this, [this] { paintAnew(); });
     connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { update(); });
 }
 
@@ -360,12 +358,19 @@ const QImage* CanvasView::picture()
         .scenePlaying = now.isPlaying,
         .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
         .backdrop = asRasterColor(theme().backdrop),
-        .outline = asRasterColor(theme().text)};
+        .outline = asRasterColor(theme().text),
+        .videos = &videos_};
     const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);
     const std::optional<double> next = CanvasRenderer::paint(now.scene, now.playhead, now.placement, options, *context);
     shown_ = std::move(now);
     if (next) nextPicture_.start(std::chrono::milliseconds(std::max<std::int64_t>(10, std::llround(*next * 1000))));
     return &image_;
+}
+
+void CanvasView::paintAnew()
+{
+    shown_.reset();
+    update();
 }
 
 void CanvasView::paintEvent(QPaintEvent*)

@@ -2,8 +2,10 @@
 
 #include "canvas/scene_fit.h"
 #include "platform/pixel_buffer.h"
+#include "rendering/canvas_videos.h"
 #include "rendering/live_canvas.h"
 #include "views/editor_context.h"
+#include "views/main_thread.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -55,6 +57,8 @@ private:
     void paintOverlay(QPainter& painter, const SceneFit& fit) const;
     void paintZoomHUD(QPainter& painter) const;
     const QImage* picture();
+    /// The picture is another, though the scene is not: a video's picture has come, or a spinner turns.
+    void paintAnew();
 
     EditorContext context_;
     double zoom_ = 1;
@@ -73,6 +77,8 @@ private:
         bool operator==(const Shown&) const = default;
     };
     std::optional<Shown> shown_;
+    EventLoop eventLoop_;
+    CanvasVideos videos_;
     QImage image_;
     QTimer nextPicture_; ///< Runs until the picture changes by itself.
 };

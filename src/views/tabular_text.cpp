@@ -54,7 +54,8 @@ void paintTabular(QPainter& painter, const QRectF& rect, Qt::Alignment alignment
     const double baseline = rect.center().y() + (metrics.ascent() - metrics.descent()) / 2;
     const double free = alignment & Qt::AlignLeft ? 0 : rect.width() - tabularWidth(painter.font(), text);
     const double left = rect.left() + (alignment & Qt::AlignHCenter ? free / 2 : free);
-    walkPieces(painter.font(), text, [&](const QString& piece, double x) { painter.drawText(QPointF(left + x, baseline), piece); });
+    walkPieces(painter.font(), text,
+               [&](const QString& piece, double x) { painter.drawText(QPointF(left + x, baseline), piece); });
 }
 
 } // namespace larkspool

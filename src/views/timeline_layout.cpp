@@ -50,8 +50,8 @@ std::vector<TimelineRow> keyframeRows(const Layer& layer)
     for (std::size_t i = 0; i < layer.keyframes.size(); ++i) positions.emplace(layer.keyframes[i].id, i);
     std::vector<TimelineRow> rows;
     for (const KeyframeTracks::Row& track : KeyframeTracks::rows(layer)) {
-        TimelineRow& row = rows.emplace_back(
-            TimelineRow{.kind = TimelineRow::Kind::keyframes, .layer = &layer, .property = track.property});
+        TimelineRow& row =
+            rows.emplace_back(TimelineRow{.kind = TimelineRow::Kind::keyframes, .layer = &layer, .property = track.property});
         for (const UUID& id : track.kfIDs) {
             const std::size_t position = positions.at(id);
             const Keyframe& keyframe = layer.keyframes[position];
@@ -118,8 +118,8 @@ TimelineLayout::TimelineLayout(const EditorState& state, const Folded& folded, d
 
 bool TimelineLayout::isOf(const EditorState& state, const Folded& folded, double viewWidth) const
 {
-    return viewWidth == viewWidth_ && viewport_ == activeViewport(state) && folded == folded_ && state.selectedLayerIDs == selected_
-           && state.timelinePinnedLayerIDs == pinned_ && state.scene() == scene_;
+    return viewWidth == viewWidth_ && viewport_ == activeViewport(state) && folded == folded_ &&
+           state.selectedLayerIDs == selected_ && state.timelinePinnedLayerIDs == pinned_ && state.scene() == scene_;
 }
 
 /// The roots among the layers and below them that have no rows yet, the frontmost first, each with all below it.
@@ -143,9 +143,10 @@ void TimelineLayout::addTree(const Layer& layer, std::size_t depth, const Folded
 
 void TimelineLayout::addRow(TimelineRow row)
 {
-    row.top = rows_.empty() || blocks_.back().rowCount == 0
-                  ? blocks_.back().top + (row.layer ? blockMargin : blocks_.size() == 1 ? aggregateTop : aggregateBandMargin)
-                  : rows_.back().bottom() + (rowPitch - rowHeight);
+    row.top = rows_.empty() || blocks_.back().rowCount == 0 ? blocks_.back().top + (row.layer             ? blockMargin
+                                                                                    : blocks_.size() == 1 ? aggregateTop
+                                                                                                          : aggregateBandMargin)
+                                                            : rows_.back().bottom() + (rowPitch - rowHeight);
     ++blocks_.back().rowCount;
     const UUID layerID = row.layer ? row.layer->id : UUID{};
     const bool continuesBand = !bands_.empty() && bands_.back().layerID == layerID && bands_.back().kind == row.kind;
@@ -203,7 +204,8 @@ std::span<const TimelineRow> TimelineLayout::rowsBetween(double top, double bott
 
 std::span<const TimelineBlock> TimelineLayout::blocksBetween(double top, double bottom) const
 {
-    const auto first = std::ranges::partition_point(blocks_, [&](const TimelineBlock& block) { return block.bottom + lineHeight <= top; });
+    const auto first =
+        std::ranges::partition_point(blocks_, [&](const TimelineBlock& block) { return block.bottom + lineHeight <= top; });
     const auto last = std::partition_point(first, blocks_.end(), [&](const TimelineBlock& block) { return block.top < bottom; });
     return {first, last};
 }

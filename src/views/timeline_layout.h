@@ -44,7 +44,10 @@ struct TimelineRow {
     std::size_t itemCount = 0; ///< Of a row that stands for the whole scene.
     std::vector<TimelineMark> marks{}; ///< By the time of their start.
 
-    double bottom() const { return top + TimelineMeasures::rowPitch * static_cast<double>(laneCount - 1) + TimelineMeasures::rowHeight; }
+    double bottom() const
+    {
+        return top + TimelineMeasures::rowPitch * static_cast<double>(laneCount - 1) + TimelineMeasures::rowHeight;
+    }
     double laneTop(const TimelineMark& mark) const { return top + TimelineMeasures::rowPitch * static_cast<double>(mark.lane); }
 };
 

@@ -35,8 +35,8 @@ void addEdit(QMenu& menu, const EditorContext& context, const QString& title, st
 void addCommand(QMenu& menu, const EditorContext& context, Command command)
 {
     const CommandInfo& info = commandInfo(command);
-    const CommandAvailability available =
-        availability(command, {.front = focusedValues(context.editor.state(), context.editor.undoManager(), LayerStyleClipboard{})});
+    const CommandAvailability available = availability(
+        command, {.front = focusedValues(context.editor.state(), context.editor.undoManager(), LayerStyleClipboard{})});
     QAction* action = menu.addAction(text(info.title));
     if (info.shortcut) action->setText(text(info.title) + '\t' + QString::fromStdString(portableText(*info.shortcut)));
     action->setEnabled(available.isEnabled);
@@ -60,7 +60,8 @@ void addItemEntries(QMenu& menu, const EditorContext& context, const TimelineMen
 {
     const auto isOf = [&](TimelineItemRef::Kind kind) { return place.members.front().kind == kind; };
     if (isOf(TimelineItemRef::Kind::span)) addSpanEntries(menu, context, place.members.front());
-    for (const Command command : {Command::moveToPlayhead, Command::showMoveModal, Command::showDilateModal}) addCommand(menu, context, command);
+    for (const Command command : {Command::moveToPlayhead, Command::showMoveModal, Command::showDilateModal})
+        addCommand(menu, context, command);
     if (isOf(TimelineItemRef::Kind::span))
         for (const Command command : {Command::distributeSpans, Command::staggerSpans}) addCommand(menu, context, command);
     addEdit(menu, context, "Order Layers by Start Time", [context] {
@@ -76,15 +77,20 @@ void addItemEntries(QMenu& menu, const EditorContext& context, const TimelineMen
 
 void addRowEntries(QMenu& menu, const EditorContext& context, const UUID& layerID, const TimelineMenuPlace& place)
 {
-    addEdit(menu, context, "Add Span",
-            [context, layerID] { return SpansTrack::addSpanAtPlayhead(context.editor.scene(), layerID, context.editor.state().playhead); },
-            SpansTrack::playheadInsideHelp);
-    addEdit(menu, context, "Add Pulse",
-            [context, layerID] { return PulsesTrack::addPulse(context.editor.scene(), layerID, context.editor.state().playhead); });
+    addEdit(
+        menu, context, "Add Span",
+        [context, layerID] {
+            return SpansTrack::addSpanAtPlayhead(context.editor.scene(), layerID, context.editor.state().playhead);
+        },
+        SpansTrack::playheadInsideHelp);
+    addEdit(menu, context, "Add Pulse", [context, layerID] {
+        return PulsesTrack::addPulse(context.editor.scene(), layerID, context.editor.state().playhead);
+    });
     if (place.property)
-        addEdit(menu, context, "Add " + text(displayName(*place.property)) + " Keyframe", [context, layerID, property = *place.property] {
-            return addKeyframeAtPlayhead(context.editor.scene(), layerID, property, context.editor.state().playhead);
-        });
+        addEdit(menu, context, "Add " + text(displayName(*place.property)) + " Keyframe",
+                [context, layerID, property = *place.property] {
+                    return addKeyframeAtPlayhead(context.editor.scene(), layerID, property, context.editor.state().playhead);
+                });
     menu.addSeparator();
     addEdit(menu, context, text(SpansTrack::pasteMenuEntry), [context, layerID, time = place.time] {
         return pasteSpanAt(context.editor.scene(), layerID, time, spanClipboard());

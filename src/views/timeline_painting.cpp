@@ -42,7 +42,8 @@ double indentOf(const TimelineBlock& block)
 void paintIcon(QPainter& painter, const QString& name, double size, QPointF middle, const QColor& color)
 {
     const double ratio = painter.device()->devicePixelRatioF();
-    const QPointF corner(std::round((middle.x() - size / 2) * ratio) / ratio, std::round((middle.y() - size / 2) * ratio) / ratio);
+    const QPointF corner(std::round((middle.x() - size / 2) * ratio) / ratio,
+                         std::round((middle.y() - size / 2) * ratio) / ratio);
     painter.drawPixmap(corner, iconPixmap(name, static_cast<int>(size), color, ratio));
 }
 
@@ -100,13 +101,14 @@ QString valueText(const KeyValue& value, Keyframe::AnimatableProperty property)
 
 bool hasMarkAt(const TimelineRow& row, double time)
 {
-    return std::ranges::any_of(row.marks, [&](const TimelineMark& mark) { return std::abs(mark.times.start - time) < atPlayhead; });
+    return std::ranges::any_of(row.marks,
+                               [&](const TimelineMark& mark) { return std::abs(mark.times.start - time) < atPlayhead; });
 }
 
 struct AggregateHead {
     const char* icon;
     const char* name;
-    QColor Theme::*color;
+    QColor Theme::* color;
 };
 AggregateHead aggregateHead(TimelineRow::Kind kind)
 {
@@ -141,7 +143,8 @@ void paintLayerHead(QPainter& painter, const TimelineBlock& block, const Timelin
     const Theme& t = theme();
     const double indent = indentOf(block), middle = row.top + rowHeight / 2;
     if (block.canFold)
-        paintIcon(painter, block.isFolded ? "chevron-right" : "chevron-down", chevronSize, chevronRect(block, row).center(), t.textSecondary);
+        paintIcon(painter, block.isFolded ? "chevron-right" : "chevron-down", chevronSize, chevronRect(block, row).center(),
+                  t.textSecondary);
     const double kindLeft = gutterIndent - 4 + chevronSize + gutterGap + indent;
     paintIcon(painter, kindIcon(block.layer->kind), kindSize, {kindLeft + kindSize / 2, middle}, t.textSecondary);
     const bool showsPin = block.isPinned || isHovered;
@@ -164,8 +167,8 @@ void paintPropertyHead(QPainter& painter, const TimelineRow& row, double indent,
     painter.setFont(textFont(TextStyle::gutter));
     const QString value = valueText(Interpolation::fieldValue(at.resolved, row.property), row.property);
     const double valueWidth = std::min(tabularWidth(painter.font(), value), 72.0);
-    paintGutterText(painter, text(displayName(row.property)), propertyIndent + indent, valueRight - valueWidth - gutterGap, row.top,
-                    theme().textSecondary);
+    paintGutterText(painter, text(displayName(row.property)), propertyIndent + indent, valueRight - valueWidth - gutterGap,
+                    row.top, theme().textSecondary);
     paintTabular(painter, QRectF(valueRight - valueWidth, row.top, valueWidth, rowHeight), Qt::AlignRight,
                  QFontMetricsF(painter.font()).elidedText(value, Qt::ElideRight, valueWidth + 2));
     paintDiamond(painter, diamondRect(row).center(), hasMarkAt(row, playhead));
@@ -206,7 +209,9 @@ void paintGutter(QPainter& painter, const TimelineLayout& layout, double playhea
         painter.setFont(textFont(TextStyle::gutter));
         switch (row.kind) {
         case TimelineRow::Kind::spans: paintLayerHead(painter, block, row, hover.block == &block); break;
-        case TimelineRow::Kind::videoClip: paintGutterText(painter, "Clip", left, valueRight, row.top, theme().textSecondary); break;
+        case TimelineRow::Kind::videoClip:
+            paintGutterText(painter, "Clip", left, valueRight, row.top, theme().textSecondary);
+            break;
         case TimelineRow::Kind::pulses:
             paintGutterText(painter, "Pulses", left, valueRight, row.top, theme().textSecondary);
             if (hover.row == &row) paintIcon(painter, "plus", kindSize, addRect(row).center(), theme().textSecondary);
@@ -295,7 +300,8 @@ void paintMarquee(QPainter& painter, const QRectF& box)
     painter.fillRect(box, theme().marqueeFill);
     painter.setPen(QPen(theme().selectionOutline, 1));
     painter.setBrush(Qt::NoBrush);
-    painter.drawRect(QRectF(std::round(box.left()) + 0.5, std::round(box.top()) + 0.5, std::round(box.width()), std::round(box.height())));
+    painter.drawRect(
+        QRectF(std::round(box.left()) + 0.5, std::round(box.top()) + 0.5, std::round(box.width()), std::round(box.height())));
 }
 
 void paintRipplePill(QPainter& painter, RippleSide side, QPointF center, bool isOn)
@@ -337,7 +343,8 @@ void paintMinimap(QPainter& painter, const TimelineLayout& layout, const QRectF&
         QColor color = row.kind == TimelineRow::Kind::spans ? t.span : t.clip;
         color.setAlphaF(0.75f);
         for (const TimelineMark& mark : row.marks) {
-            const double y = rect.top() + minimapFirstBar + minimapBarPitch * static_cast<double>((lane + mark.lane) % minimapLanes);
+            const double y =
+                rect.top() + minimapFirstBar + minimapBarPitch * static_cast<double>((lane + mark.lane) % minimapLanes);
             const double left = whole.x(mark.times.start);
             painter.fillRect(QRectF(left, y, std::max(whole.x(mark.times.end) - left, 1.0), 2), color);
         }

@@ -19,7 +19,8 @@ namespace TimelinePainting {
 void paintTracks(QPainter& painter, const TimelineLayout& layout, const TimelineSelection& selection, const QRectF& seen);
 
 /// A bar with the pointer over it: brighter, with a grip at the edge that a press would trim.
-void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const TimelineLayout::Hit& hit, const TimelineSelection& selection);
+void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const TimelineLayout::Hit& hit,
+                     const TimelineSelection& selection);
 
 /// What the pointer is over in the gutter.
 struct GutterHover {

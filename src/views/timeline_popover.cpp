@@ -36,10 +36,12 @@ void TimelinePopover::show(const TweenScene& scene, const std::vector<OverlapGro
     lines_.clear();
     const auto addPart = [&](const OverlapGroup& group, const std::vector<AggregateLayerPopover::Entry>& entries) {
         const QString times = group.start == group.end ? seconds(group.start) : seconds(group.start) + " – " + seconds(group.end);
-        lines_.push_back({Line::Kind::head, {}, entries.size() == 1 ? QString("1 layer") : QString("%1 layers").arg(entries.size()), times});
+        lines_.push_back(
+            {Line::Kind::head, {}, entries.size() == 1 ? QString("1 layer") : QString("%1 layers").arg(entries.size()), times});
         for (const AggregateLayerPopover::Entry& entry : entries) {
             const Layer* layer = findLayer(scene, entry.layerID);
-            lines_.push_back({Line::Kind::layer, layer ? kindIcon(layer->kind) : QString(), QString::fromStdString(entry.name), {}});
+            lines_.push_back(
+                {Line::Kind::layer, layer ? kindIcon(layer->kind) : QString(), QString::fromStdString(entry.name), {}});
         }
     };
     if (list.isGrouped())
@@ -69,7 +71,8 @@ void TimelinePopover::paintEvent(QPaintEvent*)
     const QRectF box(0.5, 0.5, width() - 1, height() - tipHeight - 1);
     QPainterPath shape, tip;
     shape.addRoundedRect(box, 8, 8);
-    tip.addPolygon(QPolygonF{QPointF(tipX_ - tipHeight, box.bottom()), QPointF(tipX_ + tipHeight, box.bottom()), QPointF(tipX_, box.bottom() + tipHeight)});
+    tip.addPolygon(QPolygonF{QPointF(tipX_ - tipHeight, box.bottom()), QPointF(tipX_ + tipHeight, box.bottom()),
+                             QPointF(tipX_, box.bottom() + tipHeight)});
     painter.setPen(t.hairlineStrong);
     painter.setBrush(t.raised);
     painter.drawPath(shape.united(tip));
@@ -81,7 +84,8 @@ void TimelinePopover::paintEvent(QPaintEvent*)
         painter.setFont(textFont(isHead ? TextStyle::section : TextStyle::body));
         painter.setPen(line.kind == Line::Kind::more ? t.textSecondary : t.text);
         const double left = line.icon.isEmpty() ? 0 : 24;
-        if (left > 0) painter.drawPixmap(QPointF(row.left(), y + 5), iconPixmap(line.icon, 16, t.textSecondary, devicePixelRatioF()));
+        if (left > 0)
+            painter.drawPixmap(QPointF(row.left(), y + 5), iconPixmap(line.icon, 16, t.textSecondary, devicePixelRatioF()));
         const double room = row.width() - left - (isHead ? 110 : 0);
         painter.drawText(row.adjusted(left, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
                          QFontMetricsF(painter.font()).elidedText(line.words, Qt::ElideRight, room));

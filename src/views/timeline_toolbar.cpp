@@ -48,7 +48,8 @@ public:
         if (words == text()) return;
         setText(words);
         setAccessibleDescription(words);
-        setFixedWidth(static_cast<int>(std::ceil(QFontMetricsF(textFont(TextStyle::body)).horizontalAdvance(words))) + 8 + 4 + 12 + 6);
+        setFixedWidth(static_cast<int>(std::ceil(QFontMetricsF(textFont(TextStyle::body)).horizontalAdvance(words))) + 8 + 4 +
+                      12 + 6);
     }
 
 protected:
@@ -69,7 +70,8 @@ protected:
         painter.drawPixmap(width() - 18 + (look_ == Look::icon ? 5 : 0) - (look_ == Look::icon ? 3 : 0), middle - 6,
                            iconPixmap("chevron-down", 12, t.textSecondary, ratio));
         if (look_ == Look::icon) {
-            painter.drawPixmap(5, middle - 8, iconPixmap(property("iconName").toString(), 16, isHovered ? t.text : t.icon, ratio));
+            painter.drawPixmap(5, middle - 8,
+                               iconPixmap(property("iconName").toString(), 16, isHovered ? t.text : t.icon, ratio));
         } else {
             painter.setFont(textFont(TextStyle::body));
             painter.setPen(t.text);
@@ -107,8 +109,10 @@ struct GridLook {
     PlayheadSnapMode mode;
     const char* words;
 };
-constexpr GridLook grids[] = {{PlayheadSnapMode::frame, "Frame"},    {PlayheadSnapMode::sec010, "0.10 s"},
-                              {PlayheadSnapMode::sec025, "0.25 s"}, {PlayheadSnapMode::sec050, "0.50 s"},
+constexpr GridLook grids[] = {{PlayheadSnapMode::frame, "Frame"},
+                              {PlayheadSnapMode::sec010, "0.10 s"},
+                              {PlayheadSnapMode::sec025, "0.25 s"},
+                              {PlayheadSnapMode::sec050, "0.50 s"},
                               {PlayheadSnapMode::sec100, "1.00 s"}};
 
 void checkAction(QMenu& menu, qsizetype chosen)
@@ -206,7 +210,8 @@ QToolButton* TimelineToolbar::playModeButton()
     for (const PlayModeLook& look : playModes) {
         QAction* action = playMode_->menu()->addAction(look.words);
         action->setCheckable(true);
-        connect(action, &QAction::triggered, this, [this, mode = look.mode] { chooseSetting(DefaultsKey::playMode, playModeName(mode)); });
+        connect(action, &QAction::triggered, this,
+                [this, mode = look.mode] { chooseSetting(DefaultsKey::playMode, playModeName(mode)); });
     }
     return playMode_;
 }
@@ -217,7 +222,8 @@ QToolButton* TimelineToolbar::scopeButton()
     for (const EnumCase<RippleScope>& scope : EnumTable<RippleScope>::cases) {
         QAction* action = scope_->menu()->addAction(text(scope.label));
         action->setCheckable(true);
-        connect(action, &QAction::triggered, this, [this, value = scope.fileValue] { chooseSetting(DefaultsKey::rippleScope, value); });
+        connect(action, &QAction::triggered, this,
+                [this, value = scope.fileValue] { chooseSetting(DefaultsKey::rippleScope, value); });
     }
     return scope_;
 }

@@ -138,7 +138,8 @@ QBrush waitHatch(double ratio)
         painter.setPen(Qt::NoPen);
         painter.setBrush(mixed(t.wait, t.waitFill, 0.55));
         for (double x = -side; x < 2 * side; x += between)
-            painter.drawPolygon(QPolygonF{QPointF(x, side), QPointF(x + stripe, side), QPointF(x + side + stripe, 0), QPointF(x + side, 0)});
+            painter.drawPolygon(
+                QPolygonF{QPointF(x, side), QPointF(x + stripe, side), QPointF(x + side + stripe, 0), QPointF(x + side, 0)});
         painter.end();
         found = known.emplace(key, tile).first;
     }
@@ -155,7 +156,10 @@ struct Canvas {
     QRectF seen;
 
     double x(double time) const { return layout.mapping().x(time); }
-    bool isSeen(double left, double right) const { return right >= seen.left() - farOutside && left <= seen.right() + farOutside; }
+    bool isSeen(double left, double right) const
+    {
+        return right >= seen.left() - farOutside && left <= seen.right() + farOutside;
+    }
 };
 
 QColor laneColor(const TimelineBlock& block)
@@ -221,9 +225,12 @@ void paintSpanEffects(const Canvas& canvas, const TimeSpan& span, const QRectF& 
     const double left = canvas.x(span.start), right = canvas.x(span.end);
     const double inEnd = canvas.x(span.start + wedges.in), outStart = canvas.x(span.end - wedges.out);
     QPainter& painter = canvas.painter;
-    if (wedges.in > 0) paintWedge(painter, {QPointF(left, bar.bottom()), QPointF(inEnd, bar.top()), QPointF(inEnd, bar.bottom())}, bar, colors.effect);
+    if (wedges.in > 0)
+        paintWedge(painter, {QPointF(left, bar.bottom()), QPointF(inEnd, bar.top()), QPointF(inEnd, bar.bottom())}, bar,
+                   colors.effect);
     if (wedges.out > 0)
-        paintWedge(painter, {QPointF(outStart, bar.top()), QPointF(right, bar.bottom()), QPointF(outStart, bar.bottom())}, bar, colors.effect);
+        paintWedge(painter, {QPointF(outStart, bar.top()), QPointF(right, bar.bottom()), QPointF(outStart, bar.bottom())}, bar,
+                   colors.effect);
 
     painter.setFont(textFont(TextStyle::barLabel));
     painter.setPen(colors.text);
@@ -236,7 +243,8 @@ void paintSpanEffects(const Canvas& canvas, const TimeSpan& span, const QRectF& 
         room -= metrics.horizontalAdvance(name) + labelGap;
     }
     if (!wedges.outName.isEmpty() && room >= leastLabelRoom)
-        painter.drawText(between, Qt::AlignRight | Qt::AlignVCenter, metrics.elidedText(wedges.outName, Qt::ElideRight, room - labelGap));
+        painter.drawText(between, Qt::AlignRight | Qt::AlignVCenter,
+                         metrics.elidedText(wedges.outName, Qt::ElideRight, room - labelGap));
     painter.setPen(Qt::NoPen);
 }
 
@@ -256,7 +264,8 @@ void paintFilm(const Canvas& canvas, const QString& name, const QRectF& bar, con
     if (room.width() < leastLabelRoom - 2 * clipTextIndent) return;
     painter.setFont(textFont(TextStyle::barLabel));
     painter.setPen(colors.text);
-    painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter, QFontMetricsF(painter.font()).elidedText(name, Qt::ElideRight, room.width()));
+    painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter,
+                     QFontMetricsF(painter.font()).elidedText(name, Qt::ElideRight, room.width()));
     painter.setPen(Qt::NoPen);
 }
 
@@ -266,7 +275,8 @@ const Layer* layerOf(const Canvas& canvas, const TimelineRow& row, const Timelin
 }
 
 /// Of how many layers the bar of an aggregate row is, or of which one.
-void paintGroupName(const Canvas& canvas, const TimelineRow& row, const TimelineMark& mark, const QRectF& bar, const QColor& color)
+void paintGroupName(const Canvas& canvas, const TimelineRow& row, const TimelineMark& mark, const QRectF& bar,
+                    const QColor& color)
 {
     const QRectF seenBar = bar.intersected(QRectF(trackLeft, bar.top(), canvas.seen.right() - trackLeft, bar.height()));
     if (seenBar.width() < leastLabelRoom) return;
@@ -276,7 +286,8 @@ void paintGroupName(const Canvas& canvas, const TimelineRow& row, const Timeline
     QPainter& painter = canvas.painter;
     painter.setFont(textFont(TextStyle::barLabel));
     painter.setPen(color);
-    painter.drawText(seenBar, Qt::AlignCenter, QFontMetricsF(painter.font()).elidedText(words, Qt::ElideRight, seenBar.width() - 2 * labelGap));
+    painter.drawText(seenBar, Qt::AlignCenter,
+                     QFontMetricsF(painter.font()).elidedText(words, Qt::ElideRight, seenBar.width() - 2 * labelGap));
     painter.setPen(Qt::NoPen);
 }
 
@@ -316,8 +327,10 @@ void paintJoiningLines(const Canvas& canvas, const TimelineRow& row)
     for (std::size_t i = 0; i + 1 < row.marks.size(); ++i) {
         const TimelineMark &mark = row.marks[i], &next = row.marks[i + 1];
         const double left = canvas.x(mark.times.end), right = canvas.x(next.times.start);
-        if (right <= left || !canvas.isSeen(left, right) || keyframes[mark.position].value == keyframes[next.position].value) continue;
-        const double from = std::max(left, canvas.seen.left() - farOutside), to = std::min(right, canvas.seen.right() + farOutside);
+        if (right <= left || !canvas.isSeen(left, right) || keyframes[mark.position].value == keyframes[next.position].value)
+            continue;
+        const double from = std::max(left, canvas.seen.left() - farOutside),
+                     to = std::min(right, canvas.seen.right() + farOutside);
         canvas.painter.fillRect(QRectF(from, row.top + rowHeight / 2 - 1, to - from, 1), theme().keyframeLine);
     }
 }
@@ -338,7 +351,8 @@ void paintWaitTail(const Canvas& canvas, const TimelineRow& row, const TimelineM
         canvas.painter.setPen(Qt::NoPen);
     }
     canvas.painter.setBrush(theme().wait);
-    canvas.painter.drawRoundedRect(QRectF(right - waitHandleWidth, middle - waitHandleHeight / 2, waitHandleWidth, waitHandleHeight), 1, 1);
+    canvas.painter.drawRoundedRect(
+        QRectF(right - waitHandleWidth, middle - waitHandleHeight / 2, waitHandleWidth, waitHandleHeight), 1, 1);
 }
 
 /// How many items a marker stands for, at its upper right.
@@ -376,7 +390,8 @@ void paintKeyframes(const Canvas& canvas, const TimelineRow& row, const QColor& 
         for (const TimelineMark& mark : row.marks) paintWaitTail(canvas, row, mark, hatch);
     }
     walkMarkers(canvas, row, [&](const TimelineMark&, double x, bool isChosen) {
-        paintSprite(canvas.painter, {isChosen ? Sprite::Kind::selectedDiamond : Sprite::Kind::diamond, lane}, x, row.top + rowHeight / 2);
+        paintSprite(canvas.painter, {isChosen ? Sprite::Kind::selectedDiamond : Sprite::Kind::diamond, lane}, x,
+                    row.top + rowHeight / 2);
     });
     if (row.layer) return;
     std::vector<double> middles;
@@ -408,7 +423,8 @@ void paintPulses(const Canvas& canvas, const TimelineRow& row, const QColor& lan
         const double left = x + pulseTextGap + (mark.members.size() > 1 ? 6 : 0);
         if (i < middles.size() && middles[i] - pulseSize < left + textWidth) return;
         painter.setPen(theme().textSecondary);
-        paintTabular(painter, QRectF(left, row.top, textWidth, rowHeight), Qt::AlignLeft, QString::number(mark.times.start, 'f', 2) + "s");
+        paintTabular(painter, QRectF(left, row.top, textWidth, rowHeight), Qt::AlignLeft,
+                     QString::number(mark.times.start, 'f', 2) + "s");
         painter.setPen(Qt::NoPen);
     });
     painter.setPen(Qt::NoPen);
@@ -426,10 +442,12 @@ void paintLanes(const Canvas& canvas)
     const TrackMapping& mapping = canvas.layout.mapping();
     if (mapping.isUsable())
         for (const double time : TimeTickRail::ticks(mapping.width, {mapping.start, mapping.visibleSeconds}))
-            painter.fillRect(QRectF(std::round(mapping.x(time)), canvas.seen.top(), 1, canvas.seen.height()), withAlpha(t.hairline, gridAlpha));
+            painter.fillRect(QRectF(std::round(mapping.x(time)), canvas.seen.top(), 1, canvas.seen.height()),
+                             withAlpha(t.hairline, gridAlpha));
     const bool lineBelowLast = !canvas.layout.isAggregate();
     for (const TimelineBlock& block : blocks)
-        if (lineBelowLast || &block != &canvas.layout.blocks().back()) painter.fillRect(QRectF(left, block.bottom, width, 1), t.hairline);
+        if (lineBelowLast || &block != &canvas.layout.blocks().back())
+            painter.fillRect(QRectF(left, block.bottom, width, 1), t.hairline);
 }
 
 } // namespace
@@ -458,7 +476,8 @@ void paintTracks(QPainter& painter, const TimelineLayout& layout, const Timeline
     painter.restore();
 }
 
-void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const TimelineLayout::Hit& hit, const TimelineSelection& selection)
+void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const TimelineLayout::Hit& hit,
+                     const TimelineSelection& selection)
 {
     const QRectF seen(0, hit.row->top, layout.containerWidth() + rightMargin, hit.row->bottom() - hit.row->top);
     const Canvas canvas{painter, layout, selection, seen};
@@ -472,7 +491,8 @@ void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const Time
         const double inset = SpansTrack::edgeHandleWidth / 2;
         const double x = hit.handle == DragHandle::leftEdge ? edge + inset : edge - inset;
         painter.setBrush(barColors(hit.row->kind).text);
-        painter.drawRoundedRect(QRectF(x - gripWidth / 2, hit.row->laneTop(*hit.mark) + (rowHeight - gripHeight) / 2, gripWidth, gripHeight), 1, 1);
+        painter.drawRoundedRect(
+            QRectF(x - gripWidth / 2, hit.row->laneTop(*hit.mark) + (rowHeight - gripHeight) / 2, gripWidth, gripHeight), 1, 1);
     }
     painter.restore();
 }

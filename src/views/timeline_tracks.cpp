@@ -74,9 +74,7 @@ std::vector<OverlapGroup> layersBehind(const TweenScene& scene, const TimelineLa
 } // namespace
 
 TimelineTracks::TimelineTracks(EditorContext context, QWidget* parent)
-    : QWidget(parent),
-      context_(std::move(context)),
-      scrollBar_(new QScrollBar(Qt::Vertical, this))
+    : QWidget(parent), context_(std::move(context)), scrollBar_(new QScrollBar(Qt::Vertical, this))
 {
     setObjectName("timelineTracks");
     setAccessibleName("Timeline rows");
@@ -240,7 +238,8 @@ void TimelineTracks::paintEvent(QPaintEvent*)
     paintGutter(painter, layout_, state.playhead, hovered, seen);
     if (!context_.editor.areRippleHandlesHidden())
         for (const Pill& pill : pills_) {
-            const BooleanKey& key = pill.side == RippleSide::before ? DefaultsKey::ripplePushBefore : DefaultsKey::ripplePushAfter;
+            const BooleanKey& key =
+                pill.side == RippleSide::before ? DefaultsKey::ripplePushBefore : DefaultsKey::ripplePushAfter;
             paintRipplePill(painter, pill.side, pill.center, context_.editor.defaults().boolean(key));
         }
     if (marquee_) paintMarquee(painter, box(marquee_->from, marquee_->to));
@@ -260,7 +259,8 @@ void TimelineTracks::scrub(QPointF position, Modifiers modifiers)
 {
     const TweenScene& scene = layout_.scene();
     const TrackMapping& mapping = layout_.mapping();
-    const double time = TimeTickRail::time(position.x() - mapping.left, mapping.width, {mapping.start, mapping.visibleSeconds}, scene.duration);
+    const double time =
+        TimeTickRail::time(position.x() - mapping.left, mapping.width, {mapping.start, mapping.visibleSeconds}, scene.duration);
     context_.editor.setPlayhead(scrubbedPlayhead(time, SnapSettings::of(context_.editor.defaults()).grid, scene, modifiers));
     context_.changed();
 }
@@ -332,7 +332,8 @@ void TimelineTracks::mousePressEvent(QMouseEvent* event)
         if (!whole.isUsable() || at.x() < gutterDivider) return;
         held_ = Held::viewport;
         const QRectF frame = TimelinePainting::minimapFrame(layout_, strip);
-        if (at.x() < frame.left() || at.x() > frame.right()) context_.editor.scrollTimeline(whole.seconds(at.x() - frame.center().x()));
+        if (at.x() < frame.left() || at.x() > frame.right())
+            context_.editor.scrollTimeline(whole.seconds(at.x() - frame.center().x()));
         pressedViewportStart_ = activeViewport(context_.editor.state()).value_or(TimelineViewport{}).start;
         return context_.changed();
     }
@@ -371,7 +372,8 @@ void TimelineTracks::updateMarquee()
 {
     const std::optional<std::span<const UUID>> layers =
         layout_.isAggregate() ? std::nullopt : std::optional(layout_.shownLayers());
-    context_.editor.updateMarquee(marquee_->to, layers, layout_.bands(), leftGutter, layout_.containerWidth(), marquee_->modifiers);
+    context_.editor.updateMarquee(marquee_->to, layers, layout_.bands(), leftGutter, layout_.containerWidth(),
+                                  marquee_->modifiers);
 }
 
 void TimelineTracks::dragViewport(QPointF position)
@@ -517,7 +519,8 @@ void TimelineTracks::contextMenuEvent(QContextMenuEvent* event)
     if (const std::optional<TimelineLayout::Hit> hit = layout_.hit(point)) {
         place.members = hit->members();
         const TimelineSelection& selection = context_.editor.state().timelineSelection;
-        const bool isChosen = std::ranges::all_of(place.members, [&](const TimelineItemRef& ref) { return selection.contains(ref); });
+        const bool isChosen =
+            std::ranges::all_of(place.members, [&](const TimelineItemRef& ref) { return selection.contains(ref); });
         if (!isChosen) tap(place.members, {});
     }
     QMenu menu(this);
@@ -534,7 +537,8 @@ void TimelineTracks::tap(const std::vector<TimelineItemRef>& members, Modifiers 
 
 bool TimelineTracks::event(QEvent* event)
 {
-    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && held_ != Held::nothing) {
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape &&
+        held_ != Held::nothing) {
         event->accept();
         return true;
     }
@@ -571,8 +575,10 @@ QString TimelineTracks::helpAt(QPointF position) const
     const double playhead = context_.editor.state().playhead;
     if (row->kind == TimelineRow::Kind::spans) {
         if (pinRect(*row).contains(at)) return block.isPinned ? "Unpin from Timeline" : "Pin to Timeline";
-        const bool isInside = std::ranges::any_of(row->layer->spans, [&](const TimeSpan& span) { return span.contains(playhead); });
-        if (addRect(*row).contains(at)) return isInside ? text(SpansTrack::playheadInsideHelp) : QString("Add visibility span at playhead");
+        const bool isInside =
+            std::ranges::any_of(row->layer->spans, [&](const TimeSpan& span) { return span.contains(playhead); });
+        if (addRect(*row).contains(at))
+            return isInside ? text(SpansTrack::playheadInsideHelp) : QString("Add visibility span at playhead");
         return QString::fromStdString(row->layer->name.string());
     }
     if (row->kind == TimelineRow::Kind::pulses && addRect(*row).contains(at)) return text(PulsesTrack::addHelp);
@@ -584,8 +590,8 @@ QString TimelineTracks::helpAt(QPointF position) const
 void TimelineTracks::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape && held_ != Held::nothing) return cancel();
-    if (held_ == Held::nothing && !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier))
-        && stepSelection(event->key(), asModifiers(event->modifiers())))
+    if (held_ == Held::nothing && !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) &&
+        stepSelection(event->key(), asModifiers(event->modifiers())))
         return;
     QWidget::keyPressEvent(event);
 }
@@ -619,13 +625,15 @@ bool TimelineTracks::stepSelection(int key, Modifiers modifiers)
         for (std::ptrdiff_t i = (row - rows.data()) + down; i >= 0 && i < std::ssize(rows) && !to; i += down) {
             row = &rows[static_cast<std::size_t>(i)];
             for (const TimelineMark& mark : row->marks)
-                if (!to || std::abs(mark.times.start - from->times.start) < std::abs(to->times.start - from->times.start)) to = &mark;
+                if (!to || std::abs(mark.times.start - from->times.start) < std::abs(to->times.start - from->times.start))
+                    to = &mark;
         }
     }
     if (!to) return true;
     const double top = row->laneTop(*to), seen = bodyBottom() - railHeight;
     if (top < scrolled()) scrollBar_->setValue(static_cast<int>(top - blockMargin));
-    if (top + rowHeight > scrolled() + seen) scrollBar_->setValue(static_cast<int>(std::ceil(top + rowHeight + blockMargin - seen)));
+    if (top + rowHeight > scrolled() + seen)
+        scrollBar_->setValue(static_cast<int>(std::ceil(top + rowHeight + blockMargin - seen)));
     tap(std::vector(to->members), modifiers);
     return true;
 }

@@ -85,17 +85,21 @@ void TrimPreview::work()
         }
         if (next.path != std::exchange(path, next.path)) film.reset();
         if (path.empty()) continue;
-        if (!film) film = std::make_unique<ImageGenerator>(path, ImageGenerator::Settings{.appliesPreferredTrackTransform = true});
+        if (!film)
+            film = std::make_unique<ImageGenerator>(path, ImageGenerator::Settings{.appliesPreferredTrackTransform = true});
         const ImageRef image = film->copyImage(next.seconds);
         if (!image) continue;
         const QSize room = QSize(pictureWidth, pictureHeight) * next.pixelRatio;
         QImage picture = asQImage(*image).scaled(room, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         picture.setDevicePixelRatio(next.pixelRatio);
-        QMetaObject::invokeMethod(this, [this, picture = std::move(picture), path] {
-            if (path != state_.videoPath) return;
-            picture_ = picture;
-            update();
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [this, picture = std::move(picture), path] {
+                if (path != state_.videoPath) return;
+                picture_ = picture;
+                update();
+            },
+            Qt::QueuedConnection);
     }
 }
 

@@ -45,7 +45,8 @@ TweenScene makeScene()
     Layer first{.id = layerID};
     first.spans = {TimeSpan{.id = idOf(11), .start = 1, .end = 3}, TimeSpan{.id = idOf(12), .start = 5, .end = 6}};
     first.pulses = {Pulse{.id = idOf(13), .time = 4}};
-    first.keyframes = {Keyframe{.id = idOf(14), .time = 2, .value = 10.0, .wait = 1}, Keyframe{.id = idOf(15), .time = 8, .value = 20.0}};
+    first.keyframes = {Keyframe{.id = idOf(14), .time = 2, .value = 10.0, .wait = 1},
+                       Keyframe{.id = idOf(15), .time = 8, .value = 20.0}};
     Layer second{.id = otherID};
     second.spans = {TimeSpan{.id = idOf(21), .start = 1, .end = 3}};
     TweenScene scene{.id = idOf(100), .duration = 10};
@@ -121,8 +122,9 @@ TEST_F(TimelineViewTest, TheOuterSixPixelsOfASpanTrimIt)
         int x;
         ItemTimes expected;
     };
-    for (const Case& c : {Case{"the left edge", xOf(1) + 2, {1.5, 3}}, Case{"the last pixel of the left handle", xOf(1) + 5, {1.5, 3}},
-                          Case{"the right edge", xOf(3) - 2, {1, 3.5}}}) {
+    for (const Case& c :
+         {Case{"the left edge", xOf(1) + 2, {1.5, 3}}, Case{"the last pixel of the left handle", xOf(1) + 5, {1.5, 3}},
+          Case{"the right edge", xOf(3) - 2, {1, 3.5}}}) {
         SCOPED_TRACE(c.where);
         showLayer();
         hand().press({c.x, spansY}).moveBy(50).release();
@@ -266,7 +268,7 @@ TEST_F(TimelineViewTest, TheMinimapScrollsTheZoomedTimeline)
     hand().press({xOf(1), y}).moveBy(200).release(); // The frame shows 0 to 2.5 seconds of the 10.
     EXPECT_NEAR(activeViewport(state())->start, 2, 1e-9);
     hand().press({xOf(3), 52}).release();
-    EXPECT_NEAR(state().playhead, 2 + 1 / 400.0 * 300 , 0.01) << "400 pixels are a second now";
+    EXPECT_NEAR(state().playhead, 2 + 1 / 400.0 * 300, 0.01) << "400 pixels are a second now";
 }
 
 TEST_F(TimelineViewTest, ArrowsWalkTheItems)
@@ -289,8 +291,9 @@ TEST_F(TimelineViewTest, TheButtonsAskTheWindowForTheirCommands)
         const char* name;
         Command command;
     };
-    for (const Case& c : {Case{"Rewind", Command::rewind}, Case{"Step Back One Frame", Command::stepBack},
-                          Case{"Step Forward One Frame", Command::stepForward}, Case{"Add Keyframe at Playhead", Command::addKeyframe}}) {
+    for (const Case& c :
+         {Case{"Rewind", Command::rewind}, Case{"Step Back One Frame", Command::stepBack},
+          Case{"Step Forward One Frame", Command::stepForward}, Case{"Add Keyframe at Playhead", Command::addKeyframe}}) {
         SCOPED_TRACE(c.name);
         editor_.performed.clear();
         for (QToolButton* button : view_.findChildren<QToolButton*>())
@@ -310,7 +313,8 @@ TweenScene makeLargeScene()
     TweenScene scene{.id = idOf(100), .duration = 60};
     for (std::uint64_t i = 0; i < 500; ++i) {
         Layer layer{.id = idOf(1000 + i)};
-        layer.spans = {TimeSpan{.id = idOf(5000 + i), .start = static_cast<double>(i) * 0.05, .end = 40 + static_cast<double>(i) * 0.03}};
+        layer.spans = {
+            TimeSpan{.id = idOf(5000 + i), .start = static_cast<double>(i) * 0.05, .end = 40 + static_cast<double>(i) * 0.03}};
         for (std::uint64_t k = 0; k < 20; ++k)
             layer.keyframes.append(Keyframe{.id = idOf(10'000 + 20 * i + k),
                                             .property = k % 2 ? Keyframe::AnimatableProperty::x : Keyframe::AnimatableProperty::y,
@@ -332,7 +336,8 @@ protected:
         QImage image(view_.size(), QImage::Format_ARGB32_Premultiplied);
         double fastest = 1e9;
         for (int i = 0; i < 7; ++i) {
-            editor().selectTimelineItems(i % 2 ? TimelineSelection{TimelineItemRef::keyframe(idOf(1000), idOf(10'000))} : TimelineSelection{});
+            editor().selectTimelineItems(i % 2 ? TimelineSelection{TimelineItemRef::keyframe(idOf(1000), idOf(10'000))}
+                                               : TimelineSelection{});
             view_.refresh();
             QElapsedTimer clock;
             clock.start();
