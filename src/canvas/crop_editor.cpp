@@ -179,7 +179,8 @@ std::optional<CropHandle> CropEditorOverlay::handleAt(CGPoint point) const
     for (const CropHandle handle : edgeHandles) {
         const CGPoint middle = handlePoint(handle);
         const double distance = std::hypot(point.x - middle.x, point.y - middle.y);
-        if (nearest ? distance >= least : !(distance <= least)) continue;
+        const bool isNearer = nearest ? distance < least : distance <= least;
+        if (!isNearer) continue;
         nearest = handle;
         least = distance;
     }

@@ -64,7 +64,8 @@ private:
                                           .recents = workspace_.recents,
                                           .tasks = workspace_.background.tasks(),
                                           .openUntitledDocument = [this] { openNew(); },
-                                          .openDocument = [this](const std::string& path) { return open(QString::fromStdString(path)); },
+                                          .openDocument =
+                                              [this](const std::string& path) { return open(QString::fromStdString(path)); },
                                           .askForDocument = [this] {
                                               return QFileDialog::getOpenFileName(welcome_, "Open", {}, fileFilter);
                                           }});

@@ -1,6 +1,8 @@
 #include "views/editor_window.h"
 
 #include "canvas/layer_upkeep.h"
+#include "export/media_beside.h"
+#include "platform/file_url.h"
 #include "shell/panels.h"
 #include "views/canvas_view.h"
 #include "views/controls.h"
@@ -12,6 +14,7 @@
 #include "views/scene_strip_view.h"
 #include "views/theme.h"
 #include "views/timeline_view.h"
+#include "views/toast.h"
 
 #include <QApplication>
 #include <QBoxLayout>
@@ -93,8 +96,9 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     playback_ = std::make_unique<Playback>(*editor_, timers_, audio_);
     receiver_ = std::make_unique<EditorCommandReceiver>(
         workspace_.center,
-        FocusedNotificationReceive::Environment{.controlActive = [this] { return !QApplication::activeModalWidget() && !exports_->isOpen(); },
-                                                .envInstanceID = instanceID_},
+        FocusedNotificationReceive::Environment{
+            .controlActive = [this] { return !QApplication::activeModalWidget() && !exports_->isOpen(); },
+            .envInstanceID = instanceID_},
         workspace_.registry, [this](Command command, const Notification& notification) {
             const LayerInsertion* insertion = notification.as<LayerInsertion>();
             receive(command, insertion ? *insertion : LayerInsertion{});
@@ -104,7 +108,8 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
                                     .tasks = workspace_.background.tasks(),
                                     .document = [this] { return editor_->state().document; },
                                     .documentName = [this] { return file_.displayName(); },
-                                    .documentFolder = [this] { return std::filesystem::path(file_.path()).parent_path().string(); },
+                                    .documentFolder =
+                                        [this] { return std::filesystem::path(file_.path()).parent_path().string(); },
                                     .sheetsChanged = [this] { refresh(); }});
     buildLayout();
     buildMenus();
@@ -117,6 +122,7 @@ void EditorWindow::buildLayout()
 {
     const EditorContext context{*editor_, *playback_, [this] { refresh(); }, [this](Command command) { perform(command); }};
     canvas_ = new CanvasView(context, this);
+    toast_ = new Toast(canvas_, [this] { return editor_->rippleToastMessage(); });
     layers_ = new LayerPanelView(context, this);
     inspector_ = new InspectorView(context, this);
     timeline_ = new TimelineView(context, this);
@@ -258,9 +264,23 @@ void EditorWindow::performInWindow(Command command)
     }
 }
 
+void EditorWindow::syncDocumentAudio()
+{
+    const std::optional<DocumentAudio>& audio = editor_->state().document.audio;
+    if (std::exchange(isSoundSynced_, true) && syncedAudio_ == audio) return;
+    syncedAudio_ = audio;
+    TweenDocument sound;
+    sound.audio = audio;
+    audio_.sync(withMediaBeside(sound, file_.path()).audio, [](const DocumentAudio& found) -> std::optional<std::string> {
+        const std::string path = pathFromURLOrPath(found.urlString);
+        return Exporter::fileExists(path) ? std::optional(path) : std::nullopt;
+    });
+}
+
 void EditorWindow::refresh()
 {
     showTitle();
+    syncDocumentAudio();
     const bool editsText = qobject_cast<QLineEdit*>(QApplication::focusWidget()) != nullptr;
     CommandContext context{.editsText = editsText};
     if (!exports_->isOpen()) context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
@@ -268,6 +288,7 @@ void EditorWindow::refresh()
     showPanels();
     zoom_->setText(QString("%1%").arg(static_cast<int>(canvas_->zoom() * 100)));
     canvas_->refresh();
+    toast_->refresh();
     layers_->refresh();
     inspector_->refresh();
     timeline_->refresh();

@@ -4,6 +4,7 @@
 #include "views/editor_context.h"
 #include "views/main_thread.h"
 #include "views/menus.h"
+#include "views/sink_audio_player.h"
 #include "views/workspace.h"
 
 #include <QMainWindow>
@@ -23,6 +24,7 @@ class InspectorView;
 class LayerPanelView;
 class SceneStripView;
 class TimelineView;
+class Toast;
 
 /// The window of one document.
 class EditorWindow final : public QMainWindow, private TextResponder {
@@ -65,18 +67,23 @@ private:
     bool write(const std::string& path);
     bool mayLoseChanges();
     void showTitle();
+    /// Has the sound of the document at hand, if its file is there.
+    void syncDocumentAudio();
 
     DocumentFile file_;
     Workspace& workspace_;
     UUID instanceID_ = UUID::random();
     EventLoopTimers timers_;
     std::unique_ptr<EditorView> editor_;
-    DocumentAudioController audio_{[](const std::string&) { return nullptr; }};
+    DocumentAudioController audio_{loadSinkAudioPlayer};
     std::unique_ptr<Playback> playback_;
     std::unique_ptr<EditorCommandReceiver> receiver_;
     std::unique_ptr<Menus> menus_;
     std::unique_ptr<ExportFlow> exports_;
     CanvasView* canvas_ = nullptr;
+    Toast* toast_ = nullptr;
+    std::optional<DocumentAudio> syncedAudio_; ///< The sound that was looked for last.
+    bool isSoundSynced_ = false;
     LayerPanelView* layers_ = nullptr;
     InspectorView* inspector_ = nullptr;
     TimelineView* timeline_ = nullptr;

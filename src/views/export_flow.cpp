@@ -52,16 +52,18 @@ void ExportFlow::goOn(const ExportSheetState& sheet)
 {
     const ExportSheetState chosen = sheet; // The sheet goes before the panel comes.
     closeQuestion();
-    run_.continueExport(chosen, services_.document(), services_.defaults, [this](const SavePanel& panel) { return askForPath(panel); });
+    run_.continueExport(chosen, services_.document(), services_.defaults,
+                        [this](const SavePanel& panel) { return askForPath(panel); });
 }
 
 std::optional<std::string> ExportFlow::askForPath(const SavePanel& panel) const
 {
     const std::string near = services_.documentFolder();
-    const QString folder = near.empty() ? QStandardPaths::writableLocation(QStandardPaths::MoviesLocation) : QString::fromStdString(near);
+    const QString folder =
+        near.empty() ? QStandardPaths::writableLocation(QStandardPaths::MoviesLocation) : QString::fromStdString(near);
     QFileDialog dialog(&window_, "Export MP4", folder);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setMimeTypeFilters({QString::fromUtf8(panel.allowedContentType.data(), static_cast<qsizetype>(panel.allowedContentType.size()))});
+    dialog.setNameFilter(panel.allowedContentType == "video/mp4" ? "MPEG-4 movies (*.mp4)" : "Movies (*)");
     dialog.setDefaultSuffix("mp4");
     dialog.setOption(QFileDialog::ReadOnly, !panel.canCreateDirectories);
     dialog.selectFile(QString::fromStdString(panel.nameFieldStringValue).replace('/', '-')); // A scene's name is no path.

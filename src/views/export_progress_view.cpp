@@ -23,6 +23,14 @@ constexpr QSize pictureSize(488, 274);
 constexpr double pictureRadius = 6;
 constexpr int barHeight = 6, badgeSide = 32, percentWidth = 36;
 
+/// The frame as large as it is shown. Small text stays readable, as every pixel counts.
+QImage scaled(const PixelBuffer& frame, double ratio)
+{
+    QImage image = seenInPlace(frame).scaled(pictureSize * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    image.setDevicePixelRatio(ratio);
+    return image;
+}
+
 /// The sign of a failure.
 class Badge final : public QWidget {
 public:
@@ -36,7 +44,8 @@ protected:
         painter.setPen(Qt::NoPen);
         painter.setBrush(theme().dangerSoft);
         painter.drawEllipse(rect());
-        painter.drawPixmap((badgeSide - 16) / 2, (badgeSide - 16) / 2, iconPixmap("warning", 16, theme().dangerText, devicePixelRatioF()));
+        const QPixmap sign = iconPixmap("warning", 16, theme().dangerText, devicePixelRatioF());
+        painter.drawPixmap((badgeSide - 16) / 2, (badgeSide - 16) / 2, sign);
     }
 };
 
@@ -70,10 +79,10 @@ protected:
         corners.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), pictureRadius, pictureRadius);
         painter.fillPath(corners, t.backdrop);
         if (frame_) {
-            const QImage image = seenInPlace(*frame_);
-            const QSizeF size = QSizeF(image.size()).scaled(QSizeF(pictureSize), Qt::KeepAspectRatio);
+            const QImage image = scaled(*frame_, devicePixelRatioF());
+            const QSizeF size = image.deviceIndependentSize();
             painter.setClipPath(corners);
-            painter.drawImage(QRectF(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size), image);
+            painter.drawImage(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), image);
             painter.setClipping(false);
         }
         painter.setPen(t.hairlineStrong);

@@ -119,7 +119,8 @@ void ExportConfigSheet::buildForm()
     card()->layout()->addWidget(form_);
 
     scenes_ = new ChoiceField("Scenes", form_);
-    for (const ExportTargetChoice& choice : exportTargetChoices(state_.scenes)) scenes_->addItem(QString::fromStdString(choice.label));
+    for (const ExportTargetChoice& choice : exportTargetChoices(state_.scenes))
+        scenes_->addItem(QString::fromStdString(choice.label));
     addRow("Scenes", scenes_);
 
     auto* size = new QWidget(form_);
@@ -132,9 +133,7 @@ void ExportConfigSheet::buildForm()
     size_->setToolTip(sizeHelp);
     size_->setAccessibleDescription(sizeHelp);
     sizeColumn->addWidget(size_);
-    QLabel* help = label(sizeHelp, TextStyle::caption, LabelTone::secondary, size);
-    help->setWordWrap(true);
-    sizeColumn->addWidget(help);
+    sizeColumn->addWidget(paragraph(sizeHelp, TextStyle::caption, LabelTone::secondary, size));
     addRow("Size", size);
 
     blur_ = new ChoiceField("Motion Blur", form_);
@@ -184,9 +183,9 @@ void ExportConfigSheet::fill()
 {
     scenes_->setCurrentIndex(indexOf(exportTargetChoices(state_.scenes),
                                      [this](const ExportTargetChoice& choice) { return choice.target == state_.target; }));
-    size_->choose(indexOf(outputScaleChoices, [this](const OutputScaleChoice& choice) { return choice.scale == state_.outputScale; }));
+    size_->choose(indexOf(outputScaleChoices, [this](const auto& choice) { return choice.scale == state_.outputScale; }));
     blur_->setCurrentIndex(
-        indexOf(motionBlurChoices, [this](const MotionBlurChoice& choice) { return choice.samples == state_.motionBlurSamples; }));
+        indexOf(motionBlurChoices, [this](const auto& choice) { return choice.samples == state_.motionBlurSamples; }));
     audio_->setChecked(state_.includeAudio);
     filename_->setText(QString::fromStdString(state_.filename));
     showFilm();

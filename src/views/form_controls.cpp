@@ -7,7 +7,6 @@
 #include <QButtonGroup>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QRadioButton>
 #include <QStyleOption>
 #include <QWheelEvent>
 
@@ -35,27 +34,14 @@ void paintRing(QPainter& painter, const QRectF& rect, double radius, double widt
 }
 
 /// One of a row of choices.
-class Segment final : public QRadioButton {
+class Segment final : public OneOfSeveral {
 public:
-    Segment(const QString& words, QWidget* parent) : QRadioButton(words, parent)
-    {
-        setFont(textFont(TextStyle::body));
-        setAttribute(Qt::WA_Hover);
-        setFocusPolicy(Qt::StrongFocus);
-    }
+    Segment(const QString& words, QWidget* parent) : OneOfSeveral(words, parent) { setFont(textFont(TextStyle::body)); }
 
     QSize sizeHint() const override { return {fontMetrics().horizontalAdvance(text()) + 2 * textInset, 24}; }
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
-    bool hitButton(const QPoint& point) const override { return rect().contains(point); }
-
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return event->ignore();
-        QRadioButton::keyPressEvent(event);
-    }
-
     void paintEvent(QPaintEvent*) override
     {
         const Theme& t = theme();
@@ -108,6 +94,25 @@ void Switch::paintEvent(QPaintEvent*)
     const double left = isChecked() ? track.right() - knobInset - knob : track.left() + knobInset;
     painter.drawEllipse(QRectF(left, track.top() + knobInset, knob, knob));
     if (showsKeyboard(*this)) paintRing(painter, track.adjusted(-ringRoom, -ringRoom, ringRoom, ringRoom), radius + ringRoom, 2);
+}
+
+OneOfSeveral::OneOfSeveral(const QString& words, QWidget* parent) : QRadioButton(words, parent)
+{
+    setAttribute(Qt::WA_Hover);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+void OneOfSeveral::keyPressEvent(QKeyEvent* event)
+{
+    const bool isBack = event->key() == Qt::Key_Left || event->key() == Qt::Key_Up;
+    const bool isOn = event->key() == Qt::Key_Right || event->key() == Qt::Key_Down;
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return event->ignore();
+    if (!group() || !(isBack || isOn)) return QRadioButton::keyPressEvent(event);
+    const QList<QAbstractButton*> all = group()->buttons();
+    const qsizetype to = all.indexOf(this) + (isBack ? -1 : 1);
+    if (to < 0 || to >= all.size()) return;
+    all[to]->setChecked(true);
+    all[to]->setFocus(isBack ? Qt::BacktabFocusReason : Qt::TabFocusReason);
 }
 
 ChoiceField::ChoiceField(const QString& name, QWidget* parent, int height) : QComboBox(parent)
@@ -183,6 +188,16 @@ void SegmentedChoice::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(theme().field);
     painter.drawRoundedRect(rect(), fieldRadius + 2, fieldRadius + 2);
+}
+
+QLabel* paragraph(const QString& words, TextStyle style, LabelTone tone, QWidget* parent)
+{
+    QLabel* result = label({}, style, tone, parent);
+    result->setTextFormat(Qt::RichText);
+    result->setWordWrap(true);
+    const int lineHeight = result->font().pixelSize() + 5;
+    result->setText(QString("<p style=\"line-height: %1px; margin: 0\">%2</p>").arg(lineHeight).arg(words.toHtmlEscaped()));
+    return result;
 }
 
 QLineEdit* textField(const QString& name, QWidget* parent, int height)

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "views/controls.h"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QRadioButton>
 
 #include <functional>
 #include <vector>
@@ -38,6 +41,17 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
+/// One of several buttons of a QButtonGroup, of which one is on. Arrows go to the next one and turn it on; Tab knows the one that
+/// is on alone. Space is of no use then, and Return is left to the sheet around it.
+class OneOfSeveral : public QRadioButton {
+public:
+    OneOfSeveral(const QString& words, QWidget* parent);
+
+protected:
+    bool hitButton(const QPoint& point) const override { return rect().contains(point); }
+    void keyPressEvent(QKeyEvent* event) override;
+};
+
 /// A row of choices, all of which are seen. Tab enters at the one that is chosen, arrows go on from there.
 class SegmentedChoice final : public QWidget {
 public:
@@ -55,6 +69,9 @@ protected:
 private:
     QButtonGroup* group_;
 };
+
+/// Words that take several lines, with the line height that they have in dialogs.
+QLabel* paragraph(const QString& words, TextStyle style, LabelTone tone, QWidget* parent);
 
 /// A field of text, `height` pixels high.
 QLineEdit* textField(const QString& name, QWidget* parent, int height = 28);

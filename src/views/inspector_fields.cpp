@@ -211,7 +211,11 @@ void NumberField::stepBy(double steps)
 
 void NumberField::finish()
 {
-    if (std::exchange(isRefused_, false)) flashRefusal();
+    // What was refused leaves nothing behind, not even the digits before it that were a number.
+    if (std::exchange(isRefused_, false)) {
+        flashRefusal();
+        steps_.gate.exitCommand();
+    }
     steps_.gate.loseFocus();
     edit_->setText(shownText());
     edit_->setCursorPosition(0);
@@ -263,7 +267,6 @@ bool NumberField::eventFilter(QObject* watched, QEvent* event)
         QTimer::singleShot(0, edit_, [this] { if (edit_->hasFocus()) edit_->selectAll(); });
         break;
     case QEvent::FocusOut:
-        if (static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) QTimer::singleShot(0, this, [this] { place(); });
         if (static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) finish();
         break;
     case QEvent::Enter:
@@ -367,6 +370,9 @@ void ColorField::showColor(std::optional<QColor> color)
 
 void ColorField::showTexts()
 {
+    QPalette palette = hex_->palette();
+    palette.setColor(QPalette::Text, color_ ? theme().text : theme().textSecondary);
+    hex_->setPalette(palette);
     hex_->setText(color_ ? color_->name(QColor::HexRgb).mid(1).toUpper() : mixedWords());
     hex_->setCursorPosition(0);
     alpha_->setText(color_ ? QString("%1 %").arg(qRound(color_->alphaF() * 100)) : QString());
@@ -506,10 +512,19 @@ void Segments::showChosen(std::optional<std::size_t> index)
     update();
 }
 
+/// Smaller where the words would touch.
+TextStyle Segments::wordStyle() const
+{
+    const QFontMetricsF metrics(textFont(TextStyle::body));
+    double sum = 4;
+    for (const Choice& choice : choices_) sum += metrics.horizontalAdvance(choice.words) + 8;
+    return sum > width() ? TextStyle::caption : TextStyle::body;
+}
+
 QRectF Segments::segmentRect(std::size_t index) const
 {
     // Each is as wide as its words ask for, and what is left is shared evenly.
-    const QFontMetricsF metrics(textFont(TextStyle::body));
+    const QFontMetricsF metrics(textFont(wordStyle()));
     std::vector<double> widths;
     double sum = 0;
     for (const Choice& choice : choices_) {
@@ -547,7 +562,7 @@ void Segments::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(t.field);
     painter.drawRoundedRect(rect(), 4, 4);
-    painter.setFont(textFont(TextStyle::body));
+    painter.setFont(textFont(wordStyle()));
     for (std::size_t i = 0; i < choices_.size(); ++i) {
         const QRectF segment = segmentRect(i);
         const bool isChosen = index_ == i;

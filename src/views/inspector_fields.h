@@ -17,6 +17,8 @@ class QMenu;
 
 namespace larkspool {
 
+enum class TextStyle;
+
 /// The fields of the inspector. Each shows a value that it is told, and tells what a person makes of it.
 
 /// A field's box: its fill, the ring of the focus, what was refused, and the diamond at its right.
@@ -174,6 +176,7 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    TextStyle wordStyle() const;
     QRectF segmentRect(std::size_t index) const;
     std::size_t indexAt(QPoint position) const;
 

@@ -21,7 +21,7 @@ const NumberField::Look timeLook{.name = {}, .suffix = " s", .decimals = 2, .ste
 
 } // namespace
 
-NumberField* InspectorView::itemField(const QString& name, NumberField::Look look, std::function<std::optional<double>()> read,
+NumberField* InspectorView::itemField(const QString& name, const char* action, NumberField::Look look, std::function<std::optional<double>()> read,
                                       std::function<std::optional<Edit>(double)> edit)
 {
     look.name = name;
@@ -30,7 +30,7 @@ NumberField* InspectorView::itemField(const QString& name, NumberField::Look loo
         if (!made) return [](TweenScene&) {};
         return [scene = std::move(made->scene)](TweenScene& edited) { edited = scene; };
     };
-    return numberField({std::move(look), Inspector::actionName(name.toStdString()), std::move(read), write});
+    return numberField({std::move(look), action, std::move(read), write});
 }
 
 void InspectorView::buildKeyframes()
@@ -47,13 +47,13 @@ void InspectorView::buildKeyframes()
 
     QVBoxLayout* rows = addSection(count == 1 ? words(displayName(property)) : QString("Keyframes"));
     if (count == 1) {
-        NumberField* time = itemField("Keyframe Time", timeLook, [keyframe] { return keyframe() ? std::optional(keyframe()->time) : std::nullopt; },
+        NumberField* time = itemField("Keyframe Time", "Edit Keyframe Time", timeLook, [keyframe] { return keyframe() ? std::optional(keyframe()->time) : std::nullopt; },
                                       [this](double typed) { return KeyframeInspector::setTime(shown_.scene, shown_.subject.items.front(), typed); });
         addHalfRow(rows, "Time", time);
         buildKeyframeValue(rows, property);
     }
     NumberField* wait = itemField(
-        "Keyframe Wait", timeLook,
+        "Keyframe Wait", "Edit Keyframe Wait", timeLook,
         [this]() -> std::optional<double> {
             std::optional<double> shared;
             for (const TimelineItemRef& ref : shown_.subject.items) {
@@ -103,13 +103,13 @@ void InspectorView::buildKeyframeValue(QBoxLayout* rows, Property property)
                                                  choices.addAction(words(one.label), this, [write, chosen = one.value] { write(chosen); });
                                          })});
     };
+    const std::string action = Inspector::actionName(displayName(property));
     const KeyValue usual = Interpolation::fieldValue(Layer{}, property);
     if (std::holds_alternative<double>(usual)) {
-        NumberField* number = itemField(words(displayName(property)), {}, [value] { return std::optional(std::get<double>(value())); },
+        NumberField* number = itemField(words(displayName(property)), action.c_str(), {}, [value] { return std::optional(std::get<double>(value())); },
                                         [this, ref](double typed) { return KeyframeInspector::setValue(shown_.scene, ref(), typed); });
         addHalfRow(rows, "Value", number);
     } else if (std::holds_alternative<ColorRGBA>(usual)) {
-        const std::string action = Inspector::actionName(displayName(property));
         const auto stream = [this, ref, action](const QColor& color) {
             context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) {
                 if (auto edit = KeyframeInspector::setValue(scene, ref(), asColor(color))) scene = std::move(edit->scene);
@@ -171,10 +171,10 @@ void InspectorView::buildSpan()
 
     QVBoxLayout* timing = addSection("Timing");
     addHalfRow(timing, "Start",
-               itemField("Span Start", timeLook, [span] { return span() ? std::optional(span()->start) : std::nullopt; },
+               itemField("Span Start", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->start) : std::nullopt; },
                          [this, ref](double typed) { return SpanInspector::setStart(shown_.scene, ref(), typed); }));
     addHalfRow(timing, "End",
-               itemField("Span End", timeLook, [span] { return span() ? std::optional(span()->end) : std::nullopt; },
+               itemField("Span End", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->end) : std::nullopt; },
                          [this, ref](double typed) { return SpanInspector::setEnd(shown_.scene, ref(), typed); }));
 
     if (layer->kind == Layer::Kind::zoom) {
@@ -202,7 +202,7 @@ void InspectorView::buildSpan()
         };
         const QString name = words(larkspool::label(first->effects[i].kind));
         NumberField* duration =
-            itemField(name + " Duration", timeLook, [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
+            itemField(name + " Duration", "Edit Effect Duration", timeLook, [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
                       [this, ref, effect](double typed) -> std::optional<Edit> {
                           if (!effect()) return std::nullopt;
                           return SpanInspector::setEffectDuration(shown_.scene, ref(), effect()->id, typed);
@@ -221,6 +221,7 @@ void InspectorView::buildSpan()
         fields.push_back(remove);
         addRow(effects, name, fields, duration);
     }
+    if (offered == SpanInspector::EffectMenu{}) return;
     QPushButton* more = wordButton(words(SpanInspector::addEffectLabel), ButtonRole::plain, body_, FieldBox::fieldHeight);
     connect(more, &QPushButton::clicked, this, [this, ref, more] { showEffectMenu(ref(), more); });
     effects->addWidget(more);
@@ -235,12 +236,12 @@ void InspectorView::buildClip()
     const auto field = [&](const QString& label, const QString& name, double VideoClip::*member,
                            std::optional<Edit> (*edit)(const TweenScene&, const TimelineItemRef&, double)) {
         addHalfRow(timing, label,
-                   itemField(name, timeLook, [clip, member] { return clip() ? std::optional(clip()->*member) : std::nullopt; },
+                   itemField(name, "Edit Trim", timeLook, [clip, member] { return clip() ? std::optional(clip()->*member) : std::nullopt; },
                              [this, ref, edit](double typed) { return edit(shown_.scene, ref(), typed); }));
     };
-    field("Start", "Trim", &VideoClip::sceneStart, ClipInspector::setStart);
-    field("End", "Trim", &VideoClip::sceneEnd, ClipInspector::setEnd);
-    field("Source Start", "Trim", &VideoClip::sourceStart, ClipInspector::setSourceStart);
+    field("Start", "Clip Start", &VideoClip::sceneStart, ClipInspector::setStart);
+    field("End", "Clip End", &VideoClip::sceneEnd, ClipInspector::setEnd);
+    field("Source Start", "Source Start", &VideoClip::sourceStart, ClipInspector::setSourceStart);
     addRow(timing, "At the End",
            {menuField("End Behavior", [clip] { return clip() ? words(larkspool::label(clip()->endBehavior)) : QString(); },
                       [this, ref](QMenu& menu) {
@@ -258,7 +259,7 @@ void InspectorView::buildPulse()
     buildHead("pulse", theme().pulse, "Pulse");
     QVBoxLayout* timing = addSection("Timing");
     addHalfRow(timing, "Time",
-               itemField("Pulse Time", timeLook, [pulse] { return pulse() ? std::optional(pulse()->time) : std::nullopt; },
+               itemField("Pulse Time", "Move Pulse", timeLook, [pulse] { return pulse() ? std::optional(pulse()->time) : std::nullopt; },
                          [this, ref](double typed) { return PulseInspector::setTime(shown_.scene, ref(), typed); }));
     QVBoxLayout* effects = addSection("Effects");
     for (const EnumCase<PulseEffect>& one : EnumTable<PulseEffect>::cases)

@@ -381,15 +381,7 @@ void InspectorView::buildLine()
 void InspectorView::buildText()
 {
     QVBoxLayout* rows = addSection("Text");
-    EditorView& editor = context_.editor;
-    auto* field = new TextField({.open = [&editor] { editor.commit().openNumericUndoGate(); },
-                                 .confirm = [&editor] { editor.commit().confirmNumericUndoGate(); },
-                                 .cancel =
-                                     [this] {
-                                         context_.editor.commit().cancelNumericUndoGate();
-                                         context_.changed();
-                                     }},
-                                body_);
+    auto* field = new TextField(undoGate(), body_);
     connect(field, &QPlainTextEdit::textChanged, this, [this, field] {
         if (!field->hasFocus()) return;
         mutate("Edit Text", [&](TweenScene& scene) { Inspector::writeText(scene, shown_.layerIDs, field->toPlainText().toStdString()); });
@@ -412,7 +404,6 @@ void InspectorView::buildText()
         context_.editor.defaults().set(DefaultsKey::lastUsedFontName, family.toStdString());
     };
     font->fill = [this, chooseFont](QMenu& menu) {
-        menu.setStyleSheet("QMenu { menu-scrollable: 1; }");
         menu.addAction("System Font", this, [chooseFont] { chooseFont({}); });
         for (const QString& family : QFontDatabase::families()) menu.addAction(family, this, [chooseFont, family] { chooseFont(family); });
     };
@@ -604,6 +595,7 @@ void InspectorView::buildAnimation()
         }
         auto* more = new Tag(Tag::Look::outlined, card);
         more->setText(words(SpanInspector::addEffectLabel));
+        more->setVisible(SpanInspector::effectMenu(layer.kind) != SpanInspector::EffectMenu{});
         connect(more, &QToolButton::clicked, this, [this, more, ref] { showEffectMenu(ref(), more); });
         tags->addWidget(more, place / 2, place % 2, Qt::AlignLeft);
         tags->setColumnStretch(2, 1);

@@ -85,6 +85,7 @@ void InspectorView::refresh()
 
     takeState();
     if (const QByteArray now = signature(); now != signature_ || !body_) {
+        if (body_ && focus && focus->hasFocus() && body_->isAncestorOf(focus)) focus->clearFocus();
         signature_ = now;
         rebuild();
     }
@@ -223,27 +224,40 @@ void InspectorView::addHalfRow(QBoxLayout* section, const QString& name, NumberF
     addRow(section, name, {field, rest}, field);
 }
 
+/// One undo step for a visit to a field, however much is typed.
+NumericFieldUndoGate InspectorView::undoGate()
+{
+    return {.open = [this] { context_.editor.commit().openNumericUndoGate(); },
+            .confirm =
+                [this] {
+                    context_.editor.commit().confirmNumericUndoGate();
+                    context_.changed(); // There may be a step to undo now.
+                },
+            .cancel =
+                [this] {
+                    context_.editor.commit().cancelNumericUndoGate();
+                    context_.changed();
+                }};
+}
+
 NumberField* InspectorView::numberField(Number number)
 {
-    EditorView& editor = context_.editor;
     auto read = number.read;
     NumberSteps steps{.typed =
                           [this, number](double typed) {
                               const SharedCommit::Work work = number.write(typed);
                               if (!work) return false;
                               const std::optional<double> current = number.read();
-                              if (current && Inspector::isUnchanged(*current, typed)) return true;
+                              if (current && Inspector::isUnchanged(*current, number.kept ? number.kept(typed) : typed)) return true;
                               mutate(number.action, work);
                               return true;
                           },
-                      .gate = {.open = [&editor] { editor.commit().openNumericUndoGate(); },
-                               .confirm = [&editor] { editor.commit().confirmNumericUndoGate(); },
-                               .cancel =
-                                   [this] {
-                                       context_.editor.commit().cancelNumericUndoGate();
-                                       context_.changed();
-                                   }},
-                      .scrubBegin = [&editor, action = number.action] { editor.scrub().scrubBegin(action); },
+                      .gate = undoGate(),
+                      .scrubBegin =
+                          [this, action = number.action] {
+                              scrubBaseline_ = context_.editor.scene();
+                              context_.editor.scrub().scrubBegin(action);
+                          },
                       .scrub =
                           [this, number](double scrubbed) {
                               if (const SharedCommit::Work work = number.write(scrubbed)) context_.editor.scrub().scrub(work);
@@ -252,6 +266,7 @@ NumberField* InspectorView::numberField(Number number)
                       .scrubEnd =
                           [this] {
                               context_.editor.scrub().scrubEnd();
+                              scrubBaseline_.reset();
                               context_.changed();
                           }};
     auto* field = new NumberField(std::move(number.look), std::move(steps), body_);
@@ -287,8 +302,9 @@ NumberField* InspectorView::propertyField(Property property, NumberField::Look l
         if (Inspector::isMixedAcrossSelection(shown_.resolved, valueOf)) return std::nullopt;
         return valueOf(shown_.first());
     };
-    const auto write = [this, property, name, offset](double typed) -> SharedCommit::Work {
-        const double value = Inspector::clampForProperty(property, name.toStdString(), typed);
+    const auto kept = [property, name](double typed) { return Inspector::clampForProperty(property, name.toStdString(), typed); };
+    const auto write = [this, property, kept, offset](double typed) -> SharedCommit::Work {
+        const double value = kept(typed);
         const bool isSide = property == Property::width || property == Property::height;
         const bool isScale = property == Property::scaleX || property == Property::scaleY;
         const UserDefaults& defaults = context_.editor.defaults();
@@ -297,14 +313,14 @@ NumberField* InspectorView::propertyField(Property property, NumberField::Look l
         return [this, property, value, offset, isLocked](TweenScene& scene) {
             if (isLocked) {
                 const EditorState& state = context_.editor.state();
-                const TweenScene before = state.gatePreFocusScene.value_or(scene);
+                const TweenScene before = scrubBaseline_ ? *scrubBaseline_ : state.gatePreFocusScene.value_or(scene);
                 return Inspector::upsertInRatio(scene, before, shown_.layerIDs, property, value, shown_.how);
             }
             for (const Layer& layer : shown_.resolved)
                 Inspector::upsertHelper(scene, {layer.id}, property, value - offset(layer), shown_.how);
         };
     };
-    NumberField* field = numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write});
+    NumberField* field = numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write, kept});
     withDiamond(field, property);
     return field;
 }
@@ -317,13 +333,13 @@ NumberField* InspectorView::plainField(const QString& name, NumberField::Look lo
         if (Inspector::isMixedAcrossSelection(shown_.resolved, readOne)) return std::nullopt;
         return readOne(shown_.first());
     };
-    const auto write = [this, name, writeOne](double typed) -> SharedCommit::Work {
-        const double value = Inspector::clampForProperty(std::nullopt, name.toStdString(), typed);
-        return [this, value, writeOne](TweenScene& scene) {
+    const auto kept = [name](double typed) { return Inspector::clampForProperty(std::nullopt, name.toStdString(), typed); };
+    const auto write = [this, kept, writeOne](double typed) -> SharedCommit::Work {
+        return [this, value = kept(typed), writeOne](TweenScene& scene) {
             Inspector::writeToSelected(scene, shown_.layerIDs, [&](Layer& layer) { writeOne(layer, value); });
         };
     };
-    return numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write});
+    return numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write, kept});
 }
 
 ColorField* InspectorView::colorField(Property property)
@@ -415,14 +431,25 @@ void InspectorView::buildHead(const QString& icon, const QColor& color, const QS
     row->addWidget(picture);
     row->addWidget(label(title, TextStyle::objectName, LabelTone::text, head));
     row->addStretch(1);
-    QLabel* layerName = label({}, TextStyle::body, LabelTone::secondary, head);
-    layerName->setMaximumWidth(130);
+    auto* layerName = new QToolButton(head);
+    layerName->setAutoRaise(true);
+    layerName->setFont(textFont(TextStyle::body));
+    layerName->setFocusPolicy(Qt::TabFocus);
+    layerName->setMaximumWidth(140);
+    layerName->setToolTip("Show the layer's properties");
+    connect(layerName, &QToolButton::clicked, this, [this] {
+        const LayerIDs layers = {shown_.subject.items.front().layerID};
+        context_.editor.selectTimelineItems({});
+        context_.editor.selectLayers(layers);
+        context_.changed();
+    });
     row->addWidget(layerName);
     refreshers_.push_back([this, layerName] {
         const auto& items = shown_.subject.items;
         const Layer* layer = items.empty() ? nullptr : findLayer(shown_.scene, items.front().layerID);
         const QString name = layer ? words(layer->name) : QString();
-        layerName->setText(layerName->fontMetrics().elidedText(name, Qt::ElideRight, 130));
+        layerName->setText(layerName->fontMetrics().elidedText(name, Qt::ElideRight, 124));
+        layerName->setVisible(layer != nullptr);
     });
     column_->addWidget(head);
 }

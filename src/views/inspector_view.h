@@ -44,6 +44,7 @@ private:
         std::string action;
         std::function<std::optional<double>()> read;
         std::function<SharedCommit::Work(double)> write;
+        std::function<double(double)> kept{}; ///< The number within its limits. Absent where each is its own.
     };
 
     void takeState();
@@ -55,6 +56,7 @@ private:
     QVBoxLayout* addSection(const QString& title, QWidget* headButton = nullptr);
     void addRow(QBoxLayout* section, const QString& name, const std::vector<QWidget*>& fields, NumberField* scrubbed = nullptr);
     void addHalfRow(QBoxLayout* section, const QString& name, NumberField* field);
+    NumericFieldUndoGate undoGate();
     NumberField* numberField(Number number);
     NumberField* propertyField(Property property, NumberField::Look look);
     NumberField* plainField(const QString& name, NumberField::Look look, std::function<double(const Layer&)> read,
@@ -71,7 +73,7 @@ private:
     template <typename E>
     MenuField* enumMenu(const QString& name, E Layer::*field);
     /// A number of an item of the timeline. Nothing came of `edit` where the number changes nothing.
-    NumberField* itemField(const QString& name, NumberField::Look look, std::function<std::optional<double>()> read,
+    NumberField* itemField(const QString& name, const char* action, NumberField::Look look, std::function<std::optional<double>()> read,
                            std::function<std::optional<Edit>(double)> edit);
     void withDiamond(FieldBox* field, Property property);
     QWidget* note(const QString& words);
@@ -107,6 +109,7 @@ private:
 
     EditorContext context_;
     Shown shown_;
+    std::optional<TweenScene> scrubBaseline_; ///< The scene before the scrub that is under way.
     QByteArray signature_;
     QScrollArea* scroll_ = nullptr;
     QWidget* body_ = nullptr;

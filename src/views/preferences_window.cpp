@@ -10,7 +10,6 @@
 #include <QButtonGroup>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QRadioButton>
 #include <QStackedWidget>
 #include <QStyleOption>
 
@@ -33,21 +32,17 @@ QString words(std::string_view text)
 }
 
 /// An icon over the name of a page.
-class TabButton final : public QRadioButton {
+class TabButton final : public OneOfSeveral {
 public:
-    TabButton(const QString& name, QString icon, QWidget* parent) : QRadioButton(name, parent), icon_(std::move(icon))
+    TabButton(const QString& name, QString icon, QWidget* parent) : OneOfSeveral(name, parent), icon_(std::move(icon))
     {
         setFixedSize(tabSize);
-        setAttribute(Qt::WA_Hover);
-        setFocusPolicy(Qt::StrongFocus);
         QFont font = textFont(TextStyle::caption);
         font.setWeight(QFont::Medium);
         setFont(font);
     }
 
 protected:
-    bool hitButton(const QPoint& point) const override { return rect().contains(point); }
-
     void paintEvent(QPaintEvent*) override
     {
         const Theme& t = theme();
@@ -60,7 +55,8 @@ protected:
             painter.setBrush(isChecked() ? t.accentSoft : t.hover);
             painter.drawRoundedRect(rect(), 8, 8);
         }
-        painter.drawPixmap((width() - 20) / 2, 7, iconPixmap(icon_, 20, isChecked() ? t.accentText : t.icon, devicePixelRatioF()));
+        const QColor iconColor = isChecked() ? t.accentText : t.icon;
+        painter.drawPixmap((width() - 20) / 2, 7, iconPixmap(icon_, 20, iconColor, devicePixelRatioF()));
         painter.setPen(isChecked() ? t.accentText : t.textSecondary);
         painter.setFont(font());
         painter.drawText(rect().adjusted(0, 31, 0, -7), Qt::AlignCenter, text());
@@ -161,9 +157,7 @@ Switch* PreferencesWindow::addSwitch(QWidget* page, std::string_view text, std::
     column->setSpacing(4);
     column->addWidget(label(words(text), TextStyle::dialogBody, LabelTone::text, page));
     if (!note.empty()) {
-        QLabel* under = label(words(note), TextStyle::caption, LabelTone::secondary, page);
-        under->setWordWrap(true);
-        column->addWidget(under);
+        column->addWidget(paragraph(words(note), TextStyle::caption, LabelTone::secondary, page));
     }
     row->addLayout(column, 1);
     auto* toggle = new Switch(words(text), page);
@@ -233,9 +227,7 @@ void PreferencesWindow::buildAssistant()
             [this](int row) { PreferencesView::chooseModelRow(defaults_, static_cast<std::size_t>(row)); });
     addRow(PreferencesView::modelLabel, model);
 
-    QLabel* note = label(words(PreferencesView::apiKeyNote), TextStyle::caption, LabelTone::secondary, page);
-    note->setWordWrap(true);
-    column->addWidget(note);
+    column->addWidget(paragraph(words(PreferencesView::apiKeyNote), TextStyle::caption, LabelTone::secondary, page));
 }
 
 void PreferencesWindow::keepShown(std::function<void()> show)

@@ -75,6 +75,13 @@ void drawMenuItem(const QStyleOptionMenuItem& item, QPainter& painter)
     if (item.menuItemType == QStyleOptionMenuItem::SubMenu) painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, "›");
 }
 
+/// Shows that the button has the keyboard: a ring with a gap inside, which parts it from every fill.
+void drawButtonRing(const QStyleOption& option, QPainter& painter)
+{
+    strokeRounded(painter, QRectF(option.rect).adjusted(2, 2, -2, -2), buttonRadius - 2, theme().panel, 1.5);
+    strokeRounded(painter, option.rect, buttonRadius, theme().focusRing, 2);
+}
+
 } // namespace
 
 Style::Style() : QProxyStyle(QStyleFactory::create("Fusion")) {}
@@ -84,7 +91,10 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, 
     const Theme& t = theme();
     switch (element) {
     case PE_PanelButtonCommand:
-    case PE_PanelButtonTool: return fillRounded(*painter, option->rect, buttonRadius, buttonFill(*option, widget));
+    case PE_PanelButtonTool:
+        fillRounded(*painter, option->rect, buttonRadius, buttonFill(*option, widget));
+        if ((option->state & State_HasFocus) && (option->state & State_KeyboardFocusChange)) drawButtonRing(*option, *painter);
+        return;
     case PE_PanelLineEdit:
     case PE_FrameLineEdit: {
         if (widget && widget->property("bare").toBool()) return; // It stands in a box that draws itself.
@@ -187,6 +197,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
 int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* data) const
 {
     if (hint == SH_ToolTip_WakeUpDelay) return 500;
+    if (hint == SH_Menu_Scrollable) return 1; // A long list, of fonts say, stays one column.
     if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
     return QProxyStyle::styleHint(hint, option, widget, data);
 }

@@ -31,7 +31,7 @@ namespace {
 
 constexpr QSize windowSize(960, 624), pictureSize(46, 26);
 constexpr int greetingWidth = 336, cardHeight = 64, cardColumns = 3, rowHeight = 40, footHeight = 52, dialogButton = 32;
-constexpr int columnMargin = 32, rowInset = 8; ///< The rows of documents reach beyond the column, so that their text stands in it.
+constexpr int columnMargin = 32, rowInset = 8; ///< So far rows of documents reach beyond the column, where their text stands.
 constexpr int leastButtonWidth = 96, customSheetWidth = 360;
 constexpr std::int64_t largestPictured = 16 << 20; ///< Bytes. Larger documents take too long to read for a picture of them.
 
@@ -81,13 +81,12 @@ bool showsKeyboard(const QWidget& widget)
 /// A label in the colours of what is filled with the accent.
 QLabel* labelOnAccent(std::string_view text, TextStyle style, double strength, QWidget* parent)
 {
-    QLabel* result = label(words(text), style, LabelTone::text, parent);
+    QLabel* result = paragraph(words(text), style, LabelTone::text, parent);
     QColor color = theme().textOnAccent;
     color.setAlphaF(static_cast<float>(strength));
     QPalette palette = result->palette();
     palette.setColor(QPalette::WindowText, color);
     result->setPalette(palette);
-    result->setWordWrap(true);
     return result;
 }
 
@@ -114,7 +113,8 @@ protected:
         painter.setPen(Qt::NoPen);
         painter.setBrush(t.keyframe);
         for (const QPointF& center : {QPointF(74, 128), QPointF(204, 44)})
-            painter.drawPolygon(QPolygonF({center - QPointF(0, 8), center + QPointF(8, 0), center + QPointF(0, 8), center - QPointF(8, 0)}));
+            painter.drawPolygon(QPolygonF({center - QPointF(0, 8), center + QPointF(8, 0), center + QPointF(0, 8),
+                                           center - QPointF(8, 0)}));
     }
 
 private:
@@ -413,6 +413,9 @@ void WelcomeWindow::buildRecents(QBoxLayout& column)
     QPushButton* open = wordButton("Open…", ButtonRole::plain, this);
     open->setFlat(true);
     open->setIcon(buttonIcon("folder"));
+    QPalette quiet = open->palette();
+    quiet.setColor(QPalette::ButtonText, theme().textSecondary);
+    open->setPalette(quiet);
     connect(open, &QPushButton::clicked, this, [this] {
         const QString path = services_.askForDocument();
         if (!path.isEmpty()) view_.openRecent(path.toStdString());
@@ -467,8 +470,8 @@ void WelcomeWindow::buildFoot(QBoxLayout& column)
 void WelcomeWindow::moveAmongCards(QWidget* card, int key)
 {
     const auto at = std::ranges::find(cards_, card) - cards_.begin();
-    const std::ptrdiff_t step = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : key == Qt::Key_Up ? -cardColumns : cardColumns;
-    const std::ptrdiff_t to = at + step;
+    const std::ptrdiff_t distance = key == Qt::Key_Left || key == Qt::Key_Right ? 1 : cardColumns;
+    const std::ptrdiff_t to = at + (key == Qt::Key_Left || key == Qt::Key_Up ? -distance : distance);
     if (to >= 0 && to < std::ssize(cards_))
         cards_[static_cast<std::size_t>(to)]->setFocus(Qt::TabFocusReason);
     else if (key == Qt::Key_Down && !rows_.empty())

@@ -145,9 +145,11 @@ TEST_F(CommandLine, HelpFitsAHundredAndThirtyColumns)
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
                                                       {"check", "--help"},
                                                       {"convert", "--help"},
+                                                      {"describe", "--help"},
                                                       {"evaluate", "--help"},
                                                       {"export", "--help"},
-                                                      {"frame", "--help"}}) {
+                                                      {"frame", "--help"},
+                                                      {"patch", "--help"}}) {
         std::istringstream lines(call(arguments).out);
         for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 130u) << line;
     }
