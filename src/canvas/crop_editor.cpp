@@ -79,6 +79,7 @@ struct Stretch {
 
     Stretch dragged(Part part, double delta) const
     {
+        if (delta == 0) return *this; // Exactly, where limits would round.
         switch (part) {
         case Part::low: {
             const double travel = held(delta, -low, length - leastCropSide);
