@@ -158,7 +158,7 @@ Write applyCategory(Category category, std::vector<Layer>& originals, const Deal
     case Category::fill: return color([](Layer& layer) -> ColorRGBA& { return layer.fill; });
     case Category::strokeColor: return color([](Layer& layer) -> ColorRGBA& { return layer.stroke; });
     case Category::strokeWidth: return number([](Layer& layer) -> double& { return layer.strokeWidth; });
-    case Category::strokeOutside:
+    case Category::strokeOutside: // From the layers themselves: a vector of flags has no references to give.
         return [dealt = deal.existing(originals)](Layer& layer, std::size_t i) { layer.strokeOutside = dealt[i].strokeOutside; };
     case Category::shadow:
         return dealtExisting<ShadowPreset>(originals, deal, [](Layer& layer) -> ShadowPreset& { return layer.shadow; });

@@ -202,11 +202,14 @@ bool Inspector::offers(const Layer& layer, Property property)
     case Property::scaleY:
     case Property::opacity: return kind != zoom;
     case Property::shadow: return kind != zoom && kind != hotspot;
-    case Property::fill: return kind == rectangle || kind == ellipse || kind == path || kind == text || kind == gradientField || kind == hotspot;
+    case Property::fill:
+        return kind == rectangle || kind == ellipse || kind == path || kind == text || kind == gradientField || kind == hotspot;
     case Property::stroke:
     case Property::strokeWidth:
-        return kind == rectangle || kind == ellipse || kind == path || kind == text || kind == image || kind == line || kind == video;
-    case Property::cornerRadius: return kind == rectangle || kind == text || kind == image || kind == video || kind == gradientField;
+        return kind == rectangle || kind == ellipse || kind == path || kind == text || kind == image || kind == line ||
+               kind == video;
+    case Property::cornerRadius:
+        return kind == rectangle || kind == text || kind == image || kind == video || kind == gradientField;
     case Property::cursorVariant: return kind == cursor;
     case Property::groupGap: return kind == group && layer.groupLayout != GroupLayout::freeform;
     case Property::fontSize:
@@ -310,7 +313,8 @@ void Inspector::autoRenameShapeLayersOnFillEdit(TweenScene& scene, const LayerID
 Inspector::Diamond Inspector::diamond(std::span<const Layer> layers, Property property, double playhead)
 {
     if (std::ranges::none_of(layers, [&](const Layer& layer) { return hasKeyframes(layer, property); })) return Diamond::none;
-    const bool isAtAll = std::ranges::all_of(layers, [&](const Layer& layer) { return hasKeyframeAt(layer, property, playhead); });
+    const bool isAtAll =
+        std::ranges::all_of(layers, [&](const Layer& layer) { return hasKeyframeAt(layer, property, playhead); });
     return isAtAll ? Diamond::keyframeAtPlayhead : Diamond::animated;
 }
 
@@ -330,7 +334,8 @@ std::optional<Edit> Inspector::toggleKeyframe(const TweenScene& scene, const Lay
     Edit edit{scene, removes ? "Remove Keyframe" : "Add Keyframe"};
     editSelected(edit.scene.layers, selection, [&](Layer& layer) {
         if (removes) {
-            std::erase_if(layer.keyframes.edit(), [&](const Keyframe& keyframe) { return standsAt(keyframe, property, playhead); });
+            std::erase_if(layer.keyframes.edit(),
+                          [&](const Keyframe& keyframe) { return standsAt(keyframe, property, playhead); });
         } else if (!hasKeyframeAt(layer, property, playhead)) {
             const KeyValue value = Interpolation::fieldValue(Interpolation::resolve(layer, playhead), property);
             upsertKeyframe(layer, property, playhead, value, random);
@@ -349,14 +354,16 @@ std::string Inspector::diamondHelp(Diamond diamond, double playhead)
 std::optional<double> Inspector::keptSceneWidth(const TweenScene& scene, double typed)
 {
     const double width = std::round(typed);
-    if (!(width >= 1 && width <= 1e6) || !PixelBuffer::isPossible(std::llround(width), std::llround(scene.height))) return std::nullopt;
+    if (!(width >= 1 && width <= 1e6) || !PixelBuffer::isPossible(std::llround(width), std::llround(scene.height)))
+        return std::nullopt;
     return width;
 }
 
 std::optional<double> Inspector::keptSceneHeight(const TweenScene& scene, double typed)
 {
     const double height = std::round(typed);
-    if (!(height >= 1 && height <= 1e6) || !PixelBuffer::isPossible(std::llround(scene.width), std::llround(height))) return std::nullopt;
+    if (!(height >= 1 && height <= 1e6) || !PixelBuffer::isPossible(std::llround(scene.width), std::llround(height)))
+        return std::nullopt;
     return height;
 }
 

@@ -75,7 +75,7 @@ void upsertInRatio(TweenScene& scene, const TweenScene& before, const LayerIDs& 
 /// Writes plain fields of every selected layer.
 void writeToSelected(TweenScene& scene, const LayerIDs& selection, const std::function<void(Layer&)>& write);
 template <typename Value>
-void writeToSelected(TweenScene& scene, const LayerIDs& selection, Value Layer::*field, const std::type_identity_t<Value>& value)
+void writeToSelected(TweenScene& scene, const LayerIDs& selection, Value Layer::* field, const std::type_identity_t<Value>& value)
 {
     writeToSelected(scene, selection, std::function<void(Layer&)>([&](Layer& layer) { layer.*field = value; }));
 }
@@ -96,15 +96,14 @@ void autoRenameShapeLayersOnFillEdit(TweenScene& scene, const LayerIDs& selectio
 template <typename Projection>
 bool isMixedAcrossSelection(std::span<const Layer> layers, const Projection& projection)
 {
-    return std::ranges::any_of(layers, [&](const Layer& layer) {
-        return std::invoke(projection, layer) != std::invoke(projection, layers.front());
-    });
+    return std::ranges::any_of(
+        layers, [&](const Layer& layer) { return std::invoke(projection, layer) != std::invoke(projection, layers.front()); });
 }
 
 /// Where a property stands in its animation at the playhead.
 enum class Diamond {
-    none,              ///< No layer has keyframes of it.
-    animated,          ///< Some layer has.
+    none, ///< No layer has keyframes of it.
+    animated, ///< Some layer has.
     keyframeAtPlayhead ///< Each layer has one at the playhead.
 };
 Diamond diamond(std::span<const Layer> layers, Keyframe::AnimatableProperty property, double playhead);

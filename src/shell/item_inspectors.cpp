@@ -113,12 +113,12 @@ std::optional<Edit> KeyframeInspector::setTime(const TweenScene& scene, const Ti
 {
     if (!std::isfinite(seconds)) return std::nullopt;
     const double time = std::max(std::min(seconds, scene.duration), 0.0);
-    return changed(scene, "Edit Keyframe Time", [&](TweenScene& copy) {
-        KeyframeTracks::setKeyframeTimeIn(copy, keyframe.layerID, keyframe.itemID, time);
-    });
+    return changed(scene, "Edit Keyframe Time",
+                   [&](TweenScene& copy) { KeyframeTracks::setKeyframeTimeIn(copy, keyframe.layerID, keyframe.itemID, time); });
 }
 
-std::optional<Edit> KeyframeInspector::setWait(const TweenScene& scene, std::span<const TimelineItemRef> keyframes, double seconds)
+std::optional<Edit> KeyframeInspector::setWait(const TweenScene& scene, std::span<const TimelineItemRef> keyframes,
+                                               double seconds)
 {
     if (!std::isfinite(seconds)) return std::nullopt;
     return changedKeyframes(scene, "Edit Keyframe Wait", keyframes,
@@ -206,16 +206,16 @@ bool SpanInspector::hasDirection(SpanEffect::Kind kind)
 std::optional<Edit> SpanInspector::setZoomTransition(const TweenScene& scene, const TimelineItemRef& ref, ZoomEnd end,
                                                      ZoomTransition transition)
 {
-    return mutateSpan(scene, "Edit Zoom Transition", ref, [&](TimeSpan& span) {
-        (end == ZoomEnd::start ? span.zoomStart : span.zoomEnd) = transition;
-    });
+    return mutateSpan(scene, "Edit Zoom Transition", ref,
+                      [&](TimeSpan& span) { (end == ZoomEnd::start ? span.zoomStart : span.zoomEnd) = transition; });
 }
 
 std::optional<Edit> PulseInspector::setTime(const TweenScene& scene, const TimelineItemRef& ref, double seconds)
 {
     if (!std::isfinite(seconds)) return std::nullopt;
     return changed(scene, "Move Pulse", [&](TweenScene& copy) {
-        if (Pulse* pulse = editPulse(copy, ref.layerID, ref.itemID)) pulse->time = std::max(std::min(seconds, scene.duration), 0.0);
+        if (Pulse* pulse = editPulse(copy, ref.layerID, ref.itemID))
+            pulse->time = std::max(std::min(seconds, scene.duration), 0.0);
     });
 }
 
@@ -252,7 +252,8 @@ std::optional<Edit> ClipInspector::setSourceStart(const TweenScene& scene, const
     const Layer* layer = findLayer(scene, ref.layerID);
     if (!layer || !std::isfinite(seconds)) return std::nullopt;
     const double latest = layer->videoDuration > 0 ? std::max(layer->videoDuration - shortestStretch, 0.0) : seconds;
-    return mutateClip(scene, "Edit Trim", ref, [&](VideoClip& clip) { clip.sourceStart = std::max(std::min(seconds, latest), 0.0); });
+    return mutateClip(scene, "Edit Trim", ref,
+                      [&](VideoClip& clip) { clip.sourceStart = std::max(std::min(seconds, latest), 0.0); });
 }
 
 std::optional<Edit> ClipInspector::setEndBehavior(const TweenScene& scene, const TimelineItemRef& clip,

@@ -16,7 +16,10 @@ namespace larkspool {
 
 /// The curves that a keyframe is offered by name.
 enum class EasingPreset {
-    linear, easeIn, easeOut, easeInOut,
+    linear,
+    easeIn,
+    easeOut,
+    easeInOut,
     mixed ///< Of keyframes with different easings; cannot be chosen.
 };
 
@@ -86,7 +89,8 @@ bool hasDirection(SpanEffect::Kind kind);
 
 enum class ZoomEnd { start, end };
 /// How a zoom comes or goes.
-std::optional<Edit> setZoomTransition(const TweenScene& scene, const TimelineItemRef& span, ZoomEnd end, ZoomTransition transition);
+std::optional<Edit> setZoomTransition(const TweenScene& scene, const TimelineItemRef& span, ZoomEnd end,
+                                      ZoomTransition transition);
 
 } // namespace SpanInspector
 

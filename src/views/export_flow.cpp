@@ -26,8 +26,11 @@ void revealInFolder(const std::string& path)
 
 ExportFlow::ExportFlow(QWidget& window, Services services)
     : window_(window), services_(std::move(services)),
-      run_({.tasks = services_.tasks, .reveal = revealInFolder, .changed = [this] { showRun(); }})
+      run_({.tasks = services_.tasks,
+            .reveal = services_.reveal ? services_.reveal : revealInFolder,
+            .changed = [this] { showRun(); }})
 {
+    if (!services_.runPanel) services_.runPanel = [this](const SavePanel& panel) { return askForPath(panel); };
 }
 
 ExportFlow::~ExportFlow() = default;
@@ -52,8 +55,7 @@ void ExportFlow::goOn(const ExportSheetState& sheet)
 {
     const ExportSheetState chosen = sheet; // The sheet goes before the panel comes.
     closeQuestion();
-    run_.continueExport(chosen, services_.document(), services_.defaults,
-                        [this](const SavePanel& panel) { return askForPath(panel); });
+    run_.continueExport(chosen, services_.document(), services_.defaults, services_.runPanel);
 }
 
 std::optional<std::string> ExportFlow::askForPath(const SavePanel& panel) const

@@ -24,6 +24,8 @@ public:
         std::function<std::string()> documentName;   ///< What the film is named after.
         std::function<std::string()> documentFolder; ///< Where films are offered to go; empty for the person's own place.
         std::function<void()> sheetsChanged;         ///< Called when a sheet has come or gone.
+        RunSavePanel runPanel{};                     ///< The toolkit's own file dialog, where none is given.
+        std::function<void(const std::string& path)> reveal{}; ///< Opens the folder of the film, where none is given.
     };
 
     /// Over `window`, which outlives it.

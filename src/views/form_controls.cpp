@@ -33,6 +33,12 @@ void paintRing(QPainter& painter, const QRectF& rect, double radius, double widt
     painter.drawRoundedRect(rect.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
 }
 
+/// Tab comes to `entry` alone of all buttons of the group.
+void letTabEnter(const QButtonGroup& group, const QAbstractButton& entry)
+{
+    for (QAbstractButton* button : group.buttons()) button->setFocusPolicy(button == &entry ? Qt::StrongFocus : Qt::ClickFocus);
+}
+
 /// One of a row of choices.
 class Segment final : public OneOfSeveral {
 public:
@@ -100,6 +106,9 @@ OneOfSeveral::OneOfSeveral(const QString& words, QWidget* parent) : QRadioButton
 {
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::StrongFocus);
+    connect(this, &QRadioButton::toggled, this, [this](bool isOn) {
+        if (isOn && group()) letTabEnter(*group(), *this);
+    });
 }
 
 void OneOfSeveral::keyPressEvent(QKeyEvent* event)
@@ -167,6 +176,7 @@ SegmentedChoice::SegmentedChoice(const QString& name, const QStringList& choices
     connect(group_, &QButtonGroup::idToggled, this, [this](int index, bool isOn) {
         if (isOn && onChoice) onChoice(index);
     });
+    choose(-1);
 }
 
 int SegmentedChoice::chosen() const
@@ -177,7 +187,10 @@ int SegmentedChoice::chosen() const
 void SegmentedChoice::choose(int index)
 {
     const std::function<void(int)> onChoiceOfPerson = std::exchange(onChoice, nullptr);
-    if (QAbstractButton* button = group_->button(index)) button->setChecked(true);
+    if (QAbstractButton* button = group_->button(index))
+        button->setChecked(true);
+    else
+        letTabEnter(*group_, *group_->button(0));
     onChoice = onChoiceOfPerson;
 }
 

@@ -70,8 +70,8 @@ void paintFieldDiamond(QPainter& painter, QPointF middle, Inspector::Diamond dia
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(diamond == Inspector::Diamond::none ? t.textDisabled : t.keyframe, 1.25));
     painter.setBrush(diamond == Inspector::Diamond::keyframeAtPlayhead ? QBrush(t.keyframe) : QBrush(Qt::NoBrush));
-    painter.drawPolygon(QPolygonF({middle + QPointF(0, -radius), middle + QPointF(radius, 0), middle + QPointF(0, radius),
-                                   middle + QPointF(-radius, 0)}));
+    painter.drawPolygon(QPolygonF(
+        {middle + QPointF(0, -radius), middle + QPointF(radius, 0), middle + QPointF(0, radius), middle + QPointF(-radius, 0)}));
     painter.restore();
 }
 
@@ -174,7 +174,13 @@ QString NumberField::shownText() const
     if (!value_) return mixedWords();
     if (!std::isfinite(*value_)) return QString::number(*value_);
     const double value = *value_ == 0 ? 0 : *value_;
-    return (look_.decimals < 0 ? QString::fromStdString(typedNumber(value)) : QString::number(value, 'f', look_.decimals)) + look_.suffix;
+    if (look_.decimals >= 0) return QString::number(value, 'f', look_.decimals) + look_.suffix;
+    // Thousandths where there is room for them.
+    QString text = QString::fromStdString(typedNumber(value)) + look_.suffix;
+    const int room = edit_ ? edit_->width() - 4 : 0;
+    for (int decimals = 2; decimals >= 0 && room > 0 && edit_->fontMetrics().horizontalAdvance(text) > room; --decimals)
+        text = QString::fromStdString(typedNumber(QString::number(value, 'f', decimals).toDouble())) + look_.suffix;
+    return text;
 }
 
 void NumberField::showValue(std::optional<double> value)
@@ -217,9 +223,9 @@ void NumberField::finish()
         steps_.gate.exitCommand();
     }
     steps_.gate.loseFocus();
+    place();
     edit_->setText(shownText());
     edit_->setCursorPosition(0);
-    place();
 }
 
 void NumberField::place()
@@ -252,7 +258,8 @@ bool NumberField::eventFilter(QObject* watched, QEvent* event)
     case QEvent::ShortcutOverride: {
         // The keys of the field are not the window's shortcuts.
         const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key != Qt::Key_Up && key != Qt::Key_Down && key != Qt::Key_Escape && key != Qt::Key_Return && key != Qt::Key_Enter) break;
+        if (key != Qt::Key_Up && key != Qt::Key_Down && key != Qt::Key_Escape && key != Qt::Key_Return && key != Qt::Key_Enter)
+            break;
         event->accept();
         return true;
     }
@@ -264,7 +271,9 @@ bool NumberField::eventFilter(QObject* watched, QEvent* event)
         steps_.gate.gainFocus();
         edit_->setText(value_ ? QString::fromStdString(typedNumber(*value_)) : QString());
         place();
-        QTimer::singleShot(0, edit_, [this] { if (edit_->hasFocus()) edit_->selectAll(); });
+        QTimer::singleShot(0, edit_, [this] {
+            if (edit_->hasFocus()) edit_->selectAll();
+        });
         break;
     case QEvent::FocusOut:
         if (static_cast<QFocusEvent*>(event)->reason() != Qt::PopupFocusReason) finish();
@@ -339,10 +348,13 @@ void NumberField::mouseReleaseEvent(QMouseEvent*)
 void NumberField::resizeEvent(QResizeEvent*)
 {
     place();
+    if (!edit_->hasFocus()) edit_->setText(shownText());
 }
 
 ColorField::ColorField(const QString& name, HasDiamond hasDiamond, Steps steps, QWidget* parent)
-    : FieldBox(name, hasDiamond, parent), steps_(std::move(steps)), hex_(addEdit(name + " in hexadecimal digits")),
+    : FieldBox(name, hasDiamond, parent),
+      steps_(std::move(steps)),
+      hex_(addEdit(name + " in hexadecimal digits")),
       alpha_(addEdit(name + " opacity in percent"))
 {
     setFocusProxy(hex_);
@@ -385,7 +397,8 @@ void ColorField::finishHex()
     const std::optional<QColor> color = parsedHex(hex_->text(), color_ ? color_->alpha() : 255);
     if (!color) flashRefusal();
     // The other channels of one that stays are exact, and are not written again.
-    else if (!color_ || color->rgba() != color_->rgba()) steps_.typed(*color);
+    else if (!color_ || color->rgba() != color_->rgba())
+        steps_.typed(*color);
     showTexts();
 }
 
@@ -422,7 +435,8 @@ bool ColorField::eventFilter(QObject* watched, QEvent* event)
 {
     auto* edit = static_cast<QLineEdit*>(watched);
     const auto keyOf = [event] { return static_cast<QKeyEvent*>(event)->key(); };
-    if (event->type() == QEvent::ShortcutOverride && (keyOf() == Qt::Key_Escape || keyOf() == Qt::Key_Return || keyOf() == Qt::Key_Enter)) {
+    if (event->type() == QEvent::ShortcutOverride &&
+        (keyOf() == Qt::Key_Escape || keyOf() == Qt::Key_Return || keyOf() == Qt::Key_Enter)) {
         event->accept();
         return true;
     }
@@ -436,7 +450,10 @@ bool ColorField::eventFilter(QObject* watched, QEvent* event)
         edit->clearFocus();
         return true;
     }
-    if (event->type() == QEvent::FocusIn) QTimer::singleShot(0, edit, [edit] { if (edit->hasFocus()) edit->selectAll(); });
+    if (event->type() == QEvent::FocusIn)
+        QTimer::singleShot(0, edit, [edit] {
+            if (edit->hasFocus()) edit->selectAll();
+        });
     if (event->type() == QEvent::FocusOut) edit->deselect();
     if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut) QTimer::singleShot(0, this, [this] { update(); });
     return FieldBox::eventFilter(watched, event);
@@ -496,7 +513,8 @@ void SwitchButton::paintEvent(QPaintEvent*)
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7.25, 7.25);
 }
 
-Segments::Segments(const QString& name, std::vector<Choice> choices, QWidget* parent) : QWidget(parent), choices_(std::move(choices))
+Segments::Segments(const QString& name, std::vector<Choice> choices, QWidget* parent)
+    : QWidget(parent), choices_(std::move(choices))
 {
     setFixedHeight(FieldBox::fieldHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -628,7 +646,8 @@ void MenuField::paintEvent(QPaintEvent* event)
     painter.setPen(theme().text);
     const int right = diamondRect().isNull() ? 0 : diamondCell;
     const QRect words = rect().adjusted(padding, 0, -right - 20, 0);
-    painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter, painter.fontMetrics().elidedText(words_, Qt::ElideRight, words.width()));
+    painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(words_, Qt::ElideRight, words.width()));
     painter.drawPixmap(width() - right - 18, 6, iconPixmap("chevron-down", 12, theme().textSecondary, devicePixelRatioF()));
     if (!hasFocus()) return;
     painter.setRenderHint(QPainter::Antialiasing);
@@ -741,7 +760,8 @@ void EasingPicker::paintEvent(QPaintEvent*)
 void EasingPicker::mousePressEvent(QMouseEvent* event)
 {
     for (int i = 0; i < easingCards; ++i)
-        if (event->button() == Qt::LeftButton && chosen && cardRect(i).contains(event->pos())) return chosen(static_cast<EasingPreset>(i));
+        if (event->button() == Qt::LeftButton && chosen && cardRect(i).contains(event->pos()))
+            return chosen(static_cast<EasingPreset>(i));
 }
 
 void EasingPicker::keyPressEvent(QKeyEvent* event)

@@ -21,7 +21,8 @@ const NumberField::Look timeLook{.name = {}, .suffix = " s", .decimals = 2, .ste
 
 } // namespace
 
-NumberField* InspectorView::itemField(const QString& name, const char* action, NumberField::Look look, std::function<std::optional<double>()> read,
+NumberField* InspectorView::itemField(const QString& name, const char* action, NumberField::Look look,
+                                      std::function<std::optional<double>()> read,
                                       std::function<std::optional<Edit>(double)> edit)
 {
     look.name = name;
@@ -47,8 +48,10 @@ void InspectorView::buildKeyframes()
 
     QVBoxLayout* rows = addSection(count == 1 ? words(displayName(property)) : QString("Keyframes"));
     if (count == 1) {
-        NumberField* time = itemField("Keyframe Time", "Edit Keyframe Time", timeLook, [keyframe] { return keyframe() ? std::optional(keyframe()->time) : std::nullopt; },
-                                      [this](double typed) { return KeyframeInspector::setTime(shown_.scene, shown_.subject.items.front(), typed); });
+        NumberField* time = itemField(
+            "Keyframe Time", "Edit Keyframe Time", timeLook,
+            [keyframe] { return keyframe() ? std::optional(keyframe()->time) : std::nullopt; },
+            [this](double typed) { return KeyframeInspector::setTime(shown_.scene, shown_.subject.items.front(), typed); });
         addHalfRow(rows, "Time", time);
         buildKeyframeValue(rows, property);
     }
@@ -80,7 +83,10 @@ void InspectorView::buildKeyframes()
         const std::optional<EasingPreset> preset = easingPreset(easings);
         picker->showChosen(preset);
         const bool isSpring = !easings.empty() && std::holds_alternative<Easing::Spring>(easings.front().curve);
-        other->setText(preset == EasingPreset::mixed ? words(Inspector::mixedText) : preset ? QString() : isSpring ? QString("Spring") : QString("Custom curve"));
+        other->setText(preset == EasingPreset::mixed ? words(Inspector::mixedText)
+                       : preset                      ? QString()
+                       : isSpring                    ? QString("Spring")
+                                                     : QString("Custom curve"));
         other->setVisible(!other->text().isEmpty());
     });
     easing->addWidget(picker);
@@ -97,17 +103,20 @@ void InspectorView::buildKeyframeValue(QBoxLayout* rows, Property property)
     };
     const auto write = [this, ref](const KeyValue& typed) { perform(KeyframeInspector::setValue(shown_.scene, ref(), typed)); };
     const auto menu = [this, rows, value, write]<typename E>(E) {
-        addRow(rows, "Value", {menuField("Value", [value] { return words(larkspool::label(std::get<E>(value()))); },
-                                         [this, write](QMenu& choices) {
-                                             for (const EnumCase<E>& one : EnumTable<E>::cases)
-                                                 choices.addAction(words(one.label), this, [write, chosen = one.value] { write(chosen); });
-                                         })});
+        addRow(rows, "Value",
+               {menuField(
+                   "Value", [value] { return words(larkspool::label(std::get<E>(value()))); },
+                   [this, write](QMenu& choices) {
+                       for (const EnumCase<E>& one : EnumTable<E>::cases)
+                           choices.addAction(words(one.label), this, [write, chosen = one.value] { write(chosen); });
+                   })});
     };
     const std::string action = Inspector::actionName(displayName(property));
     const KeyValue usual = Interpolation::fieldValue(Layer{}, property);
     if (std::holds_alternative<double>(usual)) {
-        NumberField* number = itemField(words(displayName(property)), action.c_str(), {}, [value] { return std::optional(std::get<double>(value())); },
-                                        [this, ref](double typed) { return KeyframeInspector::setValue(shown_.scene, ref(), typed); });
+        NumberField* number = itemField(
+            words(displayName(property)), action.c_str(), {}, [value] { return std::optional(std::get<double>(value())); },
+            [this, ref](double typed) { return KeyframeInspector::setValue(shown_.scene, ref(), typed); });
         addHalfRow(rows, "Value", number);
     } else if (std::holds_alternative<ColorRGBA>(usual)) {
         const auto stream = [this, ref, action](const QColor& color) {
@@ -143,9 +152,8 @@ void InspectorView::showEffectMenu(const TimelineItemRef& span, QWidget* under)
     auto* menu = new QMenu(window());
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const auto add = [&](QMenu& into, SpanEffect::Kind kind) {
-        QAction* action = into.addAction(words(larkspool::label(kind)), this, [this, span, kind] {
-            perform(SpanInspector::addEffect(shown_.scene, span, kind));
-        });
+        QAction* action = into.addAction(words(larkspool::label(kind)), this,
+                                         [this, span, kind] { perform(SpanInspector::addEffect(shown_.scene, span, kind)); });
         const auto isThere = [kind](const SpanEffect& effect) { return effect.kind == kind; };
         action->setEnabled(now && std::ranges::none_of(now->effects, isThere));
     };
@@ -171,19 +179,23 @@ void InspectorView::buildSpan()
 
     QVBoxLayout* timing = addSection("Timing");
     addHalfRow(timing, "Start",
-               itemField("Span Start", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->start) : std::nullopt; },
-                         [this, ref](double typed) { return SpanInspector::setStart(shown_.scene, ref(), typed); }));
+               itemField(
+                   "Span Start", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->start) : std::nullopt; },
+                   [this, ref](double typed) { return SpanInspector::setStart(shown_.scene, ref(), typed); }));
     addHalfRow(timing, "End",
-               itemField("Span End", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->end) : std::nullopt; },
-                         [this, ref](double typed) { return SpanInspector::setEnd(shown_.scene, ref(), typed); }));
+               itemField(
+                   "Span End", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->end) : std::nullopt; },
+                   [this, ref](double typed) { return SpanInspector::setEnd(shown_.scene, ref(), typed); }));
 
     if (layer->kind == Layer::Kind::zoom) {
         QVBoxLayout* zoom = addSection("Zoom");
-        const auto transition = [this, span, ref](const QString& name, SpanInspector::ZoomEnd end, ZoomTransition TimeSpan::*field) {
+        const auto transition = [this, span, ref](const QString& name, SpanInspector::ZoomEnd end,
+                                                  ZoomTransition TimeSpan::* field) {
             std::vector<Segments::Choice> choices;
             for (const EnumCase<ZoomTransition>& one : EnumTable<ZoomTransition>::cases) choices.push_back({words(one.label)});
             return segments(
-                name, std::move(choices), [span, field] { return span() ? std::optional(static_cast<std::size_t>(span()->*field)) : std::nullopt; },
+                name, std::move(choices),
+                [span, field] { return span() ? std::optional(static_cast<std::size_t>(span()->*field)) : std::nullopt; },
                 [this, ref, end](std::size_t index) {
                     perform(SpanInspector::setZoomTransition(shown_.scene, ref(), end, static_cast<ZoomTransition>(index)));
                 });
@@ -201,12 +213,13 @@ void InspectorView::buildSpan()
             return now && i < now->effects.size() ? &now->effects[i] : nullptr;
         };
         const QString name = words(larkspool::label(first->effects[i].kind));
-        NumberField* duration =
-            itemField(name + " Duration", "Edit Effect Duration", timeLook, [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
-                      [this, ref, effect](double typed) -> std::optional<Edit> {
-                          if (!effect()) return std::nullopt;
-                          return SpanInspector::setEffectDuration(shown_.scene, ref(), effect()->id, typed);
-                      });
+        NumberField* duration = itemField(
+            name + " Duration", "Edit Effect Duration", timeLook,
+            [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
+            [this, ref, effect](double typed) -> std::optional<Edit> {
+                if (!effect()) return std::nullopt;
+                return SpanInspector::setEffectDuration(shown_.scene, ref(), effect()->id, typed);
+            });
         QToolButton* remove = iconButton("trash", "Remove " + name, body_, 24);
         connect(remove, &QToolButton::clicked, this, [this, ref, effect] {
             if (effect()) perform(SpanInspector::removeEffect(shown_.scene, ref(), effect()->id));
@@ -233,23 +246,26 @@ void InspectorView::buildClip()
     const auto clip = [this, ref] { return findVideoClip(shown_.scene, ref().layerID); };
     buildHead("video", theme().clip, "Video Clip");
     QVBoxLayout* timing = addSection("Timing");
-    const auto field = [&](const QString& label, const QString& name, double VideoClip::*member,
+    const auto field = [&](const QString& label, const QString& name, double VideoClip::* member,
                            std::optional<Edit> (*edit)(const TweenScene&, const TimelineItemRef&, double)) {
         addHalfRow(timing, label,
-                   itemField(name, "Edit Trim", timeLook, [clip, member] { return clip() ? std::optional(clip()->*member) : std::nullopt; },
-                             [this, ref, edit](double typed) { return edit(shown_.scene, ref(), typed); }));
+                   itemField(
+                       name, "Edit Trim", timeLook,
+                       [clip, member] { return clip() ? std::optional(clip()->*member) : std::nullopt; },
+                       [this, ref, edit](double typed) { return edit(shown_.scene, ref(), typed); }));
     };
     field("Start", "Clip Start", &VideoClip::sceneStart, ClipInspector::setStart);
     field("End", "Clip End", &VideoClip::sceneEnd, ClipInspector::setEnd);
     field("Source Start", "Source Start", &VideoClip::sourceStart, ClipInspector::setSourceStart);
     addRow(timing, "At the End",
-           {menuField("End Behavior", [clip] { return clip() ? words(larkspool::label(clip()->endBehavior)) : QString(); },
-                      [this, ref](QMenu& menu) {
-                          for (const EnumCase<VideoClip::EndBehavior>& one : EnumTable<VideoClip::EndBehavior>::cases)
-                              menu.addAction(words(one.label), this, [this, ref, behavior = one.value] {
-                                  perform(ClipInspector::setEndBehavior(shown_.scene, ref(), behavior));
-                              });
-                      })});
+           {menuField(
+               "End Behavior", [clip] { return clip() ? words(larkspool::label(clip()->endBehavior)) : QString(); },
+               [this, ref](QMenu& menu) {
+                   for (const EnumCase<VideoClip::EndBehavior>& one : EnumTable<VideoClip::EndBehavior>::cases)
+                       menu.addAction(words(one.label), this, [this, ref, behavior = one.value] {
+                           perform(ClipInspector::setEndBehavior(shown_.scene, ref(), behavior));
+                       });
+               })});
 }
 
 void InspectorView::buildPulse()
@@ -259,14 +275,18 @@ void InspectorView::buildPulse()
     buildHead("pulse", theme().pulse, "Pulse");
     QVBoxLayout* timing = addSection("Timing");
     addHalfRow(timing, "Time",
-               itemField("Pulse Time", "Move Pulse", timeLook, [pulse] { return pulse() ? std::optional(pulse()->time) : std::nullopt; },
-                         [this, ref](double typed) { return PulseInspector::setTime(shown_.scene, ref(), typed); }));
+               itemField(
+                   "Pulse Time", "Move Pulse", timeLook,
+                   [pulse] { return pulse() ? std::optional(pulse()->time) : std::nullopt; },
+                   [this, ref](double typed) { return PulseInspector::setTime(shown_.scene, ref(), typed); }));
     QVBoxLayout* effects = addSection("Effects");
     for (const EnumCase<PulseEffect>& one : EnumTable<PulseEffect>::cases)
         addRow(effects, words(one.label),
                {switchButton(
                     words(one.label), [pulse, effect = one.value] { return pulse() && pulse()->plays(effect); },
-                    [this, ref, effect = one.value](bool) { perform(PulseInspector::togglePulseEffect(shown_.scene, ref(), effect)); }),
+                    [this, ref, effect = one.value](bool) {
+                        perform(PulseInspector::togglePulseEffect(shown_.scene, ref(), effect));
+                    }),
                 new QWidget(body_)});
 }
 

@@ -1,6 +1,6 @@
 #include "evaluation/interpolation.h"
-#include "timeline/span_edits.h"
 #include "shell/item_inspectors.h"
+#include "timeline/span_edits.h"
 #include "views/inspector_view.h"
 #include "views/inspector_words.h"
 #include "views/theme.h"
@@ -140,7 +140,9 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         const bool isFilled = look_ == Look::filled;
         painter.setPen(hasFocus() ? QPen(t.focusRing, 1.5) : isFilled ? QPen(Qt::NoPen) : QPen(t.hairlineStrong, 1));
-        painter.setBrush(isFilled ? QBrush(underMouse() ? t.spanFillHover : t.spanFill) : underMouse() ? QBrush(t.hover) : QBrush(Qt::NoBrush));
+        painter.setBrush(isFilled       ? QBrush(underMouse() ? t.spanFillHover : t.spanFill)
+                         : underMouse() ? QBrush(t.hover)
+                                        : QBrush(Qt::NoBrush));
         painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
         painter.setPen(isFilled ? t.spanText : t.textSecondary);
         painter.drawText(rect(), Qt::AlignCenter, text());
@@ -158,7 +160,7 @@ QString seconds(double time)
 } // namespace
 
 template <typename E>
-Segments* InspectorView::enumSegments(const QString& name, E Layer::*field)
+Segments* InspectorView::enumSegments(const QString& name, E Layer::* field)
 {
     std::vector<Segments::Choice> choices;
     for (const EnumCase<E>& one : EnumTable<E>::cases) choices.push_back({words(one.label)});
@@ -174,12 +176,13 @@ Segments* InspectorView::enumSegments(const QString& name, E Layer::*field)
 }
 
 template <typename E>
-MenuField* InspectorView::enumMenu(const QString& name, E Layer::*field)
+MenuField* InspectorView::enumMenu(const QString& name, E Layer::* field)
 {
     return menuField(
         name,
         [this, field] {
-            return words(Inspector::isMixedAcrossSelection(shown_.resolved, field) ? Inspector::mixedText : larkspool::label(shown_.first().*field));
+            return words(Inspector::isMixedAcrossSelection(shown_.resolved, field) ? Inspector::mixedText
+                                                                                   : larkspool::label(shown_.first().*field));
         },
         [this, name, field](QMenu& menu) {
             for (const EnumCase<E>& one : EnumTable<E>::cases)
@@ -238,7 +241,8 @@ void InspectorView::buildLayerHead()
     row->setSpacing(2);
     const bool isOne = shown_.stored.size() == 1;
     auto* picture = new QLabel(head);
-    picture->setPixmap(iconPixmap(isOne ? kindIcon(shown_.stored.front()->kind) : "group", 16, theme().icon, devicePixelRatioF()));
+    picture->setPixmap(
+        iconPixmap(isOne ? kindIcon(shown_.stored.front()->kind) : "group", 16, theme().icon, devicePixelRatioF()));
     row->addWidget(picture);
     row->addSpacing(8);
     QLabel* name = larkspool::label({}, TextStyle::objectName, LabelTone::text, head);
@@ -246,7 +250,8 @@ void InspectorView::buildLayerHead()
     name->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     row->addWidget(name, 1);
     refreshers_.push_back([this, name] {
-        const QString full = shown_.stored.size() == 1 ? words(shown_.stored.front()->name) : QString("%1 layers").arg(shown_.stored.size());
+        const QString full =
+            shown_.stored.size() == 1 ? words(shown_.stored.front()->name) : QString("%1 layers").arg(shown_.stored.size());
         name->setText(name->fontMetrics().elidedText(full, Qt::ElideRight, std::max(60, width() - 150)));
     });
     QToolButton* keyframes = iconButton("keyframe-filled", "Keyframe at playhead", head);
@@ -281,8 +286,7 @@ void InspectorView::buildLayerHead()
     constexpr Arrange arrangements[] = {{Command::alignLeft, "align-left"},       {Command::alignHCenter, "align-hcenter"},
                                         {Command::alignRight, "align-right"},     {Command::alignTop, "align-top"},
                                         {Command::alignVCenter, "align-vcenter"}, {Command::alignBottom, "align-bottom"},
-                                        {Command::distributeH, "distribute-h"},
-                                        {Command::distributeV, "distribute-v"}};
+                                        {Command::distributeH, "distribute-h"},   {Command::distributeV, "distribute-v"}};
     auto* align = new QHBoxLayout;
     align->setContentsMargins(6, 0, 6, 6);
     align->setSpacing(0);
@@ -308,32 +312,38 @@ void InspectorView::buildTransform()
     QVBoxLayout* rows = addSection("Transform", turns ? lock(DefaultsKey::scaleAspectLocked, "Keep scales in ratio") : nullptr);
     addRow(rows, "Position", {propertyField(Property::x, lettered("X")), propertyField(Property::y, lettered("Y"))});
     if (!turns) return;
-    addRow(rows, "Scale", {propertyField(Property::scaleX, twoDecimals("X", 0.01)), propertyField(Property::scaleY, twoDecimals("Y", 0.01))});
+    addRow(rows, "Scale",
+           {propertyField(Property::scaleX, twoDecimals("X", 0.01)), propertyField(Property::scaleY, twoDecimals("Y", 0.01))});
     addHalfRow(rows, "Rotation", propertyField(Property::rotation, {.suffix = "°"}));
     addRow(rows, "Anchor",
-           {plainField("Anchor X", twoDecimals("X", 0.01), [](const Layer& layer) { return layer.transform.anchorX; },
-                       [](Layer& layer, double value) { layer.transform.anchorX = value; }),
-            plainField("Anchor Y", twoDecimals("Y", 0.01), [](const Layer& layer) { return layer.transform.anchorY; },
-                       [](Layer& layer, double value) { layer.transform.anchorY = value; })});
+           {plainField(
+                "Anchor X", twoDecimals("X", 0.01), [](const Layer& layer) { return layer.transform.anchorX; },
+                [](Layer& layer, double value) { layer.transform.anchorX = value; }),
+            plainField(
+                "Anchor Y", twoDecimals("Y", 0.01), [](const Layer& layer) { return layer.transform.anchorY; },
+                [](Layer& layer, double value) { layer.transform.anchorY = value; })});
 }
 
 void InspectorView::buildSize()
 {
     QToolButton* link = iconButton("link", "Keep width and height in ratio", body_, 24);
     link->setCheckable(true);
-    connect(link, &QToolButton::clicked, this, [this](bool isOn) { context_.editor.defaults().set(DefaultsKey::sizeAspectLocked, isOn); });
+    connect(link, &QToolButton::clicked, this,
+            [this](bool isOn) { context_.editor.defaults().set(DefaultsKey::sizeAspectLocked, isOn); });
     refreshers_.push_back([this, link] { link->setChecked(context_.editor.defaults().boolean(DefaultsKey::sizeAspectLocked)); });
     QVBoxLayout* rows = addSection("Size", link);
     addRow(rows, "Dimensions", {propertyField(Property::width, lettered("W")), propertyField(Property::height, lettered("H"))});
     const auto hasCorners = [](const Layer* layer) { return Inspector::offers(*layer, Property::cornerRadius); };
-    if (std::ranges::all_of(shown_.stored, hasCorners)) addHalfRow(rows, "Corner Radius", propertyField(Property::cornerRadius, {}));
+    if (std::ranges::all_of(shown_.stored, hasCorners))
+        addHalfRow(rows, "Corner Radius", propertyField(Property::cornerRadius, {}));
 }
 
 void InspectorView::buildLayout()
 {
     QVBoxLayout* rows = addSection("Layout");
     addRow(rows, "Direction", {enumMenu("Layout", &Layer::groupLayout)});
-    const bool isStack = std::ranges::all_of(shown_.stored, [](const Layer* layer) { return Inspector::offers(*layer, Property::groupGap); });
+    const bool isStack =
+        std::ranges::all_of(shown_.stored, [](const Layer* layer) { return Inspector::offers(*layer, Property::groupGap); });
     if (!isStack) return;
     addHalfRow(rows, "Gap", propertyField(Property::groupGap, {}));
     std::vector<Segments::Choice> alignments;
@@ -341,7 +351,8 @@ void InspectorView::buildLayout()
         alignments.push_back({words(larkspool::label(one.value, shown_.stored.front()->groupLayout))});
     addRow(rows, "Alignment",
            {segments(
-               "Alignment", std::move(alignments), [this] { return std::optional(static_cast<std::size_t>(shown_.first().groupAlignment)); },
+               "Alignment", std::move(alignments),
+               [this] { return std::optional(static_cast<std::size_t>(shown_.first().groupAlignment)); },
                [this](std::size_t index) {
                    editLayers("Alignment", [&](Layer& layer) { layer.groupAlignment = static_cast<GroupAlignment>(index); });
                })});
@@ -361,7 +372,8 @@ void InspectorView::buildLine()
                [this](QMenu& menu) {
                    for (const EnumCase<LineShape>& one : EnumTable<LineShape>::cases)
                        menu.addAction(words(one.label), this, [this, shape = one.value] {
-                           mutate("Edit Line Shape", [&](TweenScene& scene) { Inspector::writeLineShape(scene, shown_.layerIDs, shape); });
+                           mutate("Edit Line Shape",
+                                  [&](TweenScene& scene) { Inspector::writeLineShape(scene, shown_.layerIDs, shape); });
                        });
                })});
     const Layer& first = *shown_.stored.front();
@@ -375,7 +387,8 @@ void InspectorView::buildLine()
     }
     if (first.lineShape == LineShape::freeform) addRow(rows, "Curved", {switchRow("Curved", &Layer::lineCurved)});
     addRow(rows, "Arrows",
-           {labelledSwitch("Arrow at Start", "Start", &Layer::lineArrowStart), labelledSwitch("Arrow at End", "End", &Layer::lineArrowEnd)});
+           {labelledSwitch("Arrow at Start", "Start", &Layer::lineArrowStart),
+            labelledSwitch("Arrow at End", "End", &Layer::lineArrowEnd)});
 }
 
 void InspectorView::buildText()
@@ -384,7 +397,8 @@ void InspectorView::buildText()
     auto* field = new TextField(undoGate(), body_);
     connect(field, &QPlainTextEdit::textChanged, this, [this, field] {
         if (!field->hasFocus()) return;
-        mutate("Edit Text", [&](TweenScene& scene) { Inspector::writeText(scene, shown_.layerIDs, field->toPlainText().toStdString()); });
+        mutate("Edit Text",
+               [&](TweenScene& scene) { Inspector::writeText(scene, shown_.layerIDs, field->toPlainText().toStdString()); });
     });
     refreshers_.push_back([this, field] {
         const bool isMixed = Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::text);
@@ -405,10 +419,12 @@ void InspectorView::buildText()
     };
     font->fill = [this, chooseFont](QMenu& menu) {
         menu.addAction("System Font", this, [chooseFont] { chooseFont({}); });
-        for (const QString& family : QFontDatabase::families()) menu.addAction(family, this, [chooseFont, family] { chooseFont(family); });
+        for (const QString& family : QFontDatabase::families())
+            menu.addAction(family, this, [chooseFont, family] { chooseFont(family); });
     };
     refreshers_.push_back([this, font] {
-        if (Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::fontName)) return font->showWords(words(Inspector::mixedText));
+        if (Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::fontName))
+            return font->showWords(words(Inspector::mixedText));
         font->showWords(shown_.first().fontName.empty() ? QString("System Font") : words(shown_.first().fontName));
     });
     withDiamond(font, Property::fontName);
@@ -426,13 +442,16 @@ void InspectorView::buildText()
                 "Vertical Text Alignment", {{"Top", "text-top"}, {"Center", "text-middle"}, {"Bottom", "text-bottom"}},
                 [this] { return std::optional(static_cast<std::size_t>(shown_.first().textVerticalAlignment)); },
                 [this](std::size_t index) {
-                    editLayers("Text Alignment", [&](Layer& layer) { layer.textVerticalAlignment = static_cast<TextVerticalAlignment>(index); });
+                    editLayers("Text Alignment",
+                               [&](Layer& layer) { layer.textVerticalAlignment = static_cast<TextVerticalAlignment>(index); });
                 })});
     addRow(rows, "Padding",
-           {plainField("Padding X", lettered("X"), [](const Layer& layer) { return layer.textPadX; },
-                       [](Layer& layer, double value) { layer.textPadX = std::max(value, 0.0); }),
-            plainField("Padding Y", lettered("Y"), [](const Layer& layer) { return layer.textPadY; },
-                       [](Layer& layer, double value) { layer.textPadY = std::max(value, 0.0); })});
+           {plainField(
+                "Padding X", lettered("X"), [](const Layer& layer) { return layer.textPadX; },
+                [](Layer& layer, double value) { layer.textPadX = std::max(value, 0.0); }),
+            plainField(
+                "Padding Y", lettered("Y"), [](const Layer& layer) { return layer.textPadY; },
+                [](Layer& layer, double value) { layer.textPadY = std::max(value, 0.0); })});
     addRow(rows, "Fit to Text", {switchRow("Fit to Text", &Layer::textAutoFit)});
     addRow(rows, "Harmonize", {switchRow("Text Color Harmony", &Layer::textColorHarmonize)});
     addRow(rows, "Blinking Caret", {switchRow("Blinking Caret", &Layer::textCursorBlinks)});
@@ -458,24 +477,31 @@ void InspectorView::buildAppearance()
         if (isAll(Layer::Kind::line))
             addHalfRow(rows, "Stroke Width", strokeWidth);
         else
-            addRow(rows, "Stroke Width", {strokeWidth, labelledSwitch("Stroke Outside", "Outside", &Layer::strokeOutside)}, strokeWidth);
+            addRow(rows, "Stroke Width", {strokeWidth, labelledSwitch("Stroke Outside", "Outside", &Layer::strokeOutside)},
+                   strokeWidth);
     }
     if (isAll(Layer::Kind::rectangle, Layer::Kind::text, Layer::Kind::image, Layer::Kind::video)) {
         addRow(rows, "Per Side", {switchRow("Stroke Per Side", &Layer::perSideStroke)});
-        const auto side = [this](const char* name, const char* letter, double Layer::*width) {
-            return plainField(name, lettered(letter), [width](const Layer& layer) { return layer.*width; },
-                              [width](Layer& layer, double value) { layer.*width = std::max(value, 0.0); });
+        const auto side = [this](const char* name, const char* letter, double Layer::* width) {
+            return plainField(
+                name, lettered(letter), [width](const Layer& layer) { return layer.*width; },
+                [width](Layer& layer, double value) { layer.*width = std::max(value, 0.0); });
         };
-        if (std::ranges::all_of(shown_.stored, &Layer::perSideStroke, [](const Layer* layer) -> const Layer& { return *layer; })) {
-            addRow(rows, "", {side("Top Stroke", "T", &Layer::strokeWidthTop), side("Right Stroke", "R", &Layer::strokeWidthRight)});
-            addRow(rows, "", {side("Bottom Stroke", "B", &Layer::strokeWidthBottom), side("Left Stroke", "L", &Layer::strokeWidthLeft)});
+        if (std::ranges::all_of(shown_.stored, &Layer::perSideStroke,
+                                [](const Layer* layer) -> const Layer& { return *layer; })) {
+            addRow(rows, "",
+                   {side("Top Stroke", "T", &Layer::strokeWidthTop), side("Right Stroke", "R", &Layer::strokeWidthRight)});
+            addRow(rows, "",
+                   {side("Bottom Stroke", "B", &Layer::strokeWidthBottom), side("Left Stroke", "L", &Layer::strokeWidthLeft)});
         }
     }
     if (isAll(Layer::Kind::gradientField)) {
-        addHalfRow(rows, "Warp Speed", plainField("Warp Speed", {.decimals = 2, .step = 0.01}, &Layer::gradientWarpSpeed,
-                                                  [](Layer& layer, double value) { layer.gradientWarpSpeed = value; }));
-        addHalfRow(rows, "Pulse Amount", plainField("Pulse Amount", {.decimals = 2, .step = 0.01}, &Layer::gradientPulseAmount,
-                                                    [](Layer& layer, double value) { layer.gradientPulseAmount = value; }));
+        addHalfRow(rows, "Warp Speed",
+                   plainField("Warp Speed", {.decimals = 2, .step = 0.01}, &Layer::gradientWarpSpeed,
+                              [](Layer& layer, double value) { layer.gradientWarpSpeed = value; }));
+        addHalfRow(rows, "Pulse Amount",
+                   plainField("Pulse Amount", {.decimals = 2, .step = 0.01}, &Layer::gradientPulseAmount,
+                              [](Layer& layer, double value) { layer.gradientPulseAmount = value; }));
     }
     if (isAll(Layer::Kind::image, Layer::Kind::video)) addRow(rows, "Key Out Black", {switchRow("Black Key", &Layer::blackKey)});
     if (offersAll(Property::shadow)) {
@@ -489,7 +515,8 @@ void InspectorView::buildAppearance()
             },
             [this](std::size_t index) {
                 mutate("Edit Shadow", [&](TweenScene& scene) {
-                    Inspector::upsertHelper(scene, shown_.layerIDs, Property::shadow, static_cast<ShadowPreset>(index), shown_.how);
+                    Inspector::upsertHelper(scene, shown_.layerIDs, Property::shadow, static_cast<ShadowPreset>(index),
+                                            shown_.how);
                 });
             });
         auto* diamond = new DiamondButton("Shadow keyframe", body_);
@@ -510,7 +537,8 @@ void InspectorView::buildAppearance()
                {menuField(
                    "Hover Cursor",
                    [this, valueWords] {
-                       if (Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::cursorHoverOverride)) return words(Inspector::mixedText);
+                       if (Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::cursorHoverOverride))
+                           return words(Inspector::mixedText);
                        return valueWords(shown_.first().cursorHoverOverride);
                    },
                    [this, valueWords](QMenu& menu) {
@@ -543,7 +571,8 @@ void InspectorView::buildAnimation()
                 }
             if (isAdded) perform(Edit{std::move(scene), "Add Span"});
         });
-        span->setEnabled(std::ranges::any_of(shown_.stored, [&](const Layer* one) { return !SpanInspector::spanAtPlayhead(*one, playhead); }));
+        span->setEnabled(
+            std::ranges::any_of(shown_.stored, [&](const Layer* one) { return !SpanInspector::spanAtPlayhead(*one, playhead); }));
         if (shown_.stored.size() == 1)
             menu->addAction("Add Pulse", this, [this, id] {
                 context_.editor.addPulseAtPlayhead(id);
@@ -589,7 +618,8 @@ void InspectorView::buildAnimation()
             refreshers_.push_back([this, tag, i, e] {
                 const Layer& now = *shown_.stored.front();
                 const SpanEffect& effect = now.spans[i].effects[e];
-                tag->setText(QString("%1 %2").arg(words(larkspool::label(effect.kind)), QString::number(effect.duration, 'f', 2)));
+                tag->setText(
+                    QString("%1 %2").arg(words(larkspool::label(effect.kind)), QString::number(effect.duration, 'f', 2)));
                 tag->updateGeometry();
             });
         }

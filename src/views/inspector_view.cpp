@@ -59,7 +59,8 @@ private:
 
 } // namespace
 
-InspectorView::InspectorView(EditorContext context, QWidget* parent) : Surface(theme().panel, parent), context_(std::move(context))
+InspectorView::InspectorView(EditorContext context, QWidget* parent)
+    : Surface(theme().panel, parent), context_(std::move(context))
 {
     setAccessibleName("Inspector");
     auto* whole = new QVBoxLayout(this);
@@ -115,8 +116,9 @@ QByteArray InspectorView::signature() const
     const auto add = [&result](auto value) { result.append(static_cast<char>(value)); };
     add(shown_.subject.kind);
     for (const Layer* layer : shown_.stored) {
-        for (const int part : {static_cast<int>(layer->kind), static_cast<int>(layer->lineShape), static_cast<int>(layer->groupLayout),
-                               static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey)})
+        for (const int part :
+             {static_cast<int>(layer->kind), static_cast<int>(layer->lineShape), static_cast<int>(layer->groupLayout),
+              static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey)})
             add(part);
         if (shown_.stored.size() > 1) continue;
         for (const TimeSpan& span : layer->spans) {
@@ -248,7 +250,8 @@ NumberField* InspectorView::numberField(Number number)
                               const SharedCommit::Work work = number.write(typed);
                               if (!work) return false;
                               const std::optional<double> current = number.read();
-                              if (current && Inspector::isUnchanged(*current, number.kept ? number.kept(typed) : typed)) return true;
+                              if (current && Inspector::isUnchanged(*current, number.kept ? number.kept(typed) : typed))
+                                  return true;
                               mutate(number.action, work);
                               return true;
                           },
@@ -350,23 +353,23 @@ ColorField* InspectorView::colorField(Property property)
         Inspector::upsertHelper(scene, shown_.layerIDs, property, asColor(color), shown_.how);
         if (property == Property::fill) Inspector::autoRenameShapeLayersOnFillEdit(scene, shown_.layerIDs);
     };
-    ColorField::Steps steps{.typed =
-                                [this, action, write](const QColor& color) {
-                                    mutate(action, [&](TweenScene& scene) { write(scene, color); });
-                                },
-                            .chosen =
-                                [this, action, write](const QColor& color) {
-                                    context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) { write(scene, color); });
-                                    context_.changed();
-                                },
-                            .closed =
-                                [this] {
-                                    context_.editor.colorBatch().commitColorBatch();
-                                    context_.changed();
-                                }};
+    ColorField::Steps steps{
+        .typed = [this, action, write](const QColor& color) { mutate(action, [&](TweenScene& scene) { write(scene, color); }); },
+        .chosen =
+            [this, action, write](const QColor& color) {
+                context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) { write(scene, color); });
+                context_.changed();
+            },
+        .closed =
+            [this] {
+                context_.editor.colorBatch().commitColorBatch();
+                context_.changed();
+            }};
     auto* field = new ColorField(name, FieldBox::HasDiamond::yes, std::move(steps), body_);
     refreshers_.push_back([this, field, property] {
-        const auto valueOf = [property](const Layer& layer) { return std::get<ColorRGBA>(Interpolation::fieldValue(layer, property)); };
+        const auto valueOf = [property](const Layer& layer) {
+            return std::get<ColorRGBA>(Interpolation::fieldValue(layer, property));
+        };
         const bool isMixed = Inspector::isMixedAcrossSelection(shown_.resolved, valueOf);
         field->showColor(isMixed ? std::nullopt : std::optional(asQColor(valueOf(shown_.first()))));
     });
@@ -382,7 +385,7 @@ SwitchButton* InspectorView::switchButton(const QString& name, std::function<boo
     return button;
 }
 
-QWidget* InspectorView::labelledSwitch(const QString& name, const QString& text, bool Layer::*field)
+QWidget* InspectorView::labelledSwitch(const QString& name, const QString& text, bool Layer::* field)
 {
     auto* holder = new QWidget(body_);
     holder->setFixedHeight(FieldBox::fieldHeight);
@@ -397,7 +400,7 @@ QWidget* InspectorView::labelledSwitch(const QString& name, const QString& text,
     return holder;
 }
 
-QWidget* InspectorView::switchRow(const QString& name, bool Layer::*field)
+QWidget* InspectorView::switchRow(const QString& name, bool Layer::* field)
 {
     return labelledSwitch(name, {}, field);
 }
@@ -486,14 +489,16 @@ void InspectorView::buildScene()
         auto* menu = new QMenu(window());
         menu->setAttribute(Qt::WA_DeleteOnClose);
         for (const CanvasPreset& preset : canvasPresets)
-            menu->addAction(words(preset.label), this, [this, size = preset.size()] { perform(Inspector::applyCanvasPreset(shown_.scene, size)); });
+            menu->addAction(words(preset.label), this,
+                            [this, size = preset.size()] { perform(Inspector::applyCanvasPreset(shown_.scene, size)); });
         menu->popup(presets->mapToGlobal(QPoint(0, presets->height() + 2)));
     });
     dimensions->addWidget(presets);
 
     QVBoxLayout* timing = addSection("Timing");
     NumberField* duration = sceneField(
-        "Duration", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit Duration", [](const TweenScene& scene) { return scene.duration; },
+        "Duration", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit Duration",
+        [](const TweenScene& scene) { return scene.duration; },
         [](const TweenScene&, double typed) -> SharedCommit::Work {
             const std::optional<double> kept = Inspector::keptDuration(typed);
             if (!kept) return nullptr;
@@ -501,7 +506,8 @@ void InspectorView::buildScene()
         });
     addHalfRow(timing, "Duration", duration);
     NumberField* pause = sceneField(
-        "End Pause", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit End Pause", [](const TweenScene& scene) { return scene.endPause; },
+        "End Pause", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit End Pause",
+        [](const TweenScene& scene) { return scene.endPause; },
         [](const TweenScene&, double typed) -> SharedCommit::Work {
             const std::optional<double> kept = Inspector::keptEndPause(typed);
             if (!kept) return nullptr;
@@ -521,7 +527,8 @@ void InspectorView::buildScene()
     const auto write = [](TweenScene& scene, const QColor& color) { scene.background = asColor(color); };
     auto* color = new ColorField(
         "Background", FieldBox::HasDiamond::no,
-        {.typed = [this, write](const QColor& chosen) { mutate("Edit Background", [&](TweenScene& scene) { write(scene, chosen); }); },
+        {.typed = [this,
+                   write](const QColor& chosen) { mutate("Edit Background", [&](TweenScene& scene) { write(scene, chosen); }); },
          .chosen =
              [this, write](const QColor& chosen) {
                  context_.editor.colorBatch().colorEditBatch("Edit Background", [&](TweenScene& scene) { write(scene, chosen); });

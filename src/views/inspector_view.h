@@ -62,19 +62,19 @@ private:
     NumberField* plainField(const QString& name, NumberField::Look look, std::function<double(const Layer&)> read,
                             std::function<void(Layer&, double)> write);
     ColorField* colorField(Property property);
-    QWidget* switchRow(const QString& name, bool Layer::*field);
-    QWidget* labelledSwitch(const QString& name, const QString& words, bool Layer::*field);
+    QWidget* switchRow(const QString& name, bool Layer::* field);
+    QWidget* labelledSwitch(const QString& name, const QString& words, bool Layer::* field);
     SwitchButton* switchButton(const QString& name, std::function<bool()> read, std::function<void(bool)> write);
-    Segments* segments(const QString& name, std::vector<Segments::Choice> choices, std::function<std::optional<std::size_t>()> read,
-                       std::function<void(std::size_t)> write);
+    Segments* segments(const QString& name, std::vector<Segments::Choice> choices,
+                       std::function<std::optional<std::size_t>()> read, std::function<void(std::size_t)> write);
     MenuField* menuField(const QString& name, std::function<QString()> read, std::function<void(QMenu&)> fill);
     template <typename E>
-    Segments* enumSegments(const QString& name, E Layer::*field);
+    Segments* enumSegments(const QString& name, E Layer::* field);
     template <typename E>
-    MenuField* enumMenu(const QString& name, E Layer::*field);
+    MenuField* enumMenu(const QString& name, E Layer::* field);
     /// A number of an item of the timeline. Nothing came of `edit` where the number changes nothing.
-    NumberField* itemField(const QString& name, const char* action, NumberField::Look look, std::function<std::optional<double>()> read,
-                           std::function<std::optional<Edit>(double)> edit);
+    NumberField* itemField(const QString& name, const char* action, NumberField::Look look,
+                           std::function<std::optional<double>()> read, std::function<std::optional<Edit>(double)> edit);
     void withDiamond(FieldBox* field, Property property);
     QWidget* note(const QString& words);
     /// @}

@@ -47,8 +47,12 @@ Sheet::Sheet(QWidget& window, const QString& name, int width)
 
 void Sheet::dismiss()
 {
+    QWidget* const now = window()->focusWidget();
+    if (before_ && before_->isVisible())
+        before_->setFocus(Qt::OtherFocusReason);
+    else if (now && (now == this || isAncestorOf(now)))
+        now->clearFocus();
     hide();
-    if (before_ && before_->isVisible()) before_->setFocus(Qt::OtherFocusReason);
     deleteLater();
 }
 

@@ -227,8 +227,8 @@ TEST(MixMatch, TwoLayersSwapTheirValues)
 
 TEST(MixMatch, OnlySelectedLayersAreDealtAtAnyDepth)
 {
-    const TweenScene scene = sceneHolding({layerNamed('a', {{0, 0}, {1, 1}}),
-                                           groupNamed('g', {layerNamed('b', {{0, 0}, {2, 2}}), layerNamed('c', {{0, 0}, {3, 3}})})});
+    const Layer group = groupNamed('g', {layerNamed('b', {{0, 0}, {2, 2}}), layerNamed('c', {{0, 0}, {3, 3}})});
+    const TweenScene scene = sceneHolding({layerNamed('a', {{0, 0}, {1, 1}}), group});
     SeededRandom random(3);
     const std::optional<Edit> edit = applyMixAndMatch(scene, idsNamed("ac"), {.categories = {Category::width}}, random);
     EXPECT_THAT(widthsOf(edit.value().scene), ElementsAre(3, 200, 2, 1));
@@ -246,7 +246,8 @@ TEST(MixMatch, AParentAndItsChildSwapWhatTheyHoldAndStayWhereTheyAre)
 
 TEST(MixMatch, EqualWidthsStayTheSameInBetween)
 {
-    EXPECT_THAT(widthsOf(dealt(sceneOfWidths({70, 70, 70}), {.categories = {Category::width}, .bias = 1})), ElementsAre(70, 70, 70));
+    const TweenScene scene = sceneOfWidths({70, 70, 70});
+    EXPECT_THAT(widthsOf(dealt(scene, {.categories = {Category::width}, .bias = 1})), ElementsAre(70, 70, 70));
 }
 
 TEST(MixMatch, InBetweenSpreadsTheValuesEvenlyOverTheRange)

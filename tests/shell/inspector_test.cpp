@@ -110,14 +110,15 @@ TEST(Inspector, NumbersAreHeldWithinTheLimitsOfTheirProperty)
         const char* label;
         double typed, kept;
     };
-    for (const Case& c : {Case{"opacity above", Property::opacity, "Opacity", 1.4, 1}, Case{"opacity below", Property::opacity, "Opacity", -2, 0},
-                          Case{"opacity within", Property::opacity, "Opacity", 0.25, 0.25}, Case{"scale", Property::scaleX, "X", -1, 0},
-                          Case{"scale", Property::scaleY, "Y", -1, 0}, Case{"stroke", Property::strokeWidth, "Stroke Width", -3, 0},
-                          Case{"width", Property::width, "W", -3, 0}, Case{"height", Property::height, "H", -3, 0},
-                          Case{"corner", Property::cornerRadius, "Corner Radius", -3, 0}, Case{"gap", Property::groupGap, "Gap", -3, 0},
-                          Case{"font size", Property::fontSize, "Font Size", -3, 0}, Case{"place", Property::x, "Size", -3, -3},
-                          Case{"bend", Property::lineArcBend, "Bend", -3, -3}, Case{"plain size", std::nullopt, "Font Size", -3, 0},
-                          Case{"plain gap", std::nullopt, "Row GAP", -3, 0}, Case{"plain other", std::nullopt, "Anchor", -3, -3}}) {
+    for (const Case& c :
+         {Case{"opacity above", Property::opacity, "Opacity", 1.4, 1}, Case{"opacity below", Property::opacity, "Opacity", -2, 0},
+          Case{"opacity within", Property::opacity, "Opacity", 0.25, 0.25}, Case{"scale", Property::scaleX, "X", -1, 0},
+          Case{"scale", Property::scaleY, "Y", -1, 0}, Case{"stroke", Property::strokeWidth, "Stroke Width", -3, 0},
+          Case{"width", Property::width, "W", -3, 0}, Case{"height", Property::height, "H", -3, 0},
+          Case{"corner", Property::cornerRadius, "Corner Radius", -3, 0}, Case{"gap", Property::groupGap, "Gap", -3, 0},
+          Case{"font size", Property::fontSize, "Font Size", -3, 0}, Case{"place", Property::x, "Size", -3, -3},
+          Case{"bend", Property::lineArcBend, "Bend", -3, -3}, Case{"plain size", std::nullopt, "Font Size", -3, 0},
+          Case{"plain gap", std::nullopt, "Row GAP", -3, 0}, Case{"plain other", std::nullopt, "Anchor", -3, -3}}) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(Inspector::clampForProperty(c.property, c.label, c.typed), c.kept);
     }
@@ -244,7 +245,8 @@ TEST(Inspector, ALockedRatioIsThatBeforeTheVisitToTheField)
     flat.size = {0, 50};
     const TweenScene before = sceneOf({layer, flat});
     TweenScene scene = before;
-    for (const double typed : {0.0, 2.0, 20.0, 200.0}) Inspector::upsertInRatio(scene, before, idsOf(before), Property::width, typed, {});
+    for (const double typed : {0.0, 2.0, 20.0, 200.0})
+        Inspector::upsertInRatio(scene, before, idsOf(before), Property::width, typed, {});
     EXPECT_EQ(scene.layers[0].size, (CGSize{200, 50}));
     EXPECT_EQ(scene.layers[1].size, (CGSize{200, 50})) << "a side of 0 has no ratio";
     Inspector::upsertInRatio(scene, before, idsOf(before), Property::scaleY, 3, {});

@@ -50,13 +50,13 @@ TEST(EasingPresets, ASelectionHasAPresetIfAllAreTheSamePlainCurve)
         std::vector<Easing> easings;
         std::optional<EasingPreset> preset;
     };
-    for (const Case& c : {Case{"one", {Easing::easeIn()}, EasingPreset::easeIn},
-                          Case{"two alike", {Easing::linear(), Easing::linear()}, EasingPreset::linear},
-                          Case{"two that differ", {Easing::linear(), Easing::easeOut()}, EasingPreset::mixed},
-                          Case{"a spring", {Easing::spring(100, 10)}, std::nullopt},
-                          Case{"a curve", {Easing::cubic(0, 0, 1, 1)}, std::nullopt},
-                          Case{"a spring among others", {Easing::easeOut(), Easing::spring(100, 10)}, EasingPreset::mixed},
-                          Case{"none", {}, std::nullopt}}) {
+    for (const Case& c :
+         {Case{"one", {Easing::easeIn()}, EasingPreset::easeIn},
+          Case{"two alike", {Easing::linear(), Easing::linear()}, EasingPreset::linear},
+          Case{"two that differ", {Easing::linear(), Easing::easeOut()}, EasingPreset::mixed},
+          Case{"a spring", {Easing::spring(100, 10)}, std::nullopt}, Case{"a curve", {Easing::cubic(0, 0, 1, 1)}, std::nullopt},
+          Case{"a spring among others", {Easing::easeOut(), Easing::spring(100, 10)}, EasingPreset::mixed},
+          Case{"none", {}, std::nullopt}}) {
         SCOPED_TRACE(c.when);
         EXPECT_EQ(easingPreset(c.easings), c.preset);
     }
@@ -90,7 +90,8 @@ TEST(KeyframeInspector, AValueIsHeldWithinItsLimitsAndKeepsItsCase)
     const OneOfEach one;
     EXPECT_EQ(only(KeyframeInspector::setValue(one.scene, one.opacity, 1.4)).keyframes[0].value, KeyValue(1.0));
     EXPECT_EQ(KeyframeInspector::setValue(one.scene, one.opacity, 1.4)->actionName, "Edit Opacity");
-    EXPECT_EQ(only(KeyframeInspector::setValue(one.scene, one.fill, ColorRGBA::black)).keyframes[1].value, KeyValue(ColorRGBA::black));
+    EXPECT_EQ(only(KeyframeInspector::setValue(one.scene, one.fill, ColorRGBA::black)).keyframes[1].value,
+              KeyValue(ColorRGBA::black));
     EXPECT_FALSE(KeyframeInspector::setValue(one.scene, one.fill, 1.0));
     EXPECT_FALSE(KeyframeInspector::setValue(one.scene, one.opacity, notANumber));
 }

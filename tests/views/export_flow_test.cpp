@@ -1,0 +1,227 @@
+#include "views/export_flow.h"
+
+#include "document/tween_document.h"
+#include "support/memory_user_defaults.h"
+#include "support/test_media.h"
+#include "views/background_tasks.h"
+#include "views/find_control.h"
+#include "views/form_controls.h"
+#include "views/window_test.h"
+
+#include <QLineEdit>
+#include <QShortcut>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace larkspool {
+namespace {
+
+TweenScene smallScene(const char* name, double seconds)
+{
+    TweenScene scene;
+    scene.name = name;
+    scene.width = 64;
+    scene.height = 36;
+    scene.duration = seconds;
+    return scene;
+}
+
+/// A window with something that has the keyboard, and the export of a document of two scenes.
+class ExportFlowTest : public testing::Test {
+protected:
+    ExportFlowTest()
+    {
+        document.scenes = {smallScene("Intro", 1), smallScene("Outro", 2)};
+        window.resize(900, 700);
+        behind = new QLineEdit(&window);
+        window.show();
+        (void)QTest::qWaitForWindowExposed(&window);
+        window.activateWindow();
+        behind->setFocus();
+        flow = std::make_unique<ExportFlow>(window, ExportFlow::Services{.defaults = defaults,
+                                                                         .tasks = background->tasks(),
+                                                                         .document = [this] { return document; },
+                                                                         .documentName = [] { return "Board"; },
+                                                                         .documentFolder = [] { return ""; },
+                                                                         .sheetsChanged = [this] { ++sheetChanges; },
+                                                                         .runPanel =
+                                                                             [this](const SavePanel& panel) {
+                                                                                 offered = panel.nameFieldStringValue;
+                                                                                 return path;
+                                                                             },
+                                                                         .reveal = [this](const std::string& shown) { revealed = shown; }});
+    }
+
+    QLineEdit& filename() { return *findControl<QLineEdit>(window, "Filename"); }
+    ChoiceField& scenes() { return *findControl<ChoiceField>(window, "Scenes"); }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
+    bool hasEnded() { return !flow->isRunning(); }
+
+    const TemporaryFolder folder;
+    TweenDocument document;
+    MemoryUserDefaults defaults;
+    std::unique_ptr<BackgroundTasks> background = std::make_unique<BackgroundTasks>();
+    QWidget window;
+    QLineEdit* behind = nullptr;
+    std::optional<std::string> path;
+    std::string offered, revealed;
+    int sheetChanges = 0;
+    std::unique_ptr<ExportFlow> flow;
+};
+
+TEST_F(ExportFlowTest, TheKeyboardGoesRoundAllFieldsAndStaysInTheSheet)
+{
+    flow->start();
+    QStringList way{focusName(window)};
+    for (int i = 0; i < 7; ++i) {
+        press(Qt::Key_Tab);
+        way << focusName(window);
+    }
+    EXPECT_EQ(way, QStringList({"Filename", "Cancel", "Export", "Scenes", "Size: Full", "Motion Blur", "Include Audio", "Filename"}));
+    press(Qt::Key_Backtab);
+    EXPECT_EQ(focusName(window), "Include Audio");
+}
+
+TEST_F(ExportFlowTest, NoShortcutOfTheWindowAnswersWhileASheetIsOpen)
+{
+    int answered = 0;
+    const QShortcut shortcut(QKeySequence("Ctrl+K"), &window, [&] { ++answered; });
+    const auto type = [this] { QTest::keyClick(window.windowHandle(), Qt::Key_K, Qt::ControlModifier); };
+    type();
+    ASSERT_EQ(answered, 1);
+    flow->start();
+    type();
+    EXPECT_EQ(answered, 1);
+    press(Qt::Key_Escape);
+    type();
+    EXPECT_EQ(answered, 2);
+}
+
+TEST_F(ExportFlowTest, TheNameFollowsTheScenesUntilOneIsTyped)
+{
+    flow->start();
+    EXPECT_EQ(filename().text(), "Board (Intro) Export.mp4");
+    scenes().setFocus();
+    press(Qt::Key_Up);
+    EXPECT_EQ(scenes().currentText(), "All Scenes");
+    EXPECT_EQ(filename().text(), "Board (All Scenes) Export.mp4");
+    filename().setFocus();
+    filename().selectAll();
+    QTest::keyClicks(&filename(), "mine.mp4");
+    scenes().setFocus();
+    press(Qt::Key_End);
+    EXPECT_EQ(scenes().currentText(), "Outro");
+    EXPECT_EQ(filename().text(), "mine.mp4");
+}
+
+TEST_F(ExportFlowTest, ArrowsChooseTheSizeAndTheSheetTellsWhatTheFilmWillBe)
+{
+    flow->start();
+    EXPECT_TRUE(showsWords(window, "64 × 36 · 60 fps · 1.00s"));
+    findControl<QAbstractButton>(window, "Size: Full")->setFocus();
+    press(Qt::Key_Right);
+    press(Qt::Key_Right);
+    EXPECT_EQ(focusName(window), "Size: Half");
+    EXPECT_TRUE(showsWords(window, "32 × 18 · 60 fps · 1.00s"));
+    scenes().setFocus();
+    press(Qt::Key_Home);
+    EXPECT_TRUE(showsWords(window, "32 × 18 · 60 fps · 3.00s"));
+}
+
+TEST_F(ExportFlowTest, EscapeLeavesEverythingAsItWas)
+{
+    flow->start();
+    ASSERT_TRUE(flow->isOpen());
+    scenes().setFocus();
+    press(Qt::Key_Home);
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(flow->isOpen());
+    EXPECT_EQ(window.focusWidget(), behind);
+    EXPECT_TRUE(offered.empty());
+    EXPECT_EQ(defaults.string(DefaultsKey::lastExportTarget), "current");
+    EXPECT_EQ(sheetChanges, 2);
+}
+
+TEST_F(ExportFlowTest, APanelThatIsCancelledStoresNothing)
+{
+    flow->start();
+    findControl<QAbstractButton>(window, "Include Audio")->click();
+    press(Qt::Key_Return);
+    EXPECT_EQ(offered, "Board (Intro) Export.mp4");
+    EXPECT_FALSE(flow->isOpen());
+    EXPECT_TRUE(defaults.boolean(DefaultsKey::exportIncludeAudio));
+}
+
+TEST_F(ExportFlowTest, ReturnWritesTheFilmShowsItAndKeepsTheChoices)
+{
+    path = folder.path("film.mp4");
+    flow->start();
+    scenes().setFocus();
+    press(Qt::Key_End);
+    press(Qt::Key_Return);
+    ASSERT_TRUE(flow->isOpen());
+    EXPECT_TRUE(showsWords(window, "Exporting MP4..."));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return hasEnded(); }, 60000));
+    EXPECT_FALSE(flow->isOpen());
+    EXPECT_EQ(revealed, *path);
+    EXPECT_TRUE(std::filesystem::exists(*path));
+    EXPECT_EQ(defaults.string(DefaultsKey::lastExportTarget), "scene:1");
+    EXPECT_EQ(window.focusWidget(), behind);
+}
+
+TEST_F(ExportFlowTest, StopEndsTheExportWithoutAnError)
+{
+    document.scenes = {smallScene("Long", 600)};
+    path = folder.path("part.mp4");
+    flow->start();
+    press(Qt::Key_Return);
+    ASSERT_TRUE(flow->isRunning());
+    QTest::qWait(50);
+    findControl<QAbstractButton>(window, "Stop")->click();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return hasEnded(); }, 60000));
+    EXPECT_FALSE(flow->isOpen());
+    EXPECT_EQ(revealed.empty(), !std::filesystem::exists(*path));
+}
+
+TEST_F(ExportFlowTest, AFailureIsToldUntilItIsDismissed)
+{
+    path = folder.path("no such folder/film.mp4");
+    flow->start();
+    press(Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return hasEnded(); }, 60000));
+    EXPECT_TRUE(showsWords(window, "Export failed"));
+    EXPECT_FALSE(showsWords(window, "Exporting MP4..."));
+    EXPECT_TRUE(revealed.empty());
+    press(Qt::Key_Return);
+    EXPECT_FALSE(flow->isOpen());
+    EXPECT_EQ(window.focusWidget(), behind);
+}
+
+TEST_F(ExportFlowTest, NoThreadIsLeftWhenTheWindowGoesDuringAnExport)
+{
+    document.scenes = {smallScene("Long", 600)};
+    path = folder.path("part.mp4");
+    flow->start();
+    press(Qt::Key_Return);
+    ASSERT_TRUE(flow->isRunning());
+    flow.reset();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return background->running() == 0; }, 60000));
+    EXPECT_TRUE(revealed.empty());
+}
+
+TEST_F(ExportFlowTest, TheProgramWaitsForItsThreadsToEnd)
+{
+    document.scenes = {smallScene("Long", 600)};
+    path = folder.path("part.mp4");
+    flow->start();
+    press(Qt::Key_Return);
+    flow.reset();
+    background.reset();
+    QTest::qWait(20); // Nothing that the thread has posted may arrive.
+    EXPECT_TRUE(revealed.empty());
+}
+
+} // namespace
+} // namespace larkspool
