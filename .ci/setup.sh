@@ -29,12 +29,14 @@ install_packages() {
     "${apt[@]}" install --yes --no-install-recommends "${missing[@]}" >&2
 }
 
-# configure PRESET: makes its build folder ready. Under CI a warning of the preset dev is an error; under the sanitizers the
-# compiler sees some that are none. Says nothing on standard output.
+# configure PRESET: makes its build folder ready. Under CI a warning of the preset dev is an error, and it is built as lightly as
+# the sanitizers' presets, which takes a third less time; built so, the compiler sees some warnings that are none. Says
+# nothing on standard output.
 configure() {
-    local warnings=OFF
-    [[ ${CI:-} != true || $1 != dev ]] || warnings=ON
-    (cd "$project" && cmake --preset "$1" --log-level=WARNING -DLARKSPOOL_WARNINGS_AS_ERRORS=$warnings) >&2
+    local settings=(-DLARKSPOOL_WARNINGS_AS_ERRORS=OFF)
+    [[ ${CI:-} != true || $1 != dev ]] ||
+        settings=(-DLARKSPOOL_WARNINGS_AS_ERRORS=ON "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1 -Wno-maybe-uninitialized")
+    (cd "$project" && cmake --preset "$1" --log-level=WARNING "${settings[@]}") >&2
 }
 
 # build PRESET [TARGET...]: configures a preset and builds it, all of it or the named targets. Says nothing on standard output.
