@@ -106,7 +106,7 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     exports_ = std::make_unique<ExportFlow>(
         *this, ExportFlow::Services{.defaults = workspace_.defaults,
                                     .tasks = workspace_.background.tasks(),
-                                    .document = [this] { return editor_->state().document; },
+                                    .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
                                     .documentName = [this] { return file_.displayName(); },
                                     .documentFolder =
                                         [this] { return std::filesystem::path(file_.path()).parent_path().string(); },

@@ -4,12 +4,15 @@
 #include "support/memory_user_defaults.h"
 #include "support/test_media.h"
 #include "views/background_tasks.h"
+#include "views/editor_window.h"
 #include "views/find_control.h"
 #include "views/form_controls.h"
 #include "views/window_test.h"
 
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QShortcut>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -51,7 +54,10 @@ protected:
                                                                                  offered = panel.nameFieldStringValue;
                                                                                  return path;
                                                                              },
-                                                                         .reveal = [this](const std::string& shown) { revealed = shown; }});
+                                                                         .reveal =
+                                                                             [this](const std::string& shown) {
+                                                                                 revealed = shown;
+                                                                             }});
     }
 
     QLineEdit& filename() { return *findControl<QLineEdit>(window, "Filename"); }
@@ -221,6 +227,32 @@ TEST_F(ExportFlowTest, TheProgramWaitsForItsThreadsToEnd)
     background.reset();
     QTest::qWait(20); // Nothing that the thread has posted may arrive.
     EXPECT_TRUE(revealed.empty());
+}
+
+TEST_F(ExportFlowTest, AnEditorWindowThatIsClosedStopsItsExport)
+{
+    MemoryPasteboard pasteboard;
+    Workspace workspace{.defaults = defaults, .pasteboard = pasteboard, .recents = RecentDocuments("")};
+    auto editor = std::make_unique<EditorWindow>(DocumentFile(TweenDocument{.scenes = {smallScene("Long", 600)}}), workspace);
+    editor->setAttribute(Qt::WA_DeleteOnClose, false);
+    editor->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(editor.get()));
+    workspace.registry.setPrimaryID(std::nullopt); // The platform without a screen activates windows as it likes.
+    editor->perform(Command::exportMP4);
+    ASSERT_TRUE(findControl<QLineEdit>(*editor, "Filename"));
+    QTimer::singleShot(0, editor.get(), [this] {
+        auto* panel = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(panel);
+        panel->selectFile(QString::fromStdString(folder.path("part")));
+        QTest::keyClick(panel, Qt::Key_Return);
+    });
+    QTest::keyClick(findControl<QLineEdit>(*editor, "Filename"), Qt::Key_Return);
+    EXPECT_TRUE(showsWords(*editor, "Exporting MP4..."));
+    EXPECT_EQ(workspace.background.running(), 1u);
+    editor->close();
+    editor.reset();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return workspace.background.running() == 0; }, 60000));
+    for (const std::string& name : folder.names()) EXPECT_EQ(name, "part.mp4") << "nothing half done is left";
 }
 
 } // namespace
