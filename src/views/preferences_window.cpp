@@ -142,7 +142,7 @@ QWidget* PreferencesWindow::addPage()
 {
     auto* page = new QWidget(pages_);
     auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(padding, padding, padding, padding);
+    column->setContentsMargins(padding, padding, padding, padding / 3); // The fullest page ends just above.
     column->setSpacing(rowGap);
     column->setAlignment(Qt::AlignTop);
     pages_->addWidget(page);

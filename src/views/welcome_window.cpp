@@ -501,7 +501,6 @@ void WelcomeWindow::askForSize()
         before->setFixedWidth(104);
         QLineEdit* field = textField(name, sheet->card());
         field->setText(QString::fromStdString((*form).*text));
-        field->selectAll();
         connect(field, &QLineEdit::textEdited, sheet, [form, text, create](const QString& typed) {
             (*form).*text = typed.toStdString();
             create->setEnabled(form->size().has_value());
@@ -526,6 +525,7 @@ void WelcomeWindow::askForSize()
     connect(create, &QPushButton::clicked, sheet, sheet->onConfirm);
     connect(cancel, &QPushButton::clicked, sheet, sheet->onCancel);
     sheet->present(first);
+    first->selectAll();
 }
 
 void WelcomeWindow::makePictures()

@@ -85,7 +85,8 @@ TEST_F(ExportFlowTest, TheKeyboardGoesRoundAllFieldsAndStaysInTheSheet)
         press(Qt::Key_Tab);
         way << focusName(window);
     }
-    EXPECT_EQ(way, QStringList({"Filename", "Cancel", "Export", "Scenes", "Size: Full", "Motion Blur", "Include Audio", "Filename"}));
+    EXPECT_EQ(way, QStringList({"Filename", "Cancel", "Export", "Scenes", "Size: Full", "Motion Blur", "Include Audio",
+                                "Filename"}));
     press(Qt::Key_Backtab);
     EXPECT_EQ(focusName(window), "Include Audio");
 }
