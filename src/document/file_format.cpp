@@ -62,7 +62,7 @@ void finishCropMode(RecordReader& reader, const Slots<Layer>& slots, Layer& laye
     if (!isMissing(slots, slotOf<Layer>("cropMode")) || !layer.blackKey) return;
     layer.cropMode = CropMode::automatic;
     const RecordReader::Step step(reader, "cropMode");
-    reader.tell(Action::migrated, "automatic, since blackKey is set");
+    reader.tell(Action::migrated, "auto, since blackKey is set");
 }
 
 /// Text layers once kept their colour in `fill`.

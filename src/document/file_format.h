@@ -33,9 +33,10 @@ inline constexpr std::size_t mostLayers = 1'000'000;
 /// Something of a file that the document read from it does not hold as it stood.
 struct Diagnostic {
     enum class Action {
-        dropped,   ///< It is gone.
-        defaulted, ///< A default stands in its place.
-        migrated,  ///< It was carried over from how files of earlier days said it.
+        dropped,    ///< It is gone.
+        defaulted,  ///< A default stands in its place.
+        migrated,   ///< It was carried over from how files of earlier days said it.
+        unknownKey, ///< It is gone, for its key means nothing here.
     };
 
     std::string path; ///< "scenes[0].layers[3].keyframes"; empty for the whole document.
@@ -51,6 +52,7 @@ struct Diagnostics {
 
     std::vector<Diagnostic> told; ///< In the order in which the file was read.
     std::size_t untold = 0;
+    std::size_t untoldUnknownKeys = 0; ///< How many of the untold are unknown keys.
 
     bool empty() const { return told.empty() && untold == 0; }
 };

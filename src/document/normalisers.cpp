@@ -3,6 +3,7 @@
 #include "document/line_curve.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace larkspool {
 
@@ -10,6 +11,10 @@ namespace {
 
 /// Seconds that an effect may last in a span that is shorter.
 constexpr double shortestLimit = 0.05;
+
+/// Pixels. A line's box is not moved or sized anew by less: the control points of a curve that are worked out from points that
+/// were moved differ by rounding from those that were moved themselves.
+constexpr double roundingNoise = 1e-6;
 
 bool hasEffect(const TimeSpan& span, SpanEffect::Kind kind)
 {
@@ -52,7 +57,7 @@ struct Rebase {
     Rebase(const Extent& extent, double reach) : min(extent.min), pad(reach) {}
 
     /// How far the new origin lies from the old one.
-    double shift() const { return min - pad; }
+    double shift() const { return std::abs(min - pad) < roundingNoise ? 0 : min - pad; }
 
     /// Subtracting the minimum first puts the outermost point at exactly `pad`, so that a second run finds nothing to move.
     double applied(double value) const { return shift() == 0 ? value : value - min + pad; }
@@ -60,6 +65,13 @@ struct Rebase {
     double min;
     double pad;
 };
+
+/// The side of a box that reaches to `edge`, at least 1; `side` itself if that is the same but for rounding.
+double sideReaching(double edge, double side)
+{
+    const double wanted = std::max(edge, 1.0);
+    return std::abs(wanted - side) < roundingNoise ? side : wanted;
+}
 
 } // namespace
 
@@ -123,7 +135,8 @@ void normalizeLineBounds(Layer& layer)
         layer.transform.y += y.shift();
         for (CGPoint& point : layer.linePoints.edit()) point = {x.applied(point.x), y.applied(point.y)};
     }
-    layer.size = {std::max(x.applied(across.max) + pad, 1.0), std::max(y.applied(down.max) + pad, 1.0)};
+    layer.size = {sideReaching(x.applied(across.max) + pad, layer.size.width),
+                  sideReaching(y.applied(down.max) + pad, layer.size.height)};
 }
 
 } // namespace larkspool

@@ -92,6 +92,7 @@ public:
     struct Mark {
         std::size_t told = 0;
         std::size_t untold = 0;
+        std::size_t untoldUnknownKeys = 0;
     };
 
     /// Remembers why the value at hand fails. Always false, so that a reader can return it.
@@ -115,7 +116,8 @@ public:
     }
     void tellUnknownKey(std::string_view key)
     {
-        tell(Diagnostic::Action::dropped, isFull() ? std::string() : fmt::format("the key {} is unknown", quoted(key)));
+        if (isFull()) ++diagnostics_.untoldUnknownKeys;
+        tell(Diagnostic::Action::unknownKey, isFull() ? std::string() : fmt::format("the key {} is unknown", quoted(key)));
     }
     void tellRepeatedKey(std::string_view key)
     {
@@ -123,11 +125,12 @@ public:
              isFull() ? std::string() : fmt::format("the key {} comes again; the last one holds", quoted(key)));
     }
 
-    Mark mark() const { return {diagnostics_.told.size(), diagnostics_.untold}; }
+    Mark mark() const { return {diagnostics_.told.size(), diagnostics_.untold, diagnostics_.untoldUnknownKeys}; }
     void takeBack(const Mark& mark)
     {
         diagnostics_.told.resize(mark.told);
         diagnostics_.untold = mark.untold;
+        diagnostics_.untoldUnknownKeys = mark.untoldUnknownKeys;
     }
 
     /// Tells what became of the value at hand, which failed.

@@ -91,6 +91,17 @@ std::size_t wellFormedLength(std::string_view text)
     return isOverlong || isSurrogate || isBeyondLast ? 0 : length;
 }
 
+std::string wellFormed(std::string_view text)
+{
+    std::string kept;
+    while (!text.empty()) {
+        const std::size_t length = wellFormedLength(text);
+        kept += length > 0 ? text.substr(0, length) : std::string_view("\uFFFD");
+        text.remove_prefix(length > 0 ? length : 1);
+    }
+    return kept;
+}
+
 std::size_t characterCount(std::string_view text)
 {
     return walkCharacters(text, text.size()).characters;

@@ -9,6 +9,9 @@ namespace larkspool {
 /// How many bytes the well-formed UTF-8 character at the front of `text`, which is not empty, has; 0 if there is none.
 std::size_t wellFormedLength(std::string_view text);
 
+/// The text with U+FFFD in the place of each byte that is no part of a well-formed character.
+std::string wellFormed(std::string_view text);
+
 /// How many characters a person sees in UTF-8 text (extended grapheme clusters). Each malformed byte counts as one, and so does
 /// a sequence that is only cut short.
 std::size_t characterCount(std::string_view text);

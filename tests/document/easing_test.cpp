@@ -23,6 +23,7 @@ TEST(Easing, ThePlainCurvesFollowTheirFormulas)
                           Case{"easeOut beyond", Easing::easeOut(), 1.5, 0.75},
                           Case{"easeInOut at the start", Easing::easeInOut(), 0, 0},
                           Case{"easeInOut, rising", Easing::easeInOut(), 0.25, 0.125},
+                          Case{"easeInOut, still rising", Easing::easeInOut(), 0.45, 0.405},
                           Case{"easeInOut, half way", Easing::easeInOut(), 0.5, 0.5},
                           Case{"easeInOut, settling", Easing::easeInOut(), 0.75, 0.875},
                           Case{"easeInOut at the end", Easing::easeInOut(), 1, 1}}) {

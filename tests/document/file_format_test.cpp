@@ -85,7 +85,7 @@ std::string verdict(std::string_view file)
 /// "path: what was done" of everything told.
 std::vector<std::string> actions(const Diagnostics& diagnostics)
 {
-    constexpr const char* names[] = {"dropped", "defaulted", "migrated"};
+    constexpr const char* names[] = {"dropped", "defaulted", "migrated", "unknown key"};
     std::vector<std::string> lines;
     for (const Diagnostic& each : diagnostics.told) lines.push_back(each.path + ": " + names[static_cast<int>(each.action)]);
     return lines;
@@ -587,6 +587,18 @@ TEST(Layers, EveryMalformedKeyFallsBackAloneAndIsTold)
     }
 }
 
+TEST(Layers, AVideoClipThatIsNoObjectIsAFreshOneAndTold)
+{
+    for (const char* value : {"null", "[]", "4"}) {
+        SCOPED_TRACE(value);
+        const DecodedDocument decoded = openedWithLayer(R"("videoClip":)" + std::string(value));
+        const VideoClip& clip = decoded.document.scenes[0].layers[0].videoClip;
+        EXPECT_EQ(clip, VideoClip{.id = clip.id});
+        EXPECT_NE(clip.id, UUID{});
+        EXPECT_THAT(actions(decoded.diagnostics), ElementsAre("scenes[0].layers[0].videoClip: defaulted"));
+    }
+}
+
 TEST(Layers, AMalformedRecordLeavesNothingOfItselfBehind)
 {
     const Layer layer = layerWith(R"("fill":{"r":0.9,"g":0.9,"b":0.9,"a":"x"},"cropRect":[[5,5],[1]],"transform":{"x":9})");
@@ -751,6 +763,120 @@ TEST(Layers, AnUnknownEffectClearsTheEffectsOfItsSpanOnly)
 
 // ---------------------------------------------------------------- timed records
 
+constexpr const char* idText = R"("00000000-0000-0001-0000-000000000002")";
+constexpr UUID idOfText{1, 2};
+
+/// A key of a record's text with its value, and whether the record needs it.
+struct TextMember {
+    const char* key;
+    std::string value;
+    bool isRequired = false;
+};
+
+/// The record's text without the member at `left`, or with all of them.
+std::string recordText(const std::vector<TextMember>& members, std::optional<std::size_t> left = std::nullopt)
+{
+    std::string text;
+    for (std::size_t i = 0; i < members.size(); ++i)
+        if (i != left) text += (text.empty() ? "\"" : ",\"") + std::string(members[i].key) + "\":" + members[i].value;
+    return "{" + text + "}";
+}
+
+/// Holds a record to its text, key by key. In the record no value is that of a fresh one.
+template <typename Record>
+void expectKeys(const Record& record, const std::vector<TextMember>& members)
+{
+    EXPECT_EQ(encodedJson(record, JsonWriter::Layout::compact), recordText(members));
+    EXPECT_EQ(decodeJson<Record>(recordText(members)), record);
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        SCOPED_TRACE(std::string("without ") + members[i].key);
+        const std::string text = recordText(members, i);
+        if (!members[i].isRequired) {
+            EXPECT_NE(decodeJson<Record>(text), record);
+            continue;
+        }
+        EXPECT_THROW(decodeJson<Record>(text), DecodingError);
+        std::vector<TextMember> withNull = members;
+        withNull[i].value = "null";
+        EXPECT_THROW(decodeJson<Record>(recordText(withNull)), DecodingError);
+    }
+}
+
+TEST(Records, EachHasItsKeysInTheirOrderAndFailsWithoutTheRequiredOnes)
+{
+    constexpr bool required = true;
+    expectKeys(ColorRGBA{0.1, 0.2, 0.3, 0.4},
+               {{"a", "0.4", required}, {"b", "0.3", required}, {"g", "0.2", required}, {"r", "0.1", required}});
+    expectKeys(Transform{.x = 1, .y = 2, .rotation = 3, .scaleX = 4, .scaleY = 5, .anchorX = 6, .anchorY = 7},
+               {{"anchorX", "6", required},
+                {"anchorY", "7", required},
+                {"rotation", "3", required},
+                {"scaleX", "4", required},
+                {"scaleY", "5", required},
+                {"x", "1", required},
+                {"y", "2", required}});
+    expectKeys(Keyframe{.id = idOfText,
+                        .property = Keyframe::AnimatableProperty::scaleX,
+                        .time = 1.5,
+                        .value = 2.0,
+                        .easing = Easing::linear(),
+                        .wait = 0.25},
+               {{"easing", R"({"linear":{}})"},
+                {"id", idText},
+                {"property", R"("scaleX")", required},
+                {"time", "1.5", required},
+                {"value", R"({"number":{"_0":2}})", required},
+                {"wait", "0.25"}});
+    expectKeys(BlinkRange{.id = idOfText, .start = 1, .end = 2},
+               {{"end", "2", required}, {"id", idText}, {"start", "1", required}});
+    expectKeys(SpanEffect{.id = idOfText, .kind = SpanEffect::Kind::eraseOff, .duration = 0.5, .reversed = true},
+               {{"duration", "0.5", required}, {"id", idText}, {"kind", R"("eraseOff")", required}, {"reversed", "true"}});
+    expectKeys(TimeSpan{.id = idOfText,
+                        .start = 1,
+                        .end = 2,
+                        .effects = {SpanEffect{.id = idOfText, .duration = 1}},
+                        .zoomStart = ZoomTransition::none,
+                        .zoomEnd = ZoomTransition::fade,
+                        .cursorBlinkRanges = {BlinkRange{.id = idOfText, .start = 1, .end = 2}}},
+               {{"cursorBlinkRanges", std::string(R"([{"end":2,"id":)") + idText + R"(,"start":1}])"},
+                {"effects", std::string(R"([{"duration":1,"id":)") + idText + R"(,"kind":"fadeIn","reversed":false}])"},
+                {"end", "2", required},
+                {"id", idText},
+                {"start", "1", required},
+                {"zoomEnd", R"("fade")"},
+                {"zoomStart", R"("none")"}});
+    expectKeys(Pulse{.id = idOfText, .time = 3, .effects = {PulseEffect::radiate}},
+               {{"effects", R"(["radiate"])"}, {"id", idText}, {"time", "3", required}});
+    expectKeys(VideoClip{.id = idOfText,
+                         .sceneStart = 1,
+                         .sceneEnd = 2,
+                         .sourceStart = 3,
+                         .endBehavior = VideoClip::EndBehavior::freezeFrame,
+                         .sourceTrimLength = 4},
+               {{"endBehavior", R"("freezeFrame")"},
+                {"id", idText},
+                {"sceneEnd", "2"},
+                {"sceneStart", "1"},
+                {"sourceStart", "3"},
+                {"sourceTrimLength", "4"}});
+    expectKeys(SceneTransition{.kind = SceneTransition::Kind::zoom, .duration = 0.5},
+               {{"duration", "0.5", required}, {"kind", R"("zoom")", required}});
+    expectKeys(DocumentAudio{.urlString = "a.mp3", .bookmark = Bytes({1}), .volume = 0.5, .displayName = "a"},
+               {{"bookmark", R"("AQ==")"},
+                {"displayName", R"("a")", required},
+                {"urlString", R"("a.mp3")", required},
+                {"volume", "0.5", required}});
+    expectKeys(Easing::spring(100, 10), {{"spring", R"({"damping":10,"stiffness":100})", required}});
+    for (const char* lame :
+         {R"({"spring":{"damping":10}})", R"({"spring":{"stiffness":10}})", R"({"cubic":{"x1":0,"x2":0,"y1":0}})",
+          R"({"cubic":{"x1":0,"x2":0,"y2":0}})", R"({"cubic":{"x1":0,"y1":0,"y2":0}})", R"({"cubic":{"x2":0,"y1":0,"y2":0}})"})
+        EXPECT_THROW(decodeJson<Easing>(lame), DecodingError) << lame;
+    for (const char* lame :
+         {R"({"curveTo":{"c1":[1,2],"c2":[3,4]}})", R"({"curveTo":{"c1":[1,2],"end":[3,4]}})",
+          R"({"curveTo":{"c2":[1,2],"end":[3,4]}})", R"({"moveTo":{}})", R"({"lineTo":{"x":[1,2]}})", R"({"close":null})"})
+        EXPECT_THROW(decodeJson<PathCommand>(lame), DecodingError) << lame;
+}
+
 TEST(TimedRecords, AKeyframeFallsBackToEaseInOutWithoutWait)
 {
     const Keyframe keyframe = decodeJson<Keyframe>(R"({"property":"opacity","time":1.5,"value":{"number":{"_0":0.5}}})");
@@ -823,6 +949,9 @@ TEST(TimedRecords, AUnionHasExactlyOneKnownKey)
 {
     EXPECT_EQ(decodeJson<Easing>(R"({"note":1,"linear":{},"more":{}})"), Easing::linear());
     EXPECT_EQ(decodeJson<Easing>(R"({"linear":5,"linear":{}})"), Easing::linear());
+    Diagnostics told;
+    decodeJson<Easing>(R"({"note":1,"linear":5,"linear":{}})", &told);
+    EXPECT_THAT(actions(told), ElementsAre(": unknown key", ": dropped")) << "the note, and the first of the two";
     for (const char* json : {"{}", R"({"swing":{}})", R"({"linear":{},"easeIn":{}})"}) {
         SCOPED_TRACE(json);
         try {
@@ -926,6 +1055,9 @@ TEST(SingleRecords, AListOfLayersIsOneJsonArray)
     const std::string json = encodedJson(layers);
     EXPECT_EQ(json.front(), '[');
     EXPECT_EQ(decodeJson<Array<Layer>>(json), layers);
+    Diagnostics told;
+    decodeJson<Array<Layer>>(R"([{},{"opacity":"x"}])", &told);
+    EXPECT_THAT(actions(told), ElementsAre("[1].opacity: defaulted"));
     EXPECT_THROW(decodeJson<Array<Layer>>("[{},5]"), DecodingError);
     EXPECT_THROW(decodeJson<Array<Layer>>("not JSON"), DecodingError);
 }
@@ -967,7 +1099,7 @@ TEST(ReadingTells, WhatWasDroppedDefaultedAndMigrated)
     const std::string layer = "scenes[0].layers[0]";
     EXPECT_THAT(actions(decoded.diagnostics),
                 testing::UnorderedElementsAre(
-                    layer + ": dropped", layer + ": dropped", layer + ".opacity: defaulted", layer + ".keyframes: dropped",
+                    layer + ": unknown key", layer + ": unknown key", layer + ".opacity: defaulted", layer + ".keyframes: dropped",
                     layer + ".cropMode: migrated", layer + ".textColor: migrated", layer + ".pulses[0].effects[0]: migrated",
                     layer + ".pulses[0].effects[1]: dropped", "scenes[0].transition: dropped", "scenes[0].name: dropped"));
     struct Case {
@@ -982,6 +1114,42 @@ TEST(ReadingTells, WhatWasDroppedDefaultedAndMigrated)
         ASSERT_NE(found, decoded.diagnostics.told.end());
         EXPECT_EQ(found->text, c.text);
     }
+}
+
+TEST(ReadingTells, EveryValueOfEarlierDaysAndWhatBecameOfIt)
+{
+    const std::string layer = "scenes[0].layers[0]", span = layer + ".spans[0]";
+    const auto spanWith = [](const std::string& more) { return R"("spans":[{"start":2,"end":5,)" + more + "}]"; };
+    const auto blinking = [](const char* kind) {
+        return std::string(R"("spans":[{"start":0,"end":1,"effects":[{"kind":")") + kind + R"(","duration":1}]}])";
+    };
+    struct Case {
+        const char* what;
+        std::string members;
+        std::vector<std::string> told;
+    };
+    for (const Case& c :
+         {Case{"a blink duration", spanWith(R"("cursorBlinkDuration":1)"), {span + ".cursorBlinkDuration: migrated"}},
+          Case{"no blink duration at all", spanWith(R"("cursorBlinkDuration":0)"), {span + ".cursorBlinkDuration: dropped"}},
+          Case{"a blink duration beside ranges", spanWith(R"("cursorBlinkDuration":1,"cursorBlinkRanges":[])"),
+               {span + ".cursorBlinkDuration: dropped"}},
+          Case{"a blink duration beside malformed ranges", spanWith(R"("cursorBlinkDuration":1,"cursorBlinkRanges":4)"),
+               {span + ".cursorBlinkRanges: dropped", span + ".cursorBlinkDuration: migrated"}},
+          Case{"a blinking effect", blinking("blinkingCursorStart"), {layer + ".textCursorBlinks: migrated"}},
+          Case{"another blinking effect", blinking("blinkingCursorEnd"), {layer + ".textCursorBlinks: migrated"}},
+          Case{"a black key", R"("blackKey":true)", {layer + ".cropMode: migrated"}},
+          Case{"a text of old", R"("kind":"text")", {layer + ".textColor: migrated", layer + ".textUserResized: migrated"}},
+          Case{"a text whose box is said to be of either kind", R"("kind":"text","textUserResized":"?")",
+               {layer + ".textUserResized: defaulted", layer + ".textColor: migrated"}}}) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(actions(openedWithLayer(c.members).diagnostics), c.told);
+    }
+    const std::string scene = sceneJson("");
+    EXPECT_THAT(actions(opened(R"({"scenes":[)" + scene + R"(],"scene":)" + scene + "}").diagnostics),
+                ElementsAre("scene: dropped"));
+    EXPECT_THAT(actions(opened(R"({"scene":)" + sceneJson(R"({"glitter":1})", R"(,"width":"x")") + "}").diagnostics),
+                ElementsAre("scene: defaulted"))
+        << "nothing of what is within it";
 }
 
 TEST(ReadingTells, NothingOfKeysThatAreMerelyMissing)
@@ -1015,6 +1183,22 @@ TEST(ReadingTells, NoMoreThanAPersonCanReadAndCountsTheRest)
     EXPECT_EQ(decoded.document.scenes[0].layers[0].children.size(), 3000u);
     EXPECT_EQ(decoded.diagnostics.told.size(), 1000u);
     EXPECT_EQ(decoded.diagnostics.untold, 2000u);
+    EXPECT_EQ(decoded.diagnostics.untoldUnknownKeys, 0u);
+}
+
+TEST(ReadingTells, HowManyOfTheRestAreUnknownKeysThatStand)
+{
+    const std::string unknown = repeated(R"({"glitter":1},)", 1500), wrong = R"({"opacity":"x"},)";
+    const Diagnostics kept = openedWithLayer("\"children\":[" + wrong + unknown + wrong + "{}]").diagnostics;
+    EXPECT_EQ(kept.told.size(), 1000u);
+    EXPECT_EQ(kept.untold, 502u); // 1502 in all, the first 999 unknown keys and the first wrong value among the told.
+    EXPECT_EQ(kept.untoldUnknownKeys, 501u);
+
+    // What was lost with the whole list is not counted one by one.
+    const Diagnostics lost = openedWithLayer("\"children\":[" + unknown + "5]").diagnostics;
+    EXPECT_THAT(actions(lost), ElementsAre("scenes[0].layers[0].children: dropped"));
+    EXPECT_EQ(lost.untold, 0u);
+    EXPECT_EQ(lost.untoldUnknownKeys, 0u);
 }
 
 TEST(ReadingTells, LongTextOfAFileIsShownShort)

@@ -250,6 +250,7 @@ TEST(NormalizeLineBounds, ASecondRunChangesNothing)
 {
     EXPECT_TRUE(rc::check([] {
         Layer once = arbitraryLine();
+        once.lineCurved = *rc::gen::arbitrary<bool>();
         normalizeLineBounds(once);
         Layer twice = once;
         normalizeLineBounds(twice);

@@ -249,6 +249,7 @@ TEST(TweenDocument, ASceneMovesToAnInsertionPointOfTheListAsItStands)
 TEST(TweenDocument, AMoveThatChangesNothingLeavesTheStoredIndexToo)
 {
     TweenDocument document = documentWith({"a", "b"}, 99);
+    document.moveScene(0, 0);
     document.moveScene(0, 1);
     EXPECT_EQ(document.activeSceneIndex, 99);
     document.moveScene(0, 2);

@@ -74,6 +74,16 @@ TEST(Characters, AnyBytesAreWalkedFromTheFirstToTheLast)
     }));
 }
 
+TEST(WellFormed, MarksEachByteThatIsNoPartOfACharacter)
+{
+    struct Case {
+        const char *text, *wellFormed;
+    };
+    for (const Case& c : {Case{"", ""}, Case{"plain", "plain"}, Case{"né 👍", "né 👍"}, Case{"a\xFFz", "a\uFFFDz"},
+                          Case{"\xE2\x82", "\uFFFD\uFFFD"}, Case{"\xC0\xAF", "\uFFFD\uFFFD"}})
+        EXPECT_EQ(wellFormed(c.text), c.wellFormed);
+}
+
 TEST(ShortestNumber, HasNoMoreDigitsThanItNeeds)
 {
     struct Case { double value; const char* text; };
