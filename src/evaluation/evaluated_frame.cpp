@@ -26,6 +26,7 @@ void addAccents(EvaluatedLayer& evaluated, const Layer& stored, const PulseEnvel
 {
     if (stored.pulses.empty()) return;
     evaluated.glow = pulse.glow;
+    if (evaluated.glow > 0) evaluated.storedShadow = stored.shadow;
     if (hover) evaluated.radiateProgress = activeRadiateProgress(stored.pulses, time);
     if (evaluated.radiateProgress)
         evaluated.radiateCenter = radiateCenter(stored, Interpolation::resolve(stored, time), CGPoint{}, time);

@@ -31,6 +31,7 @@ struct EvaluatedLayer {
     AffineTransform transform; ///< From the layer's local space to its parent's.
     double glow = 0;           ///< Strength of a pulse's glow.
     ColorRGBA glowColor;       ///< Of the glow and the rings; clear if there are none. Its alpha plays no part.
+    ShadowPreset storedShadow = ShadowPreset::none; ///< Under a glow: the layer's shadow as stored, without its keyframes.
     std::optional<double> radiateProgress; ///< Age of the rings behind the layer, 0...1 seconds.
     CGPoint radiateCenter;                 ///< In the space of the layer's parent.
     std::vector<EvaluatedLayer> children;  ///< In drawing order; those that show in their places.

@@ -8,6 +8,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace larkspool {
 
@@ -24,6 +27,10 @@ public:
     CanvasVideos(const CanvasVideos&) = delete;
     CanvasVideos& operator=(const CanvasVideos&) = delete;
 
+    /// The folder of the document's file, for videos that lie beside it.
+    void setDocumentFolder(std::string folder) { documentFolder_ = std::move(folder); }
+
+    std::string_view documentFolder() const override { return documentFolder_; }
     void beginPainting(bool scenePlaying, double now) override;
     ImageRef picture(const Layer& layer, const std::string& path, double sourceTime) override;
     void endPainting() override;
@@ -34,6 +41,7 @@ private:
 
     double wantedTime(View& view, const std::string& path, double sourceTime, const BlackKeySettings& settings);
 
+    std::string documentFolder_;
     std::map<UUID, std::shared_ptr<View>> views_;
     bool scenePlaying_ = false;
     double now_ = 0;

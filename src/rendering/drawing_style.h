@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace larkspool {
 
@@ -14,6 +15,9 @@ struct Layer;
 class VideoPictures {
 public:
     virtual ~VideoPictures() = default;
+
+    /// Where relative paths are taken from that name no file as they stand; empty for nowhere.
+    virtual std::string_view documentFolder() const { return {}; }
 
     /// A painting begins: whether the scene plays, and the wall clock in seconds.
     virtual void beginPainting(bool scenePlaying, double now) = 0;

@@ -1,7 +1,7 @@
 #include "rendering/image_media.h"
 
 #include "evaluation/video_time.h"
-#include "platform/file_url.h"
+#include "platform/media_file.h"
 #include "rendering/continuous_corners.h"
 #include "rendering/media_crop.h"
 #include "rendering/raster_color.h"
@@ -12,11 +12,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
+#include <exception>
+#include <future>
+#include <iterator>
 #include <list>
 #include <map>
 #include <mutex>
-#include <system_error>
 
 namespace larkspool {
 
@@ -41,40 +42,71 @@ std::shared_ptr<const Picture> decodedPicture(const Bytes& bytes)
 /// Decoded pictures by content, the latest used in front. What cannot be decoded is kept too, as nothing.
 class Pictures {
 public:
-    std::shared_ptr<const Picture> picture(const Bytes& bytes)
+    using PictureRef = std::shared_ptr<const Picture>;
+
+    PictureRef picture(const Bytes& bytes)
     {
-        const std::scoped_lock lock(mutex_);
-        const auto holds = [&](const Entry& entry) { return entry.bytes == bytes; };
-        auto entry = std::ranges::find_if(entries_, [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes); });
-        if (entry == entries_.end()) entry = std::ranges::find_if(entries_, holds);
-        if (entry == entries_.end()) {
-            entries_.push_front({bytes, decodedPicture(bytes)});
-            total_ += cost(entries_.front());
-            shrink();
-            return entries_.front().picture;
+        std::promise<PictureRef> promise;
+        {
+            std::unique_lock lock(mutex_);
+            if (const auto entry = find(bytes); entry != entries_.end()) {
+                entries_.splice(entries_.begin(), entries_, entry);
+                const std::shared_future<PictureRef> picture = entry->picture;
+                lock.unlock(); // Another thread may be at it still. Who wants another picture does not wait for that.
+                return picture.get();
+            }
+            entries_.push_front({bytes, promise.get_future().share()});
         }
-        entries_.splice(entries_.begin(), entries_, entry);
-        return entries_.front().picture;
+        return decode(bytes, promise);
     }
 
 private:
     struct Entry {
         Bytes bytes; ///< Kept, so that its address means this content alone.
-        std::shared_ptr<const Picture> picture;
+        std::shared_future<PictureRef> picture;
+        std::size_t cost = 0; ///< Bytes of memory; 0 until the picture is decoded.
     };
+    using Entries = std::list<Entry>;
 
-    static std::size_t cost(const Entry& entry) { return entry.bytes.size() + (entry.picture ? entry.picture->byteSize() : 0); }
+    Entries::iterator find(const Bytes& bytes)
+    {
+        const auto entry = std::ranges::find_if(entries_, [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes); });
+        if (entry != entries_.end()) return entry;
+        return std::ranges::find_if(entries_, [&](const Entry& e) { return e.bytes == bytes; });
+    }
 
+    PictureRef decode(const Bytes& bytes, std::promise<PictureRef>& promise)
+    {
+        try {
+            PictureRef picture = decodedPicture(bytes);
+            promise.set_value(picture);
+            const std::scoped_lock lock(mutex_);
+            const auto entry = find(bytes);
+            entry->cost = bytes.size() + (picture ? picture->byteSize() : 0);
+            total_ += entry->cost;
+            shrink();
+            return picture;
+        } catch (...) {
+            promise.set_exception(std::current_exception());
+            const std::scoped_lock lock(mutex_);
+            entries_.erase(find(bytes)); // Memory may suffice another time.
+            throw;
+        }
+    }
+
+    /// Those that are being decoded stay.
     void shrink()
     {
-        while (total_ > greatestCacheBytes && entries_.size() > 1) {
-            total_ -= cost(entries_.back());
-            entries_.pop_back();
+        for (auto entry = entries_.end(); total_ > greatestCacheBytes && entry != std::next(entries_.begin());) {
+            --entry;
+            if (entry->cost == 0) continue;
+            total_ -= entry->cost;
+            entry = entries_.erase(entry);
         }
     }
 
     std::mutex mutex_;
-    std::list<Entry> entries_;
+    Entries entries_;
     std::size_t total_ = 0;
 };
 
@@ -189,18 +221,12 @@ void drawInBox(const ImageRef& image, const CGRect& source, const Layer& layer, 
     context.drawImage(image, source, box.rect);
 }
 
-bool isThere(const std::string& path)
-{
-    std::error_code ignored;
-    return !path.empty() && std::filesystem::exists(path, ignored);
-}
-
 /// The video of a live canvas, which has its pictures from elsewhere.
 void drawLiveVideo(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style)
 {
-    const std::string path = pathFromURLOrPath(layer.videoURL);
+    const std::string path = mediaPath(layer.videoURL, style.videos->documentFolder());
     const std::optional<double> source = sourceTime(layer, time);
-    if (!isThere(path)) {
+    if (!fileExists(path)) {
         drawVideoMissingPlaceholder(boxOf(layer), context, style);
     } else {
         if (!source) return;

@@ -111,9 +111,10 @@ void LayerPainter::paintWithRingsAndGlow(const EvaluatedLayer& evaluated, double
 
 void LayerPainter::paintUnderFilmGlow(const EvaluatedLayer& evaluated, double parentOpacity)
 {
-    // A layer with a shadow of its own is painted twice, so that the glow does not take the shadow's place.
+    // A layer that is stored with a shadow is painted twice, so that the glow does not take the shadow's place. One that has its
+    // shadow from keyframes alone shows that, and no glow.
     OwnShadow underGlow = OwnShadow::cast;
-    if (hasOwnShadow(evaluated.layer)) {
+    if (evaluated.storedShadow != ShadowPreset::none && castsShadow(evaluated.layer.kind)) {
         paint(evaluated, parentOpacity, OwnShadow::cast);
         underGlow = OwnShadow::skipped;
     }

@@ -153,10 +153,17 @@ std::vector<WeightedBox> rectangleCoverage(const Layer& layer, const DrawingStyl
     return {{outer, strokeAlpha}, {grownEvenly(covering(*inner), seamWidth * 0.5), 1 - strokeAlpha}};
 }
 
+/// Ellipses and free paths have the same stroke all around, whatever is asked for.
+bool hasStrokeForEachSide(const Layer& layer)
+{
+    return layer.perSideStroke && layer.kind != Layer::Kind::ellipse && layer.kind != Layer::Kind::path;
+}
+
 double strokeReach(const Layer& layer, const DrawingStyle& style)
 {
     if (!layer.strokeOutside) return 0;
-    if (!layer.perSideStroke) return std::max(0.0, layer.strokeWidth) + style.clippedStrokeExtra; // No number reaches nowhere.
+    if (!hasStrokeForEachSide(layer))
+        return std::max(0.0, layer.strokeWidth) + style.clippedStrokeExtra; // No number reaches nowhere.
     const SideWidths widths = sideWidths(layer);
     return std::max({widths.top, widths.right, widths.bottom, widths.left});
 }
@@ -213,7 +220,6 @@ void strokeClipped(const Path& path, const Layer& layer, RasterContext& context,
 {
     if (!(layer.strokeWidth > 0)) return;
     const double lineWidth = 2 * layer.strokeWidth + style.clippedStrokeExtra;
-    if (!layer.strokeOutside && isCoveredFromItsEdge(path, lineWidth)) return fillWith(layer.stroke, path, FillRule::winding, context);
     SavedState saved(context);
     if (layer.strokeOutside) {
         Path outside = everywhere();
@@ -221,6 +227,10 @@ void strokeClipped(const Path& path, const Layer& layer, RasterContext& context,
         context.clipToPath(outside, FillRule::evenOdd);
     } else {
         context.clipToPath(path, FillRule::winding);
+    }
+    if (!layer.strokeOutside && isCoveredFromItsEdge(path, lineWidth)) {
+        context.setFillColor(rasterColor(layer.stroke));
+        return context.fillRect(insetBy(path.bounds(), -lineWidth * 0.5, -lineWidth * 0.5));
     }
     context.setStrokeColor(rasterColor(layer.stroke));
     context.setLineWidth(lineWidth);

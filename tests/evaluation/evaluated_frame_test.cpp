@@ -324,6 +324,16 @@ TEST_F(EvaluatedFrameTest, TheGlowIsInTheLayersOwnColour)
     EXPECT_EQ(before.glowColor, ColorRGBA{});
 }
 
+TEST_F(EvaluatedFrameTest, AGlowKnowsTheShadowThatTheLayerIsStoredWith)
+{
+    Layer layer = pulsed(Layer{}, 1, {PulseEffect::glow});
+    layer.shadow = ShadowPreset::low;
+    layer.keyframes = {key(Property::shadow, 0, ShadowPreset::none)};
+    EXPECT_EQ(onlyLayer(layer, 1.5).storedShadow, ShadowPreset::low);
+    EXPECT_EQ(onlyLayer(layer, 1.5).layer.shadow, ShadowPreset::none);
+    EXPECT_EQ(onlyLayer(layer, 0.5).storedShadow, ShadowPreset::none) << "without a glow, it plays no part";
+}
+
 TEST_F(EvaluatedFrameTest, ALayerWithoutAColourGlowsWhite)
 {
     Layer layer = pulsed(Layer{}, 0, {PulseEffect::glow});
@@ -353,6 +363,21 @@ TEST_F(EvaluatedFrameTest, WithoutASceneThereAreNoRings)
     EXPECT_FALSE(evaluateSubtree(group, group, {}, nullptr, 0.5).children[0].radiateProgress);
     EXPECT_DOUBLE_EQ(evaluateSubtree(group, group, {}, nullptr, 0.5).children[0].glow, 1.4);
     EXPECT_TRUE(evaluateSubtree(group, group, {}, &scene, 0.5).children[0].radiateProgress);
+}
+
+TEST_F(EvaluatedFrameTest, ChildrenHoverWhereTheirParentStandsAndOnlyInAScene)
+{
+    Layer hotspot = layerAt({110, 220}, {10, 10}, Layer::Kind::hotspot);
+    hotspot.cursorHoverOverride = CursorVariant::pointer;
+    const TweenScene scene = sceneOf({hotspot});
+    // The parent is at (10, 20) of an origin of (100, 200).
+    const Layer parent = groupOf({layerAt({0, 0}, {5, 5}, Layer::Kind::cursor)}, {10, 20});
+    const auto variant = [&](CGPoint origin, const TweenScene* in) {
+        return evaluateSubtree(parent, parent, origin, in, 0).children[0].layer.cursorVariant;
+    };
+    EXPECT_EQ(variant({100, 200}, &scene), CursorVariant::pointer);
+    EXPECT_EQ(variant({0, 0}, &scene), CursorVariant::arrow);
+    EXPECT_EQ(variant({100, 200}, nullptr), CursorVariant::arrow);
 }
 
 // Transforms.
@@ -571,6 +596,7 @@ TEST_F(EvaluatedFrameTest, AnythingThatShowsDifferentlyMakesFramesDiffer)
         {"layer", [](EvaluatedFrame& changed) { changed.layers[0].layer.opacity = 0.5; }},
         {"transform", [](EvaluatedFrame& changed) { changed.layers[0].transform.tx += 1; }},
         {"glow", [](EvaluatedFrame& changed) { changed.layers[0].glow = 0.5; }},
+        {"stored shadow", [](EvaluatedFrame& changed) { changed.layers[0].storedShadow = ShadowPreset::high; }},
         {"rings", [](EvaluatedFrame& changed) { changed.layers[0].radiateProgress = 0.5; }},
         {"child", [](EvaluatedFrame& changed) { changed.layers[0].children[0].layer.fill.r = 0.9; }},
         {"count", [](EvaluatedFrame& changed) { changed.layers.pop_back(); }},

@@ -137,6 +137,15 @@ TEST(Hover, HotspotsStandWhereTheirKeyframesPutThem)
     EXPECT_EQ(variantOver({moving}, cursorAt({210, 0}), 0.5), CursorVariant::pointer);
 }
 
+TEST(Hover, HotspotsStandWhereTheyWouldWithoutTheirSpanEffects)
+{
+    // It comes in from the left by its width and 40: seen, it begins at 10.
+    Layer sliding = hotspotAt({100, 100});
+    sliding.spans = {span(0, 10, {{.kind = SpanEffect::Kind::slideInLeft, .duration = 10}})};
+    EXPECT_EQ(variantOver({sliding}, cursorAt({110, 110}), 0), CursorVariant::pointer);
+    EXPECT_EQ(variantOver({sliding}, cursorAt({15, 110}), 0), CursorVariant::arrow);
+}
+
 TEST(Hover, ChildrenStandAtTheOriginsOfTheirGroups)
 {
     const Layer nested = groupAt({100, 0}, {groupAt({0, 50}, {hotspotAt({5, 5})})});

@@ -289,6 +289,17 @@ TEST_F(InterpolationTest, TheSameTimeGivesTheKeptCopyUntilItIsMadeStale)
     EXPECT_EQ(Interpolation::resolve(layer, 1).fill, layer.fill);
 }
 
+TEST_F(InterpolationTest, EveryKeptCopyGoesStaleAtOnce)
+{
+    Layer layers[] = {keyed({key(Property::x, 0, 5.0)}), keyed({key(Property::x, 0, 5.0)})};
+    for (Layer& layer : layers) {
+        Interpolation::resolve(layer, 1);
+        layer.cornerRadius = 77;
+    }
+    Interpolation::invalidate();
+    for (const Layer& layer : layers) EXPECT_EQ(Interpolation::resolve(layer, 1).cornerRadius, 77);
+}
+
 TEST_F(InterpolationTest, AKeptCopyAnswersOnlyForTheSameInput)
 {
     const struct Case {

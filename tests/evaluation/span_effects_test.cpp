@@ -371,6 +371,28 @@ TEST(Caret, ItBlinksInItsRangesAndKeepsItsPlaceOutside)
     }
 }
 
+TEST(Caret, BothEndsBelongToARange)
+{
+    // A period begins at 1.6, so that it could show from there to 2.
+    Layer layer = withSpans({span(0, 10)}, Layer::Kind::text);
+    layer.spans.edit()[0].cursorBlinkRanges = {{.start = 1.7, .end = 1.9}};
+    EXPECT_FALSE(effectedAt(layer, 1.69).textCursorVisible);
+    EXPECT_TRUE(effectedAt(layer, 1.7).textCursorVisible);
+    EXPECT_TRUE(effectedAt(layer, 1.9).textCursorVisible);
+    EXPECT_FALSE(effectedAt(layer, 1.91).textCursorVisible);
+}
+
+TEST(Caret, ItGoesByTheExactRemainderOfTheTime)
+{
+    Layer layer = withSpans({span(0, 10)}, Layer::Kind::text);
+    layer.textCursorBlinks = true;
+    EXPECT_TRUE(effectedAt(layer, 0).textCursorVisible);
+    EXPECT_TRUE(effectedAt(layer, 0.399).textCursorVisible);
+    EXPECT_FALSE(effectedAt(layer, 0.4).textCursorVisible);
+    EXPECT_TRUE(effectedAt(layer, 1.6).textCursorVisible) << "twice 0.8 is exact";
+    EXPECT_FALSE(effectedAt(layer, 2.4).textCursorVisible) << "as stored, 2.4 is a little less than three times 0.8";
+}
+
 TEST(Caret, ARangeIsHeldWithinItsSpan)
 {
     Layer layer = withSpans({span(10, 20.1)}, Layer::Kind::text);

@@ -121,6 +121,32 @@ TEST_F(FileIo, OnlyRegularFilesAreReadAndNoneIsWaitedFor)
     EXPECT_EQ(failureOf([&] { readWholeFile("/dev/zero"); }), EINVAL);
 }
 
+TEST_F(FileIo, AFileBeyondTheGreatestSizeIsRefused)
+{
+    put("file", "12345");
+    EXPECT_EQ(readWholeFile(path("file"), 5).size(), 5u);
+    EXPECT_EQ(failureOf([&] { readWholeFile(path("file"), 4); }), EFBIG);
+    fs::resize_file(path("file"), std::uintmax_t{1} << 40); // More than there is memory for.
+    EXPECT_EQ(failureOf([&] { readWholeFile(path("file"), 1u << 20); }), EFBIG);
+}
+
+TEST_F(FileIo, AFileThatTellsNoSizeIsHeldToTheGreatestToo)
+{
+    const std::string unsized = "/proc/self/status"; // Its size is told as 0.
+    EXPECT_GT(readWholeFile(unsized).size(), 100u);
+    EXPECT_EQ(failureOf([&] { readWholeFile(unsized, 100); }), EFBIG);
+}
+
+TEST_F(FileIo, TheHeadOfAFileIsItsFirstBytesOrAllThatItHas)
+{
+    put("file", "12345");
+    EXPECT_EQ(readFileHead(path("file"), 3), bytesOf("123"));
+    EXPECT_EQ(readFileHead(path("file"), 9), bytesOf("12345"));
+    EXPECT_EQ(readFileHead(path("file"), 0), bytesOf(""));
+    EXPECT_EQ(failureOf([&] { readFileHead(path("none"), 3); }), ENOENT);
+    EXPECT_EQ(failureOf([&] { readFileHead(folder_.string(), 3); }), EISDIR);
+}
+
 TEST_F(FileIo, WritesANewFileAndReplacesAnOldOneWithoutLeavingAnythingElse)
 {
     replaceFileAtomically(path("file"), bytesOf("one"));

@@ -266,6 +266,18 @@ TEST(Shadow, OfALayerIsCastOnceByTheWhole)
     EXPECT_EQ(storedPixelAt(pixels, 3, 0).r, 255); // No paint of the layer darkens another.
 }
 
+TEST(Shadow, ComesBackAfterALayer)
+{
+    const PixelBuffer pixels = drawn(16, 1, [](RasterContext& context) {
+        context.setShadow(RasterShadow{{8, 0}, 0, {0, 0, 0, 0.5}});
+        context.beginTransparencyLayer();
+        context.fillRect({{0, 0}, {2, 1}});
+        context.endTransparencyLayer();
+        context.fillRect({{4, 0}, {2, 1}});
+    });
+    EXPECT_EQ(alphaPicture(pixels), "##..##..55..55..\n");
+}
+
 TEST(Shadow, OfALayerHasTheAlphaAtItsBeginning)
 {
     const PixelBuffer pixels = drawn(16, 1, [](RasterContext& context) {

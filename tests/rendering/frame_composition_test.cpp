@@ -2,12 +2,15 @@
 
 #include "rendering/rendering_fixture.h"
 #include "rendering/shapes.h"
+#include "support/arbitrary_document.h"
 #include "support/golden.h"
 #include "support/recording_raster_context.h"
 
 #include <cmath>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <rapidcheck.h>
 
 namespace larkspool {
 namespace {
@@ -39,6 +42,17 @@ TEST(FrameComposition, AWideSceneInASquareRasterHasBarsAboveAndBelow)
         EXPECT_EQ(pixelAt(picture, x, 1), whitePixel);
         EXPECT_EQ(pixelAt(picture, x, 2), whitePixel);
         EXPECT_EQ(pixelAt(picture, x, 3), blackPixel);
+    }
+}
+
+TEST(FrameComposition, AHighSceneInASquareRasterHasBarsAtTheSides)
+{
+    const PixelBuffer picture = drawnFrame(sceneWith({4, 8}, {}), 0, CGSize{4, 4});
+    for (const int y : {0, 3}) {
+        EXPECT_EQ(pixelAt(picture, 0, y), blackPixel);
+        EXPECT_EQ(pixelAt(picture, 1, y), whitePixel);
+        EXPECT_EQ(pixelAt(picture, 2, y), whitePixel);
+        EXPECT_EQ(pixelAt(picture, 3, y), blackPixel);
     }
 }
 
@@ -209,6 +223,141 @@ TEST(FrameComposition, AShadowedLayerThatGlowsIsPaintedTwiceWithOneShadowEach)
     }
 }
 
+std::vector<RasterShadow> shadowsIn(const RecordingRasterContext& context)
+{
+    std::vector<RasterShadow> shadows;
+    for (const RasterOperation::Any& operation : context.operations())
+        if (const auto* set = std::get_if<RasterOperation::SetShadow>(&operation)) shadows.push_back(set->shadow.value());
+    return shadows;
+}
+
+TEST(FrameComposition, AGlowIsAShadowThatFollowsItsStrength)
+{
+    Layer layer = solid(red, {{40, 40}, {20, 20}});
+    layer.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+    struct Case { const char* when; double time, blur, alpha; };
+    // A sixth of a second into the half sine, its height is a half.
+    for (const Case& c : {Case{"half as strong", 1.0 / 6, 0.7 * 24, 0.7 * 0.85}, Case{"at the peak", 0.5, 1.4 * 24, 1}}) {
+        SCOPED_TRACE(c.when);
+        RecordingRasterContext context;
+        Exporter::drawScene(sceneWith({100, 100}, {layer}), c.time, context, {50, 50}); // No scale but the raster's own.
+        const std::vector<RasterShadow> shadows = shadowsIn(context);
+        ASSERT_EQ(shadows.size(), 1u);
+        EXPECT_EQ(shadows[0].offset, (CGSize{0, 0}));
+        EXPECT_NEAR(shadows[0].blur, c.blur, 1e-9);
+        EXPECT_NEAR(shadows[0].color.a, c.alpha, 1e-9);
+        EXPECT_EQ((RasterColor{shadows[0].color.r, shadows[0].color.g, shadows[0].color.b, 1}), (RasterColor{1, 0, 0, 1}));
+    }
+}
+
+TEST(FrameComposition, UnderAGlowTheStoredShadowTellsHowOftenALayerIsPainted)
+{
+    constexpr double glow = 33.6, low = 8, high = 40; // By their blurs.
+    struct Case { const char* what; ShadowPreset stored, keyed; int fills; std::vector<double> blurs; };
+    for (const Case& c : {Case{"taken away by a keyframe", ShadowPreset::low, ShadowPreset::none, 2, {glow}},
+                          Case{"changed by a keyframe", ShadowPreset::low, ShadowPreset::high, 2, {high, glow}},
+                          Case{"brought by a keyframe", ShadowPreset::none, ShadowPreset::low, 1, {glow, low}}}) {
+        SCOPED_TRACE(c.what);
+        Layer layer = solid(red, {{40, 40}, {20, 20}});
+        layer.shadow = c.stored;
+        layer.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::shadow, .time = 0, .value = c.keyed}};
+        layer.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+        RecordingRasterContext context;
+        Exporter::drawScene(sceneWith({100, 100}, {layer}), 0.5, context, {100, 100});
+        EXPECT_EQ(context.count<RasterOperation::FillPath>(), c.fills);
+        const std::vector<RasterShadow> shadows = shadowsIn(context);
+        ASSERT_EQ(shadows.size(), c.blurs.size());
+        for (std::size_t i = 0; i < shadows.size(); ++i) EXPECT_NEAR(shadows[i].blur, c.blurs[i], 1e-9);
+    }
+}
+
+TEST(FrameComposition, AGroupThatGlowsIsPaintedOnceWhateverItsShadow)
+{
+    Layer group = groupOf({solid(red, {{40, 40}, {20, 20}})});
+    group.shadow = ShadowPreset::high;
+    group.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+    RecordingRasterContext context;
+    Exporter::drawScene(sceneWith({100, 100}, {group}), 0.5, context, {100, 100});
+    EXPECT_EQ(context.count<RasterOperation::FillPath>(), 1);
+    EXPECT_EQ(shadowsIn(context).size(), 1u);
+}
+
+TEST(FrameComposition, ALayerIsPaintedStepByStep)
+{
+    Layer layer = solid(red, {{10, 20}, {40, 30}});
+    layer.opacity = 0.5;
+    layer.shadow = ShadowPreset::low;
+    RecordingRasterContext context;
+    Exporter::drawLayer(layer, context, /*parentOpacity=*/0.5, {0, 0}, /*scene=*/nullptr, /*skipOwnShadow=*/false, 0);
+    EXPECT_EQ(context.text(), "saveGState\n"
+                              "  setShadow offset(0 4) blur 8 rgba(0 0 0 0.3)\n"
+                              "  concatCTM 1 0 0 1 10 20\n"
+                              "  setAlpha 0.25\n"
+                              "  beginTransparencyLayer bounds(0 0 40 30) 1*box(0 0 40 30)\n"
+                              "    setFillColor rgba(1 0 0 1)\n"
+                              "    fillPath box(0 0 40 30) winding\n"
+                              "  endTransparencyLayer\n"
+                              "restoreGState\n");
+}
+
+TEST(FrameComposition, ALayerCanBePaintedWithoutItsShadowAndItsSubtreeWithTheirs)
+{
+    Layer layer = solid(red, {{0, 0}, {40, 30}});
+    layer.shadow = ShadowPreset::low;
+    layer.children = {layer};
+    RecordingRasterContext context;
+    Exporter::drawLayer(layer, context, /*parentOpacity=*/1, {0, 0}, /*scene=*/nullptr, /*skipOwnShadow=*/true, 0);
+    EXPECT_EQ(context.count<RasterOperation::FillPath>(), 2);
+    EXPECT_EQ(shadowsIn(context).size(), 1u);
+}
+
+TEST(FrameComposition, ChildrenOfAShadowedLayerCastItsShadowToo)
+{
+    Layer layer = solid(red, {{10, 10}, {20, 20}});
+    layer.shadow = ShadowPreset::low; // 4 down, blur 8.
+    layer.children = {solid(blue, {{50, 0}, {20, 20}})};
+    const TweenScene scene = sceneWith({100, 60}, {layer});
+    const PixelBuffer picture = drawnFrame(scene);
+    const Pixel below = pixelAt(picture, 20, 32);
+    EXPECT_LT(below.g, 240);
+    EXPECT_EQ(pixelAt(picture, 70, 32), below);
+}
+
+/// The green of the fill of a ring that is 55 wide, a quarter of a second old and so 0.525 opaque.
+int greenOfRing(const PixelBuffer& picture, int centerX, int centerY)
+{
+    return pixelAt(picture, centerX + 54, centerY).g;
+}
+
+Layer radiating(CGRect place)
+{
+    Layer layer = solid(red, place);
+    layer.pulses = {Pulse{.time = 0, .effects = {PulseEffect::radiate}}};
+    return layer;
+}
+
+TEST(FrameComposition, AFadingZoomFadesRingsAlone)
+{
+    // Half of the ramp of half a second: an alpha of one half.
+    const auto picture = [](ZoomTransition transition) {
+        const Layer zoom = zoomOn({{0, 0}, {200, 200}}, 0, 4, transition, transition);
+        return drawnFrame(sceneWith({200, 200}, {radiating({{90, 90}, {20, 20}}), zoom}), 0.25);
+    };
+    EXPECT_NEAR(greenOfRing(picture(ZoomTransition::none), 100, 100), 255 * (1 - 0.525), 2);
+    EXPECT_NEAR(greenOfRing(picture(ZoomTransition::fade), 100, 100), 255 * (1 - 0.525 * 0.5), 2);
+    EXPECT_EQ(pixelAt(picture(ZoomTransition::fade), 100, 100), redPixel);
+}
+
+TEST(FrameComposition, RingsOfAChildHaveTheOpacityOfItsParent)
+{
+    for (const Kind kind : {Kind::group, Kind::text}) {
+        SCOPED_TRACE(fileValue(kind));
+        Layer parent{.kind = kind, .fill = ColorRGBA::clear, .opacity = 0.5, .size = {200, 200}, .text = ""};
+        parent.children = {radiating({{90, 90}, {20, 20}})};
+        EXPECT_NEAR(greenOfRing(drawnFrame(sceneWith({200, 200}, {parent}), 0.25), 100, 100), 255 * (1 - 0.525 * 0.5), 2);
+    }
+}
+
 TEST(FrameComposition, APulseScalesTheLayerAboutItsAnchor)
 {
     Layer layer = solid(red, {{10, 10}, {20, 20}});
@@ -275,6 +424,19 @@ TEST(FrameComposition, APaintedLayerLeavesTheContextAsItWas)
     TweenScene scene = sceneWith({16, 16}, {groupOf({solid(red, {{0, 0}, {8, 8}})})});
     Exporter::drawScene(scene, 0, *context, {16, 16});
     EXPECT_EQ(context->ctm(), before);
+}
+
+TEST(FrameComposition, AnySceneIsPaintedWholeAndLeavesTheContextAsItWas)
+{
+    EXPECT_TRUE(rc::check("saves and restores, begins and ends are in pairs", [] {
+        const TweenScene scene = *arbitraryScene();
+        const double time = *arbitraryNumber();
+        RecordingRasterContext context;
+        Exporter::drawScene(scene, time, context, {48, 32});
+        RC_ASSERT(context.isBalanced());
+        RC_ASSERT(context.ctm() == AffineTransform());
+        RC_ASSERT(pixelAt(drawnFrame(scene, time, CGSize{48, 32}), 20, 20).a == 255);
+    }));
 }
 
 TEST(RenderSceneToImage, TruncatesItsSizeAndRefusesWhatIsNone)

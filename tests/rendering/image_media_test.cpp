@@ -8,7 +8,10 @@
 
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace larkspool {
 namespace {
@@ -269,6 +272,21 @@ TEST(MediaPicture, IsDecodedOnceForEachContent)
     EXPECT_NE(mediaPicture(other), picture);
     EXPECT_EQ(picture->size(), (CGSize{8, 8}));
     EXPECT_EQ(mediaPicture(textBytes("nothing")), nullptr);
+}
+
+TEST(MediaPicture, IsTheSameForAllWhoWantItAtOnce)
+{
+    // A tenth of a second of work or so, while all the others ask.
+    const Bytes slow = png(2000, 2000, [](int x, int y) { return Pixel{x % 256, y % 256, (x * y) % 256, 255}; });
+    const Bytes other = quarters(20);
+    std::vector<std::shared_ptr<const Picture>> pictures(8);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < pictures.size(); ++i)
+        threads.emplace_back([&, i] { pictures[i] = mediaPicture(i == 7 ? other : slow); });
+    for (std::thread& thread : threads) thread.join();
+    ASSERT_TRUE(pictures[0]);
+    for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(pictures[i], pictures[0]);
+    EXPECT_EQ(pictures[7]->size(), (CGSize{20, 20}));
 }
 
 TEST(MediaPicture, VectorArtKeepsItsLastSizes)

@@ -502,6 +502,7 @@ TEST(LiveCanvas, ABorderAroundAnImageHasRoundOuterCorners)
 /// Videos that give one picture, and remember what they were asked.
 class ToldVideos final : public VideoPictures {
 public:
+    std::string_view documentFolder() const override { return folder; }
     void beginPainting(bool scenePlaying, double now) override { told.push_back(fmt::format("begin {} {}", scenePlaying, now)); }
     ImageRef picture(const Layer&, const std::string& path, double sourceTime) override
     {
@@ -510,6 +511,7 @@ public:
     }
     void endPainting() override { told.push_back("end"); }
 
+    std::string folder;
     ImageRef given;
     std::vector<std::string> told;
 };
@@ -536,6 +538,16 @@ TEST(LiveCanvas, AsksForTheVideosPictureAndDrawsItOverTheBox)
     EXPECT_THAT(videos.told, ElementsAre("begin true 7", self + " at 2.50", "end"));
     EXPECT_EQ(pixelAt(picture, 100, 60), blackPixel);
     EXPECT_EQ(pixelAt(picture, 1, 60), bluePixel);
+}
+
+TEST(LiveCanvas, AVideoBesideTheDocumentIsFoundThere)
+{
+    ToldVideos videos;
+    videos.folder = "/proc/self";
+    Look look{.playhead = 1.5};
+    look.options.videos = &videos;
+    paintedCanvas(sceneWith({200, 120}, {videoLayer("exe")}), look);
+    EXPECT_THAT(videos.told, ElementsAre("begin false 0", "/proc/self/exe at 2.50", "end"));
 }
 
 TEST(LiveCanvas, AVideoWithoutAPictureYetShowsItsStroke)

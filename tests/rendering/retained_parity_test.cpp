@@ -152,6 +152,75 @@ TEST(Parity, GlowsAndRingsLookAsInTheReference)
         }
 }
 
+TEST(Parity, WhatChildrenTakeFromTheirParentLooksAsInTheReference)
+{
+    // Of a parent that is no group: its shadow, and for their rings its opacity and that of a fading zoom.
+    for (const Layer::Kind kind : {Layer::Kind::rectangle, Layer::Kind::group})
+        for (const ZoomTransition transition : {ZoomTransition::none, ZoomTransition::fade}) {
+            SCOPED_TRACE(testing::Message() << fileValue(kind) << ", zoom " << static_cast<int>(transition));
+            Layer child = shape(Layer::Kind::rectangle, {{80, 10}, {40, 30}});
+            child.strokeWidth = 20; // Leaves nothing inside.
+            child.pulses = {{.time = 0, .effects = {PulseEffect::radiate}}};
+            Layer round = shape(Layer::Kind::ellipse, {{30, 60}, {30, 20}});
+            round.strokeWidth = 4;
+            round.strokeOutside = true;
+            Layer parent = shape(kind, {{20, 20}, {50, 40}});
+            parent.opacity = 0.7;
+            parent.shadow = ShadowPreset::medium;
+            parent.children = {child, round};
+            Layer zoom = shape(Layer::Kind::zoom, {{0, 0}, {180, 117}});
+            zoom.spans = {TimeSpan{.start = 0, .end = 4, .zoomStart = transition, .zoomEnd = transition}};
+            expectAlike(sceneWith({200, 130}, {parent, zoom}), {200, 130}, {0.25, 0.6});
+        }
+}
+
+TEST(Parity, GlowsOfEveryStrokeLookAsInTheReference)
+{
+    struct Stroke {
+        const char* what;
+        double width;
+        bool outside, perSide;
+    };
+    constexpr Stroke strokes[] = {{"inside", 4, false, false},   {"outside", 6, true, false},
+                                  {"too wide", 25, false, false}, {"per side", 4, false, true},
+                                  {"per side, outside", 4, true, true}};
+    for (const Layer::Kind kind : {Layer::Kind::rectangle, Layer::Kind::ellipse, Layer::Kind::path})
+        for (const Stroke& stroke : strokes)
+            for (const double fillAlpha : {1.0, 0.5, 0.0})
+                for (const double strokeAlpha : {1.0, 0.5})
+                    for (const double rotation : {0.0, 27.0}) {
+                        SCOPED_TRACE(testing::Message() << fileValue(kind) << ", " << stroke.what << ", fill " << fillAlpha
+                                                        << ", stroke " << strokeAlpha << ", turned " << rotation);
+                        Layer layer = shape(kind, {{60.25, 40.5}, {70, 50}});
+                        layer.path = {MoveTo{{0, 0}}, LineTo{{70, 0}}, LineTo{{70, 50}}, ClosePath{}};
+                        layer.transform.rotation = rotation;
+                        layer.cornerRadius = 9;
+                        layer.fill.a = fillAlpha;
+                        layer.stroke = {0.9, 0.4, 0.1, strokeAlpha};
+                        layer.strokeWidth = stroke.width;
+                        layer.strokeOutside = stroke.outside;
+                        layer.perSideStroke = stroke.perSide;
+                        layer.strokeWidthTop = 3;
+                        layer.strokeWidthLeft = 7.5;
+                        layer.pulses = {{.time = 0, .effects = {PulseEffect::glow}}};
+                        expectAlike(sceneWith({200, 130}, {layer}), {200, 130}, {0.2});
+                    }
+}
+
+TEST(Parity, GlowsOfLayersWithKeyframedShadowsLookAsInTheReference)
+{
+    for (const ShadowPreset stored : {ShadowPreset::none, ShadowPreset::low})
+        for (const ShadowPreset keyed : {ShadowPreset::none, ShadowPreset::high}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(stored) << ", " << static_cast<int>(keyed));
+            Layer layer = shape(Layer::Kind::rectangle, {{60, 40}, {70, 50}});
+            layer.fill.a = 0.5;
+            layer.shadow = stored;
+            layer.keyframes = {Keyframe{.property = Keyframe::AnimatableProperty::shadow, .time = 0, .value = keyed}};
+            layer.pulses = {{.time = 0, .effects = {PulseEffect::glow}}};
+            expectAlike(sceneWith({200, 130}, {layer}), {200, 130}, {0.2, 0.5});
+        }
+}
+
 TEST(Parity, ASceneOfAnotherAspectHasBlackBars)
 {
     const TweenScene scene = sceneWith({100, 50}, {shape(Layer::Kind::rectangle, {{-20, 10}, {300, 10}})}, {1, 1, 1, 0.5});

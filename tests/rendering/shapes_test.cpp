@@ -3,6 +3,7 @@
 #include "rendering/rendering_fixture.h"
 #include "support/golden.h"
 #include "support/recording_raster_context.h"
+#include "support/small_picture.h"
 
 #include <functional>
 #include <limits>
@@ -73,6 +74,41 @@ TEST(Shapes, AStrokeOfNoWidthOutsidePaintsTheFillAlone)
     EXPECT_EQ(pixelAt(picture, 10, 20), greenPixel);
 }
 
+TEST(Shapes, AStrokeOfANegativeWidthPaintsTheFillAlone)
+{
+    for (const Kind kind : {Kind::rectangle, Kind::ellipse})
+        for (const bool outside : {false, true}) {
+            Layer layer = box(kind);
+            layer.strokeWidth = -4;
+            layer.strokeOutside = outside;
+            RecordingRasterContext context;
+            Exporter::drawCacheableLayerBody(layer, context);
+            EXPECT_EQ(context.operations().size(), 2u) << "a colour and a fill";
+            EXPECT_EQ(context.count<RasterOperation::FillPath>(), 1);
+        }
+}
+
+TEST(Shapes, AFreePathHasNoStrokeForEachSide)
+{
+    Layer layer = squarePath();
+    layer.strokeWidth = 4;
+    RecordingRasterContext plain, perSide;
+    Exporter::drawCacheableLayerBody(layer, plain);
+    layer.perSideStroke = true;
+    layer.strokeWidthTop = 9;
+    Exporter::drawCacheableLayerBody(layer, perSide);
+    EXPECT_EQ(perSide.operations(), plain.operations());
+}
+
+TEST(Shapes, AShadowDoesNotCutTheStrokeAroundAnEllipseThatAsksForOneForEachSide)
+{
+    Layer layer = box(Kind::ellipse);
+    layer.perSideStroke = layer.strokeOutside = true;
+    layer.strokeWidth = 8;
+    layer.shadow = ShadowPreset::low;
+    EXPECT_EQ(pixelAt(drawn(layer), 4, 20), redPixel); // 6 from the ellipse's side.
+}
+
 TEST(Shapes, AStrokeInsideIsARingWithASeamOfTheFillAlongItsInnerEdge)
 {
     Layer layer = box();
@@ -128,6 +164,29 @@ TEST(Shapes, AStrokeTooWideForARingIsALineClippedToTheShape)
     const PixelBuffer picture = drawn(layer);
     expectNear(pixelAt(picture, 15, 25), {128, 128, 0, 255}, 2);
     EXPECT_EQ(pixelAt(picture, 9, 25), whitePixel);
+}
+
+TEST(Shapes, AStrokeTooWideForARingGlowsWithinTheShapeAlone)
+{
+    // Clipped to the shape, what it adds to the glow lies under it.
+    for (const Kind kind : {Kind::rectangle, Kind::ellipse, Kind::path})
+        for (const double rotation : {0.0, 20.0}) {
+            Layer layer = squarePath();
+            layer.kind = kind;
+            layer.transform.rotation = rotation;
+            layer.pulses = {Pulse{.time = 0, .effects = {PulseEffect::glow}}};
+            const auto drawnAt = [&](double strokeWidth) {
+                layer.strokeWidth = strokeWidth;
+                return drawnFrame(sceneWith({40, 40}, {layer}), 0.1);
+            };
+            const PixelBuffer plain = drawnAt(0), stroked = drawnAt(15);
+            for (const auto& [x, y] : {std::pair{4, 20}, {20, 4}, {36, 20}, {20, 36}}) {
+                SCOPED_TRACE(testing::Message() << fileValue(kind) << ", turned " << rotation << ", at " << x << ", " << y);
+                EXPECT_NE(pixelAt(plain, x, y), whitePixel);
+                expectNear(pixelAt(stroked, x, y), pixelAt(plain, x, y), 1);
+            }
+            EXPECT_EQ(pixelAt(stroked, 20, 20), redPixel);
+        }
 }
 
 TEST(Shapes, AStrokeTooWideForARingLeavesNoHoleInARoundShape)
@@ -222,6 +281,15 @@ TEST(Shapes, TheCornersOfAStrokeForEachSideFollowItsWidths)
                 testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 6}, RoundedRect{{{10, 2}, {30, 38}}, 4}));
     EXPECT_THAT(ring([](Layer& l) { l.strokeWidthRight = 10, l.strokeWidthBottom = 20; }),
                 testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 6}, RoundedRect{{{0, 0}, {30, 20}}, 6}));
+    // Neither is more than half of the smaller side, nor below 0, and a width below 0 is none.
+    EXPECT_THAT(ring([](Layer& l) { l.strokeOutside = true, l.cornerRadius = 90, l.strokeWidthTop = 4; }),
+                testing::ElementsAre(RoundedRect{{{0, -4}, {40, 44}}, 20}, RoundedRect{{{0, 0}, {40, 40}}, 20}));
+    EXPECT_THAT(ring([](Layer& l) { l.strokeOutside = true, l.cornerRadius = -3, l.strokeWidthTop = 4, l.strokeWidthLeft = -9; }),
+                testing::ElementsAre(RoundedRect{{{0, -4}, {40, 44}}, 0}, RoundedRect{{{0, 0}, {40, 40}}, 0}));
+    EXPECT_THAT(ring([](Layer& l) { l.cornerRadius = 90, l.strokeWidthLeft = l.strokeWidthTop = 10; }),
+                testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 20}, RoundedRect{{{10, 10}, {30, 30}}, 15}));
+    EXPECT_THAT(ring([](Layer& l) { l.strokeWidthLeft = 8, l.strokeWidthTop = 7; }),
+                testing::ElementsAre(RoundedRect{{{0, 0}, {40, 40}}, 6}, RoundedRect{{{8, 7}, {32, 33}}, 0}));
 }
 
 TEST(Shapes, AStrokeWhoseWidthIsNoNumberLeavesTheFillAndItsShadow)
@@ -277,12 +345,15 @@ TEST(Shapes, ALargeCornerRadiusMakesACircle)
 
 TEST(Shapes, SizesThatHoldNothingPaintNothing)
 {
-    for (const CGSize size : {CGSize{0, 20}, CGSize{-10, -10}, CGSize{20, 0}}) {
-        Layer layer = box();
-        layer.size = size;
-        layer.strokeWidth = 2;
-        EXPECT_EQ(pixelAt(drawn(layer), 5, 35), whitePixel);
-    }
+    const PixelBuffer empty = drawnFrame(sceneWith({40, 40}, {}));
+    for (const Kind kind : {Kind::rectangle, Kind::ellipse})
+        for (const CGSize size : {CGSize{0, 20}, CGSize{0, 0}, CGSize{20, 0}}) {
+            Layer layer = box(kind);
+            layer.size = size;
+            layer.strokeWidth = 2;
+            layer.shadow = ShadowPreset::low;
+            EXPECT_EQ(greatestDifference(drawn(layer), empty), 0);
+        }
 }
 
 TEST(BodyHints, TellTheAlphaOfABoxAsASumOfBoxes)

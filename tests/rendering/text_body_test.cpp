@@ -237,10 +237,14 @@ TEST(TextBody, AStrokeThatLeavesNothingInsideCoversTheBox)
     layer.fill = green;
     layer.stroke = red;
     layer.strokeWidth = 30;
+    // All that a line of twice 30 and a half around the box can cover, cut to the box.
     EXPECT_EQ(boxOf(layer), "setFillColor rgba(0 1 0 1)\n"
                             "fillPath box(0 0 200 60) winding\n"
-                            "setFillColor rgba(1 0 0 1)\n"
-                            "fillPath box(0 0 200 60) winding\n");
+                            "saveGState\n"
+                            "  clipToPath box(0 0 200 60) winding\n"
+                            "  setFillColor rgba(1 0 0 1)\n"
+                            "  fillRect -30.25 -30.25 260.5 120.5\n"
+                            "restoreGState\n");
 }
 
 TEST(TextBody, ClipsAStrokeOutside)

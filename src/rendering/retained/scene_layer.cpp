@@ -131,6 +131,16 @@ bool isPossible(const CompositingNode& node)
     return !node.border.sides || hasRing(*node.border.sides, node);
 }
 
+/// Whether what the border casts, paint by paint, is cut by the clip that cuts the border's line: a node has no such clip.
+bool castsThroughClip(const Layer& layer, const CompositingNode& node)
+{
+    if (!node.shadow || node.shadow->caster != NodeShadow::Caster::eachPaint) return false;
+    if (node.border.sides || !(node.border.width > 0)) return false;
+    const bool isShape = layer.kind == Layer::Kind::rectangle || layer.kind == Layer::Kind::ellipse;
+    const bool leavesNothing = 2 * layer.strokeWidth >= std::min(layer.size.width, layer.size.height);
+    return layer.strokeOutside || (isShape && leavesNothing);
+}
+
 /// Whether some glyphs may be pictures: emoji, and the signs that turn into them.
 bool mayHavePictures(std::string_view text)
 {
@@ -176,7 +186,7 @@ CompositingNode pictureNode(PictureContents contents, bool isRound, const Evalua
     node.cornerRadius = isRound ? layer.cornerRadius : 0;
     node.border = borderOf(layer);
     node.contents = std::move(contents);
-    return isPossible(node) ? node : drawnNode(evaluated, surroundings);
+    return isPossible(node) && !castsThroughClip(layer, node) ? node : drawnNode(evaluated, surroundings);
 }
 
 /// The body of a layer, without its children.
@@ -313,7 +323,7 @@ void ExporterGPU::buildLayerNode(const EvaluatedLayer& evaluated, const NodeSurr
     }
     NodeSurroundings glowing = surroundings;
     glowing.shadow = glowShadow(evaluated);
-    if (!hasOwnShadow(evaluated.layer)) {
+    if (evaluated.storedShadow == ShadowPreset::none || !castsShadow(evaluated.layer.kind)) {
         nodes.push_back(subtree(evaluated, glowing));
         return;
     }
@@ -338,7 +348,7 @@ CompositingNode ExporterGPU::makeShapeNode(const EvaluatedLayer& evaluated, cons
         node.shape = CompositingNode::Shape::ellipse;
     else
         node.cornerRadius = layer.cornerRadius;
-    return isPossible(node) ? node : drawnNode(evaluated, surroundings);
+    return isPossible(node) && !castsThroughClip(layer, node) ? node : drawnNode(evaluated, surroundings);
 }
 
 CompositingNode ExporterGPU::makeTextNode(const EvaluatedLayer& evaluated, const NodeSurroundings& surroundings)
