@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string_view>
+#include <vector>
 
 namespace larkspool {
 
@@ -23,6 +24,7 @@ public:
         std::function<void()> invalidate{}; ///< Makes kept evaluations stale.
     };
     using Work = std::function<void(TweenScene&)>;
+    using DocumentWork = std::function<void(TweenDocument&)>;
 
     /// Without an undo manager edits proceed and nothing is recorded. State and manager must outlive this object, and this
     /// object the steps on the manager's stacks.
@@ -38,6 +40,12 @@ public:
 
     /// One edit, told as its result; otherwise the same. The selection is written last.
     void commit(Edit edit);
+
+    /// One edit that may reach other scenes than the active one; it leaves their number and order alone. The steps run on the
+    /// active scene. Undoing puts every scene that the edit has changed back in its own place, whichever is active then; one that
+    /// has been deleted is passed over. An edit that changes no scene records nothing. While a gate is open, the active scene's
+    /// part goes into it.
+    void mutateDocument(std::string_view actionName, const DocumentWork& work);
 
     /// Replaces the active scene and makes kept evaluations stale, for a drag or a preview under way: items may change, and none
     /// may go. Records nothing.
@@ -55,6 +63,15 @@ public:
     /// @}
 
 private:
+    /// A scene as it was, and where it goes.
+    struct KeptScene {
+        UUID id{};             ///< Of the scene that it takes the place of.
+        std::size_t index = 0; ///< Where that was last.
+        TweenScene scene;
+    };
+
+    void recordScenes(std::vector<KeptScene> before);
+    void restoreScenes(const std::vector<KeptScene>& before);
     void runSteps(TweenScene& scene) const;
     void finish(std::string_view actionName, TweenScene before, TweenScene after);
     void restore(TweenScene scene);

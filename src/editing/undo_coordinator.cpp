@@ -14,18 +14,17 @@ UndoCoordinator::UndoCoordinator(Read read, Write write)
 void UndoCoordinator::registerUndo(UndoManager* undoManager, TweenScene before, std::string_view actionName) const
 {
     if (!undoManager) return;
-    record(access_, *undoManager, std::move(before), shownActionName(actionName));
+    record(access_, *undoManager, std::move(before));
+    undoManager->setActionName(shownActionName(actionName));
 }
 
-void UndoCoordinator::record(const std::shared_ptr<const Access>& access, UndoManager& manager, TweenScene before,
-                             std::string name)
+void UndoCoordinator::record(const std::shared_ptr<const Access>& access, UndoManager& manager, TweenScene before)
 {
-    manager.registerUndo([access, &manager, before = std::move(before), name] {
+    manager.registerUndo([access, &manager, before = std::move(before)] {
         TweenScene current = access->read();
         access->write(before);
-        record(access, manager, std::move(current), name); // The manager takes it for the way back.
+        record(access, manager, std::move(current)); // The manager takes it for the way back, under the same name.
     });
-    manager.setActionName(name);
 }
 
 std::string shownActionName(std::string_view actionName)

@@ -29,7 +29,7 @@ private:
         Read read;
         Write write;
     };
-    static void record(const std::shared_ptr<const Access>& access, UndoManager& manager, TweenScene before, std::string name);
+    static void record(const std::shared_ptr<const Access>& access, UndoManager& manager, TweenScene before);
 
     std::shared_ptr<const Access> access_; ///< Held by the steps too.
 };

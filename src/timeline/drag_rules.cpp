@@ -43,6 +43,7 @@ constexpr DragRules videoClipRules{
     .trim = {"Trim Clip", "Trim Clips"},
     .snapMember = SnapMembers::videoClipTrack,
     .aggregateSnapMember = SnapMembers::aggregateVideoTrack,
+    .namesMany = DragRules::NamesMany::never, // A layer's row has one clip.
 };
 constexpr DragRules waitTailRules{
     .kind = Kind::waitTail,

@@ -58,6 +58,9 @@ struct DragRules {
     /// Whether a trim also trims the selected items of the kind.
     enum class Trims { pressedOnly, selection };
     Trims trims = Trims::pressedOnly;
+    /// When the undo step has the name of many in the row of a layer. In a row that stands for the scene it always has.
+    enum class NamesMany { withOthersOfTheKind, never };
+    NamesMany namesMany = NamesMany::withOthersOfTheKind;
     /// A track without width: it counts as one point wide, or the drag is refused.
     enum class NoWidth { onePoint, refused };
     NoWidth noWidth = NoWidth::refused;

@@ -229,9 +229,9 @@ TweenScene TimelineItemDrag::sceneWithEdgeAt(double edge)
 std::string_view TimelineItemDrag::actionName() const
 {
     const DragRules::Names& names = press_.handle == DragHandle::body ? rules().move : rules().trim;
-    const bool isMany =
-        press_.row == DragRow::aggregate || !drag_->trimmedOthers.empty() || holdsKind(drag_->others.items, rules().kind);
-    return isMany ? names.many : names.one;
+    if (press_.row == DragRow::aggregate) return names.many;
+    if (rules().namesMany == DragRules::NamesMany::never) return names.one;
+    return !drag_->trimmedOthers.empty() || holdsKind(drag_->others.items, rules().kind) ? names.many : names.one;
 }
 
 std::optional<std::size_t> TimelineItemDrag::end()

@@ -53,6 +53,7 @@ public:
     /// By start, forwards or backwards. From an edit on, and until there has been none for a moment, every row keeps its place.
     std::vector<RetimeRow> rows() const;
     bool sortDescending() const { return sortDescending_; }
+    bool keepsOrder() const { return stableRowOrder_.has_value(); } ///< Whether rows keep their places now.
     void sort(bool descending); ///< At once.
     /// What stands in place of the table; nothing while there are rows.
     std::optional<std::string_view> message() const;

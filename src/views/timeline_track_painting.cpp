@@ -274,14 +274,24 @@ const Layer* layerOf(const Canvas& canvas, const TimelineRow& row, const Timelin
     return row.layer ? row.layer : findLayer(canvas.layout.scene(), mark.members.front().layerID);
 }
 
+/// How many layers the items of the mark are of. Those of one layer stand together.
+std::size_t layerCount(const TimelineMark& mark)
+{
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < mark.members.size(); ++i)
+        if (i == 0 || mark.members[i].layerID != mark.members[i - 1].layerID) ++count;
+    return count;
+}
+
 /// Of how many layers the bar of an aggregate row is, or of which one.
 void paintGroupName(const Canvas& canvas, const TimelineRow& row, const TimelineMark& mark, const QRectF& bar,
                     const QColor& color)
 {
     const QRectF seenBar = bar.intersected(QRectF(trackLeft, bar.top(), canvas.seen.right() - trackLeft, bar.height()));
     if (seenBar.width() < leastLabelRoom) return;
-    QString words = QString("%1 layers").arg(mark.members.size());
-    if (mark.members.size() == 1)
+    const std::size_t layers = layerCount(mark);
+    QString words = QString("%1 layers").arg(layers);
+    if (layers == 1)
         if (const Layer* layer = layerOf(canvas, row, mark)) words = QString::fromStdString(layer->name.string());
     QPainter& painter = canvas.painter;
     painter.setFont(textFont(TextStyle::barLabel));

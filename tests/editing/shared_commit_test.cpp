@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+
 namespace larkspool {
 namespace {
 
@@ -99,6 +103,158 @@ TEST(SharedCommit, SelectionsLoseWhatAnEditOrItsUndoingTakesAway)
     desk.commit.mutate("Delete", [](TweenScene& scene) { scene.layers.edit()[0].spans = {}; });
     EXPECT_TRUE(desk.state.timelineSelection.empty());
 }
+
+// ---------------------------------------------------------------- edits of several scenes
+
+/// A desk with three scenes, of which the first is active.
+struct WideDesk : Desk {
+    WideDesk()
+    {
+        for (const std::uint64_t number : {2, 3}) {
+            TweenScene scene = sceneNamed("before");
+            scene.id = idOf(number);
+            state.document.scenes.append(scene);
+        }
+    }
+
+    /// The names of the scenes in order.
+    std::string names() const
+    {
+        std::string all;
+        for (const TweenScene& scene : state.document.scenes) all += scene.name->string() + " ";
+        return all;
+    }
+    void renameScenes(std::initializer_list<std::size_t> indices, std::string_view name)
+    {
+        commit.mutateDocument("Rename", [&](TweenDocument& document) {
+            for (const std::size_t index : indices) document.scenes.edit()[index].name = SharedString(name);
+        });
+    }
+};
+
+TEST(DocumentEdit, IsOneStepThatPutsBackEverySceneItHasChanged)
+{
+    WideDesk desk;
+    desk.renameScenes({0, 2}, "after");
+    EXPECT_EQ(desk.names(), "after before after ");
+    EXPECT_EQ(desk.steps, "zoom text invalidate ");
+    EXPECT_EQ(desk.manager.undoCount(), 1u);
+    EXPECT_EQ(desk.manager.undoActionName(), "Rename");
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before before ");
+    EXPECT_EQ(desk.steps, "zoom text invalidate invalidate ");
+    EXPECT_EQ(desk.manager.redoActionName(), "Rename");
+    desk.manager.redo();
+    EXPECT_EQ(desk.names(), "after before after ");
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before before ");
+}
+
+TEST(DocumentEdit, OfAnotherSceneAloneIsAStepAsWell)
+{
+    WideDesk desk;
+    desk.renameScenes({1}, "after");
+    EXPECT_EQ(desk.manager.undoCount(), 1u);
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before before ");
+}
+
+TEST(DocumentEdit, WhatTheStepsChangeInTheActiveSceneBelongsToIt)
+{
+    EditorState state;
+    state.document.setScene(sceneNamed("before"));
+    UndoManager manager;
+    SharedCommit commit(state, &manager, {.refitTextLayers = [](TweenScene& scene) { scene.endPause = 3; }});
+    commit.mutateDocument("Edit Text", [](TweenDocument&) {});
+    EXPECT_EQ(state.scene().endPause, 3);
+    manager.undo();
+    EXPECT_EQ(state.scene().endPause, 0);
+}
+
+TEST(DocumentEdit, ThatChangesNothingRecordsNothing)
+{
+    WideDesk desk;
+    desk.renameScenes({0, 1, 2}, "before");
+    EXPECT_EQ(desk.manager.undoCount(), 0u);
+}
+
+TEST(DocumentEdit, GoesBackToTheScenesThatItChangedWhereverTheyAreThen)
+{
+    WideDesk desk;
+    desk.renameScenes({0, 2}, "after");
+    desk.state.document.moveScene(2, 0); // The third scene is the first, and the first the second.
+    desk.state.document.activeSceneIndex = 2;
+    EXPECT_EQ(desk.names(), "after after before ");
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before before ");
+    EXPECT_EQ(desk.state.document.scenes[0].id, idOf(3));
+    EXPECT_EQ(desk.state.document.scenes[1].id, idOf(1));
+    EXPECT_EQ(desk.state.document.scenes[2].id, idOf(2));
+}
+
+TEST(DocumentEdit, GoesBackThoughItGaveTheSceneAnotherIdentity)
+{
+    WideDesk desk;
+    desk.commit.mutateDocument("Edit", [](TweenDocument& document) { document.scenes.edit()[0].id = idOf(9); });
+    desk.state.document.moveScene(0, 3);
+    desk.manager.undo();
+    EXPECT_EQ(desk.state.document.scenes[2].id, idOf(1));
+    desk.manager.redo();
+    EXPECT_EQ(desk.state.document.scenes[2].id, idOf(9));
+}
+
+TEST(DocumentEdit, PassesOverASceneThatHasBeenDeleted)
+{
+    WideDesk desk;
+    desk.renameScenes({0, 2}, "after");
+    desk.state.document.deleteScene(2);
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before ");
+
+    desk.renameScenes({1}, "after");
+    desk.state.document.deleteScene(1);
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before ");
+    EXPECT_FALSE(desk.manager.canRedo());
+}
+
+TEST(DocumentEdit, UnderAGateLeavesTheActiveScenesPartToIt)
+{
+    WideDesk desk;
+    desk.commit.openNumericUndoGate();
+    desk.renameScenes({0, 1}, "after");
+    EXPECT_EQ(desk.manager.undoCount(), 1u);
+    desk.commit.confirmNumericUndoGate();
+    EXPECT_EQ(desk.manager.undoCount(), 2u);
+    EXPECT_EQ(desk.manager.undoActionName(), "Rename");
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before after before ");
+    desk.manager.undo();
+    EXPECT_EQ(desk.names(), "before before before ");
+}
+
+TEST(DocumentEdit, ThatFailsChangesNothing)
+{
+    WideDesk desk;
+    EXPECT_THROW(desk.commit.mutateDocument("Edit",
+                                            [](TweenDocument& document) {
+                                                document.scenes.edit()[0].name = SharedString("after");
+                                                throw std::runtime_error("no");
+                                            }),
+                 std::runtime_error);
+    EXPECT_EQ(desk.names(), "before before before ");
+    EXPECT_EQ(desk.manager.undoCount(), 0u);
+}
+
+TEST(DocumentEdit, WithoutAnUndoManagerProceeds)
+{
+    EditorState state;
+    SharedCommit commit(state, nullptr, {});
+    commit.mutateDocument("Edit", [](TweenDocument& document) { document.scenes.edit()[0].name = SharedString("after"); });
+    EXPECT_EQ(state.scene().name, SharedString("after"));
+}
+
+// ---------------------------------------------------------------- numeric fields
 
 TEST(NumericGate, LeavingAFieldWithoutTypingRecordsNothing)
 {

@@ -129,6 +129,22 @@ TEST(AggregateGroups, ADragHasThePluralNameOfItsKindEvenForOneItem)
     }
 }
 
+TEST(AggregateGroups, EachRowTellsWhatItStandsFor)
+{
+    EXPECT_EQ(AggregateSpansTrack::help,
+              "Aggregate view across all layers. Bars share the same start and end across multiple layers; dragging a bar moves "
+              "every contributing layer's matching span by the same delta.");
+    EXPECT_EQ(AggregateVideoTrack::help,
+              "Aggregate view across all video layers. Bars sharing the same scene range collapse into one; dragging or trimming "
+              "moves every matching clip by the same delta.");
+    EXPECT_EQ(AggregateKeyframesTrack::help,
+              "Aggregate view of every keyframe in the scene. Diamonds sharing a time collapse into one; dragging shifts every "
+              "keyframe at that time by the same delta.");
+    EXPECT_EQ(AggregatePulsesTrack::help,
+              "Aggregate view of every pulse marker. Markers at the same time collapse into one; dragging shifts every "
+              "contributing layer's matching pulse together.");
+}
+
 // The popover.
 
 TEST(AggregateLayerPopover, ListsTheLayersOfABarByName)

@@ -148,6 +148,21 @@ TEST(Dilate, ABoundaryAtTheAnchorPushesNothing)
     }
 }
 
+TEST(Dilate, WhatLiesOutsideOfTheSceneOnASideThatStaysIsLeftThere)
+{
+    // Ripple would bring the pulse to 0, and grow the scene to hold the span.
+    TweenScene scene = pulsesAt({10, 20, -1}, 40);
+    scene.layers.edit()[0].spans = {spanOf(20, 35, 45)};
+    const RippleSetting both{TimelineRippleMode::both, {}};
+    const auto fromStart = applyDilate(scene, first(2), 2, DilateAnchor::start, both, "Dilate");
+    ASSERT_TRUE(fromStart);
+    EXPECT_EQ(pulseTimes(fromStart->edit.scene), (Times{10, 30, -1}));
+    const auto fromEnd = applyDilate(scene, first(2), 0.5, DilateAnchor::end, both, "Dilate");
+    ASSERT_TRUE(fromEnd);
+    EXPECT_EQ(pulseTimes(fromEnd->edit.scene), (Times{15, 20, 4}));
+    EXPECT_EQ(fromEnd->edit.scene.duration, 40);
+}
+
 TEST(Dilate, TheSceneKeepsTheDurationThatEitherSideNeeds)
 {
     // The span before goes 1 to the right, to 2...21, and the pulse after 1 to the left.

@@ -292,23 +292,33 @@ TEST(SpanTrim, EffectsAreRefitAndComeBackWithTheLength)
 
 TEST(DragRipple, EachHandleHasItsAnchorAndPushesByTheWayOfItsEdge)
 {
-    // Beside the dragged span 2–4: pulses at 1.9, 2, 3.9, 4.
+    // Beside the dragged items, which begin at 2 and end at 4: pulses at 1.9, 2, 3.9, 4.
     Layer layer{.id = idOf(1)};
     layer.spans = {spanOf(11, 2, 4)};
-    layer.pulses = {pulseOf(31, 1.9), pulseOf(32, 2), pulseOf(33, 3.9), pulseOf(34, 4)};
+    layer.keyframes = {keyframeOf(12, 2, 2)};
+    layer.pulses = {pulseOf(31, 1.9), pulseOf(32, 2), pulseOf(33, 3.9), pulseOf(34, 4), pulseOf(13, 2)};
+    const TweenScene scene = sceneOf({layer, videoOf(3, {.sceneStart = 2, .sceneEnd = 4})});
+    const std::vector<double> fromStart{1.9, 2.5, 4.4, 4.5}, fromEnd{1.9, 2, 3.9, 4.5};
     struct Case {
         const char* handle;
+        TimelineItemRef item;
         DragHandle pressed;
         std::vector<double> pulses;
     };
     for (const Case& c :
-         {Case{"body", DragHandle::body, {1.9, 2.5, 4.4, 4.5}}, Case{"left edge", DragHandle::leftEdge, {1.9, 2.5, 4.4, 4.5}},
-          Case{"right edge", DragHandle::rightEdge, {1.9, 2, 3.9, 4.5}}}) {
+         {Case{"a span's body", spanA, DragHandle::body, fromStart},
+          Case{"its left edge", spanA, DragHandle::leftEdge, fromStart},
+          Case{"its right edge", spanA, DragHandle::rightEdge, fromEnd},
+          Case{"a clip's body", clipA, DragHandle::body, fromStart},
+          Case{"its left edge", clipA, DragHandle::leftEdge, fromStart},
+          Case{"its right edge", clipA, DragHandle::rightEdge, fromEnd},
+          Case{"a keyframe", keyframeA, DragHandle::body, fromStart}, Case{"its tail", tailA, DragHandle::rightEdge, fromEnd},
+          Case{"a pulse", pulseA, DragHandle::body, fromStart}}) {
         SCOPED_TRACE(c.handle);
-        DragSetting setting = settingOf(sceneOf({layer}));
+        DragSetting setting = settingOf(scene);
         setting.rippleMode = TimelineRippleMode::after;
         setting.bodyTrigger = 0;
-        Hand hand(spanA, c.pressed, setting);
+        Hand hand(c.item, c.pressed, setting);
         hand.to(0);
         hand.to(50);
         for (std::size_t i = 0; i < 4; ++i) EXPECT_DOUBLE_EQ(findLayer(hand.scene, idOf(1))->pulses[i].time, c.pulses[i]);
@@ -420,6 +430,33 @@ TEST(KeyframeDrag, HasADeadZoneOf2PointsAndThenCountsFromThePress)
     EXPECT_EQ(hand.drag.actionName(), "Move Keyframe");
 }
 
+TEST(ItemDrag, EachKindHasItsDeadZone)
+{
+    struct Case {
+        const char* way;
+        TimelineItemRef item;
+        DragHandle handle;
+        double x, y;
+        bool drags;
+    };
+    for (const Case& c : {Case{"a pulse, 2 points both ways", pulseA, DragHandle::body, -2, 2, false},
+                          Case{"a pulse, beyond, across", pulseA, DragHandle::body, -2.1, 0, true},
+                          Case{"a pulse, beyond, down", pulseA, DragHandle::body, 0, 2.1, true},
+                          Case{"a tail, 3 points across", tailA, DragHandle::rightEdge, -3, 0, false},
+                          Case{"a tail, beyond", tailA, DragHandle::rightEdge, -3.1, 0, true},
+                          Case{"a tail, far down", tailA, DragHandle::rightEdge, 0, 50, false},
+                          Case{"a clip, 1 point across", clipA, DragHandle::body, -1, 0, false},
+                          Case{"a clip, beyond", clipA, DragHandle::body, -1.1, 0, true},
+                          Case{"a clip, far down", clipA, DragHandle::body, 0, 50, false},
+                          Case{"a clip's edge, 1 point across", clipA, DragHandle::leftEdge, 1, 0, false},
+                          Case{"a clip's edge, beyond", clipA, DragHandle::leftEdge, 1.1, 0, true}}) {
+        SCOPED_TRACE(c.way);
+        Hand hand(c.item, c.handle, settingOf(mixedScene()));
+        EXPECT_EQ(hand.to(c.x, unsnapped, c.y), c.drags);
+        EXPECT_EQ(hand.drag.isDragging(), c.drags);
+    }
+}
+
 TEST(KeyframeDrag, StaysWithinTheSceneAfterTheSnapToo)
 {
     DragSetting setting = settingOf(mixedScene());
@@ -430,6 +467,24 @@ TEST(KeyframeDrag, StaysWithinTheSceneAfterTheSnapToo)
     EXPECT_EQ(hand.times(keyframeA).start, 9.8) << "the grid lies at 10";
     hand.to(-900, {});
     EXPECT_EQ(hand.times(keyframeA).start, 0);
+}
+
+TEST(KeyframeDrag, BeyondTheSceneSnapsFromTheScenesEndWhereAPulseSnapsFromThePointer)
+{
+    DragSetting setting = settingOf(mixedScene());
+    setting.playhead = 9.95;
+    Hand keyframe(keyframeA, DragHandle::body, setting);
+    keyframe.to(1000, {});
+    EXPECT_EQ(keyframe.times(keyframeA).start, 9.95) << "the playhead is near the scene's end";
+    EXPECT_EQ(keyframe.snapTime, 9.95);
+    Hand pulse(pulseA, DragHandle::body, setting);
+    pulse.to(800, {});
+    EXPECT_EQ(pulse.times(pulseA).start, 10) << "the playhead is far from the pointer, at 13";
+
+    setting.playhead = 0.05;
+    Hand before(keyframeA, DragHandle::body, setting);
+    before.to(-1000, {});
+    EXPECT_EQ(before.times(keyframeA).start, 0.05);
 }
 
 TEST(KeyframeDrag, ShowsALineAtTargetsOnlyAndReachesFor12Points)
@@ -470,6 +525,23 @@ TEST(PulseDrag, SnapsToTheGridWithALineAndStopsAtTheScenesEnd)
     hand.to(900, {});
     EXPECT_EQ(hand.times(pulseA).start, 10);
     EXPECT_EQ(hand.drag.actionName(), "Move Pulse");
+}
+
+TEST(PulseDrag, TakesTheOtherSelectedPulsesEachWithinTheScene)
+{
+    Layer layer{.id = idOf(1)};
+    layer.pulses = {pulseOf(13, 5), pulseOf(14, 9.5)};
+    const TimelineItemRef later = TimelineItemRef::pulse(idOf(1), idOf(14));
+    const DragSetting setting = settingOf(sceneOf({layer}), {pulseA, later});
+    Hand hand(pulseA, DragHandle::body, setting);
+    hand.to(100);
+    EXPECT_EQ(hand.times(pulseA).start, 6);
+    EXPECT_EQ(hand.times(later).start, 10);
+    EXPECT_EQ(hand.drag.actionName(), "Move Pulses");
+    Hand back(later, DragHandle::body, setting);
+    back.to(-700);
+    EXPECT_EQ(back.times(later).start, 2.5);
+    EXPECT_EQ(back.times(pulseA).start, 0);
 }
 
 TEST(PulseDrag, LandsOnItsTargetToTheLastBit)
@@ -579,6 +651,8 @@ TEST(WaitDrag, RipplesFromTheTailsEndAndNeverItsOwnKeyframe)
     after.to(50);
     EXPECT_EQ(after.times(spanA).start, 2);
     EXPECT_EQ(after.times(pulseA).start, 5.5);
+    after.to(-500);
+    EXPECT_EQ(after.times(pulseA).start, 4) << "by the second that the hold had";
 }
 
 TEST(ClipDrag, MovesWithItsSourceAndHasNoUpperLimit)
@@ -591,6 +665,116 @@ TEST(ClipDrag, MovesWithItsSourceAndHasNoUpperLimit)
     EXPECT_EQ(hand.times(clipA), (ItemTimes{0, 2}));
     EXPECT_EQ(findVideoClip(hand.scene, idOf(3))->sourceStart, 1);
     EXPECT_EQ(hand.drag.actionName(), "Move Clip");
+}
+
+/// The mixed scene with a second clip from 7 to 9.5, of layer 5.
+TweenScene twoClipScene()
+{
+    TweenScene scene = mixedScene();
+    scene.layers.append(videoOf(5, {.sceneStart = 7, .sceneEnd = 9.5}));
+    return scene;
+}
+
+const TimelineItemRef clipB = TimelineItemRef::videoClip(idOf(5));
+
+TEST(ClipDrag, TakesTheRestOfTheSelectionUnderItsOwnName)
+{
+    Hand hand(clipA, DragHandle::body, settingOf(twoClipScene(), {clipA, clipB, spanA, keyframeA, pulseA, tailA}));
+    hand.to(100);
+    EXPECT_EQ(hand.times(clipA), (ItemTimes{7, 9}));
+    EXPECT_EQ(hand.times(clipB), (ItemTimes{7.5, 10})) << "held within the scene";
+    EXPECT_EQ(hand.times(spanA), (ItemTimes{3, 5}));
+    EXPECT_EQ(hand.times(keyframeA).start, 4);
+    EXPECT_EQ(hand.times(pulseA).start, 6);
+    EXPECT_EQ(hand.times(spanB), (ItemTimes{1, 2}));
+    EXPECT_EQ(hand.drag.actionName(), "Move Clip");
+}
+
+TEST(ClipDrag, SnapsItsStartThenItsEndThenItsStartToTheGrid)
+{
+    // The playhead stands at 7.02; a radius of 0.06; a grid of half seconds.
+    DragSetting setting = settingOf(mixedScene());
+    setting.playhead = 7.02;
+    setting.snapping.grid = PlayheadSnapMode::sec050;
+    struct Case {
+        const char* where;
+        double x, start, line;
+    };
+    for (const Case& c : {Case{"the start near the playhead", 104, 7.02, 7.02}, Case{"the end near it", -94, 5.02, 7.02},
+                          Case{"neither", 130, 7.5, 7.5}}) {
+        SCOPED_TRACE(c.where);
+        Hand hand(clipA, DragHandle::body, setting);
+        hand.to(c.x, {});
+        EXPECT_NEAR(hand.times(clipA).start, c.start, 1e-12);
+        EXPECT_NEAR(hand.times(clipA).end, c.start + 2, 1e-12);
+        EXPECT_EQ(hand.snapTime, c.line);
+    }
+}
+
+TEST(ClipTrim, SnapsItsEdgeAndIsHeldAfterwards)
+{
+    struct Case {
+        const char* where;
+        DragHandle handle;
+        double playhead, x;
+        ItemTimes times;
+        double source;
+    };
+    for (const Case& c : {Case{"the left edge near the playhead", DragHandle::leftEdge, 7.02, 104, {7.02, 8}, 2.02},
+                          Case{"the left edge on the grid", DragHandle::leftEdge, 100, 70, {6.5, 8}, 1.5},
+                          Case{"snapped to before the source", DragHandle::leftEdge, 4.97, -100, {5, 8}, 0},
+                          Case{"the right edge near the playhead", DragHandle::rightEdge, 7.02, -96, {6, 7.02}, 1},
+                          Case{"the right edge on the grid", DragHandle::rightEdge, 100, 70, {6, 8.5}, 1},
+                          Case{"snapped to beyond the source", DragHandle::rightEdge, 10.03, 200, {6, 10}, 1}}) {
+        SCOPED_TRACE(c.where);
+        DragSetting setting = settingOf(mixedScene());
+        setting.playhead = c.playhead;
+        setting.snapping.grid = PlayheadSnapMode::sec050;
+        Hand hand(clipA, c.handle, setting);
+        hand.to(c.x, {});
+        EXPECT_EQ(hand.times(clipA), c.times);
+        EXPECT_NEAR(findVideoClip(hand.scene, idOf(3))->sourceStart, c.source, 1e-12);
+    }
+}
+
+TEST(ClipTrim, LeavesAllOtherSelectedItems)
+{
+    const TimelineSelection all{clipA, clipB, spanA, keyframeA, pulseA};
+    for (const DragHandle handle : {DragHandle::leftEdge, DragHandle::rightEdge}) {
+        Hand hand(clipA, handle, settingOf(twoClipScene(), all));
+        hand.to(50);
+        EXPECT_NE(hand.times(clipA), (ItemTimes{6, 8}));
+        EXPECT_EQ(hand.times(clipB), (ItemTimes{7, 9.5}));
+        EXPECT_EQ(hand.times(spanA), (ItemTimes{2, 4}));
+        EXPECT_EQ(hand.times(keyframeA).start, 3);
+        EXPECT_EQ(hand.times(pulseA).start, 5);
+        EXPECT_EQ(hand.drag.actionName(), "Trim Clip");
+    }
+}
+
+TEST(ClipTrim, TheLeftEdgeStopsAtZeroAndTheSourceNeverBeginsBeforeItsOwn)
+{
+    struct Case {
+        const char* clip;
+        VideoClip played;
+        double x;
+        ItemTimes times;
+        double source;
+    };
+    for (const Case& c :
+         {Case{"more source than time before it", {.sceneStart = 1, .sceneEnd = 2, .sourceStart = 3}, -500, {0, 2}, 2},
+          Case{"a source from before its begin", {.sceneStart = 6, .sceneEnd = 8, .sourceStart = -1}, 10, {7, 8}, 0},
+          Case{"the same, of a clip that ends before that",
+               {.sceneStart = 6, .sceneEnd = 6.5, .sourceStart = -1},
+               10,
+               {6.45, 6.5},
+               0}}) {
+        SCOPED_TRACE(c.clip);
+        Hand hand(clipA, DragHandle::leftEdge, settingOf(sceneOf({videoOf(3, c.played)})));
+        hand.to(c.x);
+        EXPECT_EQ(hand.times(clipA), c.times);
+        EXPECT_EQ(findVideoClip(hand.scene, idOf(3))->sourceStart, c.source);
+    }
 }
 
 TEST(ClipTrim, TheLeftEdgeKeepsThePictureInPlaceAndStopsWhereTheSourceBegins)
@@ -638,6 +822,30 @@ TEST(ClipTrim, IsNeverShorterThanATwentiethWhateverTheSourceHas)
     EXPECT_DOUBLE_EQ(hand.times(clipA).end, 6.05);
 }
 
+TEST(ClipTrim, IsNeverShorterThanATwentiethWhateverTheFrameRate)
+{
+    for (const std::int64_t fps : {60, 10, 1, 0}) {
+        SCOPED_TRACE(fps);
+        DragSetting setting = settingOf(mixedScene());
+        setting.scene.fps = fps;
+        Hand left(clipA, DragHandle::leftEdge, setting);
+        left.to(500);
+        EXPECT_DOUBLE_EQ(left.times(clipA).start, 7.95);
+        Hand right(clipA, DragHandle::rightEdge, setting);
+        right.to(-500);
+        EXPECT_DOUBLE_EQ(right.times(clipA).end, 6.05);
+    }
+}
+
+TEST(ClipTrim, ASourceOfUnknownLengthDoesNotStopTheRightEdge)
+{
+    DragSetting setting = settingOf(mixedScene());
+    editLayer(setting.scene, idOf(3))->videoDuration = 0;
+    Hand hand(clipA, DragHandle::rightEdge, setting);
+    hand.to(300);
+    EXPECT_EQ(hand.times(clipA).end, 11);
+}
+
 // Aggregate rows.
 
 TEST(AggregateDrag, MovesAllMembersAndTheSelectionUnderThePluralName)
@@ -664,17 +872,66 @@ TEST(AggregateDrag, MovesAllMembersAndTheSelectionUnderThePluralName)
     EXPECT_EQ(trim.drag.actionName(), "Resize Spans");
 }
 
-TEST(AggregateDrag, SnapsToItemsOfEveryLayer)
+TEST(AggregateDrag, AGroupThatIsNotSelectedAsAWholeMovesAloneOrJoinsTheSelection)
 {
-    Layer other{.id = idOf(5)};
-    other.pulses = {pulseOf(51, 8.52)};
-    TweenScene scene = mixedScene();
-    scene.layers.append(other);
-    for (const DragRow row : {DragRow::layer, DragRow::aggregate}) {
-        Hand hand(DragPress{.members = {pulseA}, .row = row}, settingOf(scene));
-        hand.to(350, {});
-        EXPECT_EQ(hand.times(pulseA).start, row == DragRow::layer ? 8.5 : 8.52);
+    const DragSetting setting = settingOf(mixedScene(), {spanA, pulseA});
+    struct Case {
+        const char* held;
+        Modifiers modifiers;
+        TimelineSelection selection;
+        double pulse;
+    };
+    for (const Case& c : {Case{"nothing", {}, {spanA, spanB}, 5}, Case{"shift", {.shift = true}, {spanA, spanB, pulseA}, 6}}) {
+        SCOPED_TRACE(c.held);
+        BodyHand hand(DragPress{.members = {spanA, spanB}, .row = DragRow::aggregate, .modifiers = c.modifiers}, setting);
+        hand.to(100);
+        EXPECT_EQ(hand.drag.selection(), c.selection);
+        EXPECT_EQ(hand.times(spanA).start, 3);
+        EXPECT_EQ(hand.times(spanB).start, 2);
+        EXPECT_EQ(hand.times(pulseA).start, c.pulse);
     }
+}
+
+TEST(AggregateDrag, HoldsEachItemByTheLimitsOfItsKind)
+{
+    const TimelineItemRef keyframeB = TimelineItemRef::keyframe(idOf(2), idOf(22));
+    const Layer first{.id = idOf(1), .keyframes = {keyframeOf(12, 3, 1)}};
+    const Layer second{.id = idOf(2), .keyframes = {keyframeOf(22, 3.0004)}};
+    const TweenScene before = sceneOf({first, second});
+    Hand hand(DragPress{.members = {keyframeA, keyframeB}, .row = DragRow::aggregate}, settingOf(before));
+    hand.to(900);
+    EXPECT_EQ(hand.times(keyframeA).start, 10);
+    EXPECT_EQ(hand.times(keyframeB).start, 10);
+    EXPECT_EQ(findKeyframe(hand.scene, idOf(1), idOf(12))->wait, 1);
+    hand.to(-900);
+    EXPECT_EQ(hand.times(keyframeA).start, 0);
+    EXPECT_NEAR(hand.times(keyframeB).start, 0.0004, 1e-12) << "by the way that the group's time has gone";
+    hand.to(0);
+    EXPECT_EQ(hand.scene, before);
+}
+
+TEST(AggregateDrag, SnapsToItemsOfEveryLayerWhereARowOfOneSnapsToItsOwn)
+{
+    Layer film = videoOf(5, {.sceneStart = 1, .sceneEnd = 2});
+    film.pulses = {pulseOf(51, 8.52)};
+    TweenScene scene = mixedScene();
+    scene.layers.append(film);
+    struct Case {
+        const char* item;
+        TimelineItemRef ref;
+        double x; // To 8.5, which is on the grid.
+    };
+    for (const Case& c :
+         {Case{"span", spanA, 650}, Case{"keyframe", keyframeA, 550}, Case{"pulse", pulseA, 350}, Case{"clip", clipA, 250}})
+        for (const DragRow row : {DragRow::layer, DragRow::aggregate}) {
+            SCOPED_TRACE(c.item);
+            DragSetting setting = settingOf(scene);
+            setting.bodyTrigger = 0;
+            Hand hand(DragPress{.members = {c.ref}, .row = row}, setting);
+            hand.to(0);
+            hand.to(c.x, {});
+            EXPECT_EQ(hand.times(c.ref).start, row == DragRow::layer ? 8.5 : 8.52);
+        }
 }
 
 /// Two clips from 6 to 8 under one bar, and a pulse at 8. The first has 4 seconds of source left from 6 on, and 1 before it.

@@ -139,6 +139,9 @@ TEST_F(MoveSheet, ThePreviewShowsTheRowsMovedOrAtTheOneTime)
 
 TEST_F(MoveSheet, SaysWhenNothingIsSelectedAndOffersRippleForAWayOnly)
 {
+    EXPECT_EQ(MoveItemsSheet::rippleHelp, "Ripple mode applied to the move: Push After / Before / Both / Off.");
+    EXPECT_EQ(MoveItemsSheet::absoluteNote,
+              "Absolute mode collapses each item onto one time — per-item ripple would be ambiguous.");
     EXPECT_EQ(open({}).message(), "No timeline items are selected.");
     MoveItemsSheet sheet = open(targetsAt({2}));
     EXPECT_EQ(sheet.message(), std::nullopt);
@@ -294,6 +297,8 @@ TEST_F(DilateSheet, NeedsTwoItems)
     }
     EXPECT_EQ(confirmed, 1);
     EXPECT_EQ(DilateItemsSheet::tooFewItems, "Need at least two selected items to dilate spacing.");
+    EXPECT_EQ(DilateItemsSheet::rippleHelp,
+              "Ripple shifts unselected items past the affected side(s) by the dilated boundary delta.");
 }
 
 TEST_F(DilateSheet, ConfirmHandsOverWhatIsChosenAndCancelPutsTheRippleBack)

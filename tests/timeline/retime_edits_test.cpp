@@ -103,6 +103,17 @@ TEST(RetimeWrite, EffectsAreRefitToAShorterSpan)
     EXPECT_EQ(findSpan(written, idOf(1), idOf(11))->effects[0].duration, 1);
 }
 
+TEST(RetimeWrite, EffectsTooLongForTheirSpanAreRefitWhereverItGoes)
+{
+    TweenScene overfull = scene();
+    overfull.layers.edit()[0].spans.edit()[0].effects.edit()[0].duration = 9; // As a file may have it, in a span of 3 seconds.
+    TweenScene moved = overfull, rippled = overfull;
+    writeStart(moved, span, 6);
+    applyRipple(rippled, {.ripple = RetimeRipple::both, .delta = 1});
+    EXPECT_EQ(findSpan(moved, idOf(1), idOf(11))->effects[0].duration, 3);
+    EXPECT_EQ(findSpan(rippled, idOf(1), idOf(11))->effects[0].duration, 3);
+}
+
 TEST(RetimeWrite, DeadSourcesAndWhatIsNoNumberChangeNothing)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();

@@ -353,8 +353,10 @@ TEST(RetimeSheetOrder, ARowKeepsItsPlaceUntilTypingHasPaused)
     Table table;
     const std::vector<RetimeSource> sorted{clip, spanA, keyframeX, spanB, keyframeWaiting, wait, pulseA};
     EXPECT_EQ(table.order(), sorted);
+    EXPECT_FALSE(table.sheet.keepsOrder());
     table.start(spanA, 9);
     EXPECT_EQ(table.order(), sorted);
+    EXPECT_TRUE(table.sheet.keepsOrder());
     table.timers.pass(RetimeSheet::resortDelay - 0.01);
     EXPECT_EQ(table.order(), sorted);
     table.start(spanA, 9.5);
@@ -362,6 +364,7 @@ TEST(RetimeSheetOrder, ARowKeepsItsPlaceUntilTypingHasPaused)
     EXPECT_EQ(table.order(), sorted) << "the pause begins anew with every edit";
     table.timers.pass(0.02);
     EXPECT_THAT(table.order(), ElementsAre(clip, keyframeX, spanB, keyframeWaiting, wait, pulseA, spanA));
+    EXPECT_FALSE(table.sheet.keepsOrder());
 }
 
 TEST(RetimeSheetOrder, AGroupKeepsItsPlaceThoughItsIdFollowsItsTime)

@@ -58,9 +58,15 @@ TEST(TimeSnap, TheRadiusStaysTheSameOnScreenAtAllZoomLevels)
     for (const Case& c : {Case{"spans, 10 seconds", SnapMembers::spansTrack, 10, 0.0599, 0.0601},
                           Case{"spans, 1 second", SnapMembers::spansTrack, 1, 0.00599, 0.00601},
                           Case{"keyframes, 10 seconds", SnapMembers::keyframeTracks, 10, 0.1199, 0.1201},
-                          Case{"keyframes, 1 second", SnapMembers::keyframeTracks, 1, 0.01199, 0.01201}}) {
+                          Case{"keyframes, 1 second", SnapMembers::keyframeTracks, 1, 0.01199, 0.01201},
+                          Case{"a clip", SnapMembers::videoClipTrack, 10, 0.0599, 0.0601},
+                          Case{"pulses", SnapMembers::pulsesTrack, 10, 0.0599, 0.0601},
+                          Case{"all spans", SnapMembers::aggregateSpansTrack, 10, 0.0599, 0.0601},
+                          Case{"all clips", SnapMembers::aggregateVideoTrack, 10, 0.0599, 0.0601},
+                          Case{"all keyframes", SnapMembers::aggregateKeyframesTrack, 10, 0.0599, 0.0601},
+                          Case{"all pulses", SnapMembers::aggregatePulsesTrack, 10, 0.0599, 0.0601}}) {
         SCOPED_TRACE(c.when);
-        const TimeSnap snap = snapIn({Layer{.id = idOf(1), .pulses = {pulseOf(2, 5)}}}, c.member,
+        const TimeSnap snap = snapIn({Layer{.id = idOf(1), .kind = Layer::Kind::video, .pulses = {pulseOf(2, 5)}}}, c.member,
                                      {.grid = PlayheadSnapMode::sec100}, {}, {1000, 10, c.visible});
         EXPECT_TRUE(snap.snap(5 - c.within, {})->toItem);
         EXPECT_TRUE(snap.snap(5 + c.within, {})->toItem);

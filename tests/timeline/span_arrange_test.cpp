@@ -147,7 +147,8 @@ TEST(Stagger, EachStepIsOnePlusCurveTimesTheOneBefore)
           Case{"a curve of -1 counts as 0.05: 1, 0.05, 0.0025", 1, -1, {2, 3, 3.05, 3.0525}},
           Case{"and so does one below", 1, -7, {2, 3, 3.05, 3.0525}}, Case{"no amount: all at the base", 0, 1, {2, 2, 2, 2}},
           Case{"backwards, to 0 at most", -1.5, 0, {2, 0.5, 0, 0}},
-          Case{"a curve that is almost none", 1, 0.0000005, {2, 3, 4, 5}}}) {
+          Case{"a curve that is almost none", 1, 0.0000005, {2, 3, 4, 5}},
+          Case{"one that is just some: 1, 1.00001, 1.0000200001", 1, 0.00001, {2, 3, 4.00001, 5.0000300001}}}) {
         SCOPED_TRACE(c.when);
         const TweenScene scene = spansAt({{2, 3}, {4, 6}, {5, 5.5}, {8, 9}});
         const auto edit = staggerSelectedSpans(scene, allSpans(scene), c.amount, c.curve, StaggerOrder::earliestFirst);
