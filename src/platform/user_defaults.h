@@ -67,6 +67,8 @@ public:
 protected:
     virtual void store(std::string_view key, Value value) = 0;
     virtual void discard(std::string_view key) = 0; ///< The key is there.
+    /// For a change that did not come through `set` or `remove`.
+    void tellOfChange(std::string_view key) const { observers_.tell(key); }
 
 private:
     Observers<std::string_view> observers_;

@@ -1,5 +1,8 @@
 #include "views/application.h"
 
+#include "shell/secret_defaults.h"
+#include "views/desktop_secrets.h"
+#include "views/color_scheme.h"
 #include "views/editor_window.h"
 #include "views/preferences_window.h"
 #include "views/style.h"
@@ -7,9 +10,13 @@
 #include "views/welcome_window.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPointer>
+
+#include <filesystem>
+#include <memory>
 
 namespace larkspool {
 
@@ -17,13 +24,20 @@ namespace {
 
 const char* const fileFilter = "Larkspool documents (*.larkspool)";
 
+/// Beside the settings. Empty where those are kept nowhere.
+std::string windowStatePath()
+{
+    const std::string settings = FileUserDefaults::userDefaultsPath();
+    return settings.empty() ? std::string() : (std::filesystem::path(settings).parent_path() / "windows.ini").string();
+}
+
 /// The program while its windows are open.
 class Application {
 public:
     Application()
     {
         workspace_.performForApplication = [this](Command command) { perform(command); };
-        workspace_.openDocument = [this](const std::string& path) { open(QString::fromStdString(path)); };
+        workspace_.openDocument = [this](const std::string& path) { openSoon(path); };
     }
 
     /// Tells whether there is a window of it now.
@@ -34,9 +48,36 @@ public:
             workspace_.recents.note(path.toStdString());
             return true;
         } catch (const std::exception& error) {
-            QMessageBox::critical(nullptr, "Larkspool", QString("“%1” could not be opened.\n\n%2").arg(path, error.what()));
+            tellFailure(path, error.what());
             return false;
         }
+    }
+
+    /// Reads the document beside the windows that are open, which stay alive meanwhile.
+    void openSoon(const std::string& path)
+    {
+        const Tasks tasks = workspace_.background.tasks();
+        tasks.detach([this, tasks, path] {
+            std::shared_ptr<DocumentFile> file;
+            QString failure;
+            try {
+                file = std::make_shared<DocumentFile>(DocumentFile::open(path));
+            } catch (const std::exception& error) {
+                failure = error.what();
+            }
+            tasks.onMain([this, path, file, failure] {
+                if (!file) return tellFailure(QString::fromStdString(path), failure);
+                show(std::move(*file));
+                workspace_.recents.note(path);
+            });
+        });
+    }
+
+    /// Waits a little for the desktop to take the last secret in.
+    void settle() const
+    {
+        const QDeadlineTimer deadline(std::chrono::seconds(2));
+        while (!defaults_.isSettled() && !deadline.hasExpired()) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
     }
 
     void openNew() { show(DocumentFile(newDocument(defaults_))); }
@@ -51,6 +92,11 @@ public:
     }
 
 private:
+    static void tellFailure(const QString& path, const QString& why)
+    {
+        QMessageBox::critical(nullptr, "Larkspool", QString("“%1” could not be opened.\n\n%2").arg(path, why));
+    }
+
     void show(DocumentFile file)
     {
         auto* window = new EditorWindow(std::move(file), workspace_);
@@ -92,16 +138,18 @@ private:
         case Command::showSettings: return showSettings();
         case Command::newDocument: return openNew();
         case Command::openDocument:
-            for (const QString& path : QFileDialog::getOpenFileNames(nullptr, "Open", {}, fileFilter)) open(path);
+            for (const QString& path : QFileDialog::getOpenFileNames(nullptr, "Open", {}, fileFilter)) openSoon(path.toStdString());
             return;
         case Command::quit: return QApplication::closeAllWindows();
         default: return;
         }
     }
 
-    FileUserDefaults defaults_;
+    FileUserDefaults settingsFile_;
+    DesktopSecrets secrets_;
+    SecretDefaults defaults_{settingsFile_, secrets_, DefaultsKey::assistantAPIKey};
     SystemPasteboard pasteboard_;
-    Workspace workspace_{.defaults = defaults_, .pasteboard = pasteboard_};
+    Workspace workspace_{.defaults = defaults_, .pasteboard = pasteboard_, .windowStatePath = windowStatePath()};
     QPointer<WelcomeWindow> welcome_;
     QPointer<PreferencesWindow> settings_;
 };
@@ -114,12 +162,15 @@ int runEditor(int& count, char** arguments)
     QApplication toolkit(count, arguments);
     QApplication::setApplicationName("Larkspool");
     QApplication::setDesktopFileName("larkspool");
+    chooseTheme(preferredColorScheme());
     applyLook();
 
     Application application;
     for (const QString& path : QApplication::arguments().sliced(1)) application.open(path);
     if (QApplication::topLevelWidgets().isEmpty()) application.openFirst();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    application.settle();
+    return status;
 }
 
 } // namespace larkspool
