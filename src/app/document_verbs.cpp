@@ -12,7 +12,8 @@ namespace {
 std::string_view caseName(Diagnostic::Action action)
 {
     switch (action) {
-    case Diagnostic::Action::dropped: return "dropped";
+    case Diagnostic::Action::dropped:
+    case Diagnostic::Action::unknownKey: return "dropped";
     case Diagnostic::Action::defaulted: return "defaulted";
     case Diagnostic::Action::migrated: return "migrated";
     }

@@ -27,11 +27,11 @@ std::size_t shownLength(const std::string& text)
 
 JSON strippedMember(std::string_view key, const JSON& value)
 {
+    const bool isImage = key == "imageData";
+    if (!isImage && key != "videoBookmark") return stripMediaBlobs(value);
     const std::string* text = value.string();
-    if (!text || text->empty()) return stripMediaBlobs(value);
-    if (key == "imageData") return fmt::format("<image bytes: {} chars omitted>", shownLength(*text));
-    if (key == "videoBookmark") return "<bookmark omitted>";
-    return value;
+    if (!text || text->empty()) return value;
+    return isImage ? fmt::format("<image bytes: {} chars omitted>", shownLength(*text)) : "<bookmark omitted>";
 }
 
 } // namespace
@@ -141,8 +141,7 @@ AssistantToolset assistantToolset(std::function<AssistantEditorContext()> contex
                     .readActiveScene = [&] { return activeSceneJSON(document.read(), context()); },
                     .applyPatch =
                         [&](std::span<const PatchOperation> operations) {
-                            return document.edit(
-                                [&](TweenDocument& copy) { return applyPatchOperations(operations, copy); });
+                            return document.edit([&](TweenDocument& copy) { return applyPatchOperations(operations, copy); });
                         },
                 });
                 return executor.execute(name, input);

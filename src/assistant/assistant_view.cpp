@@ -1,5 +1,6 @@
 #include "assistant/assistant_view.h"
 
+#include "assistant/white_space.h"
 #include "foundation/text.h"
 
 #include <cassert>
@@ -14,33 +15,13 @@ constexpr std::string_view hitLimit =
     "You hit the per-turn output limit. Continue where you left off — the tool ran successfully.";
 constexpr std::string_view wasCutOff = "Response was cut off at the token limit. Send 'continue' to keep going.";
 
-std::string_view trimmed(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == text.npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-/// How many bytes the white space at the front of a text, which is not empty, takes; 0 if there is none.
-std::size_t whiteSpaceLength(std::string_view text)
-{
-    if (text.front() == ' ' || (text.front() >= '\t' && text.front() <= '\r')) return 1;
-    for (const std::string_view space : {
-             "\u0085", "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006",
-             "\u2007", "\u2008", "\u2009", "\u200A", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000",
-         })
-        if (text.starts_with(space)) return space.size();
-    return 0;
-}
-
 /// The words with one blank between them.
 std::string onOneLine(std::string_view text)
 {
     std::string line;
     bool isBehindWord = false;
     while (!text.empty()) {
-        const std::size_t space = whiteSpaceLength(text);
+        const std::size_t space = leadingWhiteSpaceCharacter(text);
         if (space == 0) {
             if (!isBehindWord && !line.empty()) line += ' ';
             line += text.front();
@@ -63,7 +44,7 @@ AssistantView::~AssistantView()
 void AssistantView::send()
 {
     AssistantSession& session = services_.session;
-    const std::string request(trimmed(session.input));
+    const std::string request(withoutOuterBlanks(session.input));
     if (request.empty() || session.inFlight) return;
 
     session.input.clear();

@@ -102,16 +102,10 @@ const JSON* partAt(const JSON& value, std::string_view path)
     return part;
 }
 
-/// Whether a key was passed over that no record has.
-bool isUnknownKey(const Diagnostic& diagnostic)
-{
-    return diagnostic.text.starts_with("the key ") && diagnostic.text.ends_with(" is unknown");
-}
-
 /// Whether something of the value is lost that a file can hold in another form. A null may fall back: it asks for that.
 bool isLoss(const Diagnostic& diagnostic, const JSON& value)
 {
-    if (diagnostic.action == Diagnostic::Action::migrated || isUnknownKey(diagnostic)) return false;
+    if (diagnostic.action == Diagnostic::Action::migrated || diagnostic.action == Diagnostic::Action::unknownKey) return false;
     const JSON* part = partAt(value, diagnostic.path);
     return !part || !part->isNull();
 }
@@ -125,7 +119,7 @@ void requireNoLoss(const Diagnostics& diagnostics, const JSON& value, std::strin
                                                   : fmt::format("{}: {}", joined(place, each.path), each.text));
     }
     // What is not told any more may be a loss as well.
-    if (diagnostics.untold > 0)
+    if (diagnostics.untold > diagnostics.untoldUnknownKeys)
         throw PatchError::decodeFailed(
             fmt::format("{} has more than {} parts that are not understood", place, Diagnostics::mostTold));
 }

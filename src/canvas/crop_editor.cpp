@@ -1,6 +1,7 @@
 #include "canvas/crop_editor.h"
 
 #include "canvas/canvas_geometry.h"
+#include "canvas/hit_testing.h"
 #include "canvas/selection_handles.h"
 #include "editing/scene_lookup.h"
 #include "platform/file_url.h"
@@ -213,6 +214,13 @@ void CropEditorOverlay::endDrag()
     dragLocation.reset();
 }
 
+void CropEditorOverlay::cancelDrag()
+{
+    if (activeHandle) crop = dragBase;
+    activeHandle.reset();
+    dragLocation.reset();
+}
+
 std::optional<CropMagnifier> CropEditorOverlay::magnifier(CGPoint at, CGSize view) const
 {
     if (!preview || !hasArea(imgRect)) return std::nullopt;
@@ -266,6 +274,14 @@ void CropEditorSheet::done() const
 CGRect CropEditorSheet::sanitized(const CGRect& rect)
 {
     return rectOf(across(rect).sanitized(), down(rect).sanitized());
+}
+
+std::optional<CropEditorRequest> cropEditorRequest(const TweenScene& scene, const LayerIDs& selection)
+{
+    const Layer* layer = selectedAnyLayer(scene, selection);
+    const bool isMedia = layer && (layer->kind == Layer::Kind::image || layer->kind == Layer::Kind::video);
+    if (!isMedia) return std::nullopt;
+    return CropEditorRequest{.layerID = layer->id, .freshToggle = layer->cropMode != CropMode::manual};
 }
 
 bool CropEditorBus::open(const UUID& layerID, bool freshToggle, const TweenScene& scene)

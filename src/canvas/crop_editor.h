@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/enumeration.h"
 #include "editing/edit.h"
 #include "editing/modifiers.h"
 #include "platform/image.h"
@@ -15,6 +16,16 @@ namespace larkspool {
 
 /// What a crop is dragged by: its corners and sides, clockwise from the top left, and all of it.
 enum class CropHandle { nw, n, ne, e, se, s, sw, w, body };
+
+template <>
+struct EnumTable<CropHandle> {
+    using enum CropHandle;
+    static constexpr EnumCase<CropHandle> cases[] = {
+        {nw, "nw", "Top Left"},     {n, "n", "Top"},          {ne, "ne", "Top Right"},
+        {e, "e", "Right"},          {se, "se", "Bottom Right"}, {s, "s", "Bottom"},
+        {sw, "sw", "Bottom Left"},  {w, "w", "Left"},         {body, "body", "Whole Crop"},
+    };
+};
 
 /// No side of a crop is shorter than this, as a fraction of the source.
 inline constexpr double leastCropSide = 0.02;
@@ -67,6 +78,7 @@ struct CropEditorOverlay {
     void beginDrag(CropHandle handle, CGPoint at);
     void drag(CGPoint to); ///< Goes by the way since the begin. Nothing happens while no drag is under way.
     void endDrag();        ///< A handle that was never moved was tapped, and becomes the selected one.
+    void cancelDrag();     ///< Ends it with the crop as it was when it began.
 
     /// Where the magnifier for a point stands in a view of that size: right of it and below, or on the other side of it where it
     /// would leave the view, or come upon the label at the bottom; always within the view's left and top edge. A point beside
@@ -115,6 +127,18 @@ private:
     CropEditorOverlay overlay_;
     bool loading_ = true;
 };
+
+/// Asks for the sheet: what goes with the notification that opens it.
+struct CropEditorRequest {
+    UUID layerID{};
+    bool freshToggle = false; ///< The crop by hand is turned on with the sheet.
+
+    bool operator==(const CropEditorRequest&) const = default;
+};
+
+/// The request for the first selected layer of the tree. It is a fresh toggle where the layer is not cropped by hand yet, so that
+/// the crop shows. Nothing where that is no image and no video.
+std::optional<CropEditorRequest> cropEditorRequest(const TweenScene& scene, const LayerIDs& selection);
 
 /// What opens the sheet on a layer, and turns what it comes to into an edit. The window holds one.
 class CropEditorBus {

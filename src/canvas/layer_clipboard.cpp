@@ -1,6 +1,7 @@
 #include "canvas/layer_clipboard.h"
 
 #include "canvas/layer_copies.h"
+#include "canvas/layer_insertion.h"
 #include "canvas/selected_layers.h"
 #include "document/file_format.h"
 #include "platform/tiff_writer.h"
@@ -106,8 +107,8 @@ std::optional<Layer> layerFromPasteboardImage(const Pasteboard& pasteboard, CGSi
     const std::shared_ptr<const Picture> picture = bytes ? mediaPicture(*bytes) : nullptr;
     if (!picture) return std::nullopt;
 
-    Layer layer{.id = UUID::random(random), .name = SharedString("Pasted Image"), .kind = Layer::Kind::image};
-    layer.videoClip.id = UUID::random(random);
+    Layer layer = newLayer(Layer::Kind::image, random);
+    layer.name = SharedString("Pasted Image");
     layer.fill = ColorRGBA::clear;
     layer.cornerRadius = 0;
     layer.imageData = std::move(*bytes);

@@ -18,13 +18,6 @@ namespace {
 constexpr double cascadeStep = 20;
 constexpr double rectangleRadius = 12;
 
-Layer layerOf(Layer::Kind kind, RandomSource& random)
-{
-    Layer layer{.id = UUID::random(random), .kind = kind};
-    layer.videoClip.id = UUID::random(random);
-    return layer;
-}
-
 void placeAround(Layer& layer, CGPoint center)
 {
     layer.transform.x = center.x - layer.size.width * 0.5;
@@ -114,6 +107,13 @@ void seedInserted(Layer& layer, const TweenScene& scene, std::string_view defaul
 
 } // namespace
 
+Layer newLayer(Layer::Kind kind, RandomSource& random)
+{
+    Layer layer{.id = UUID::random(random), .kind = kind};
+    layer.videoClip.id = UUID::random(random);
+    return layer;
+}
+
 CGPoint insertionCenter(const TweenScene& scene, std::optional<CGPoint> viewportCenter)
 {
     return viewportCenter.value_or(CGPoint{scene.width * 0.5, scene.height * 0.5});
@@ -151,7 +151,7 @@ void seedTextLayer(Layer& layer, const TweenScene& inheritingFrom, std::string_v
 
 std::optional<Edit> addLayer(const TweenScene& scene, Layer::Kind kind, CGPoint center, RandomSource& random)
 {
-    Layer layer = layerOf(kind, random);
+    Layer layer = newLayer(kind, random);
     const bool isShape = kind == Layer::Kind::rectangle || kind == Layer::Kind::ellipse;
     layer.name = SharedString(isShape ? *derivedLayerName(layer) : numberedName(capitalizedKind(kind), scene));
     layer.cornerRadius = kind == Layer::Kind::rectangle ? rectangleRadius : 0;
@@ -161,7 +161,7 @@ std::optional<Edit> addLayer(const TweenScene& scene, Layer::Kind kind, CGPoint 
 
 std::optional<Edit> addLineLayer(const TweenScene& scene, CGPoint center, RandomSource& random)
 {
-    Layer line = layerOf(Layer::Kind::line, random);
+    Layer line = newLayer(Layer::Kind::line, random);
     makeArrow(line, /*length=*/400, /*strokeWidth=*/5, {0.2, 0.5, 1, 1});
     line.name = SharedString(*derivedLayerName(line));
     placeAround(line, center);
@@ -170,7 +170,7 @@ std::optional<Edit> addLineLayer(const TweenScene& scene, CGPoint center, Random
 
 std::optional<Edit> addCursorLayer(const TweenScene& scene, CursorVariant variant, CGPoint center, RandomSource& random)
 {
-    Layer cursor = layerOf(Layer::Kind::cursor, random);
+    Layer cursor = newLayer(Layer::Kind::cursor, random);
     cursor.cursorVariant = variant;
     cursor.name = SharedString(*derivedLayerName(cursor));
     cursor.fill = ColorRGBA::clear;
@@ -183,7 +183,7 @@ std::optional<Edit> addCursorLayer(const TweenScene& scene, CursorVariant varian
 std::optional<Edit> addTextLayer(const TweenScene& scene, CGPoint center, std::string_view defaultFont,
                                  const TextMeasurer& measurer, RandomSource& random)
 {
-    Layer text = layerOf(Layer::Kind::text, random);
+    Layer text = newLayer(Layer::Kind::text, random);
     text.name = SharedString("Text");
     seedTextLayer(text, scene, defaultFont);
     text.size = measuredSize(text, measurer);
@@ -193,7 +193,7 @@ std::optional<Edit> addTextLayer(const TweenScene& scene, CGPoint center, std::s
 
 std::optional<Edit> addZoomLayer(const TweenScene& scene, CGPoint center, RandomSource& random)
 {
-    Layer zoom = layerOf(Layer::Kind::zoom, random);
+    Layer zoom = newLayer(Layer::Kind::zoom, random);
     zoom.name = SharedString(numberedName("Zoom", scene));
     zoom.fill = ColorRGBA::clear;
     zoom.cornerRadius = 0;
@@ -204,7 +204,7 @@ std::optional<Edit> addZoomLayer(const TweenScene& scene, CGPoint center, Random
 
 std::optional<Edit> addHotspotLayer(const TweenScene& scene, CGPoint center, RandomSource& random)
 {
-    Layer hotspot = layerOf(Layer::Kind::hotspot, random);
+    Layer hotspot = newLayer(Layer::Kind::hotspot, random);
     hotspot.name = SharedString(numberedName("Hot Spot", scene));
     hotspot.size = {200, 200};
     placeAround(hotspot, center);
@@ -213,7 +213,7 @@ std::optional<Edit> addHotspotLayer(const TweenScene& scene, CGPoint center, Ran
 
 std::optional<Edit> addGradientFieldLayer(const TweenScene& scene, RandomSource& random)
 {
-    Layer field = layerOf(Layer::Kind::gradientField, random);
+    Layer field = newLayer(Layer::Kind::gradientField, random);
     field.name = SharedString(numberedName("Gradient Field", scene));
     field.size = scene.size();
     field.fill = {0.96, 0.38, 0.62, 1};
@@ -236,7 +236,7 @@ std::optional<Edit> insertLayer(const TweenScene& scene, Layer::Kind kind, CGPoi
                                 RandomSource& random)
 {
     if (kind == Layer::Kind::image || kind == Layer::Kind::video) return std::nullopt;
-    Layer layer = layerOf(kind, random);
+    Layer layer = newLayer(kind, random);
     layer.name = SharedString(numberedName(capitalizedKind(kind), scene));
     seedInserted(layer, scene, defaultFont);
     placeAround(layer, at);
@@ -245,7 +245,7 @@ std::optional<Edit> insertLayer(const TweenScene& scene, Layer::Kind kind, CGPoi
 
 std::optional<Edit> insertCursorLayer(const TweenScene& scene, CursorVariant variant, CGPoint at, RandomSource& random)
 {
-    Layer cursor = layerOf(Layer::Kind::cursor, random);
+    Layer cursor = newLayer(Layer::Kind::cursor, random);
     cursor.cursorVariant = variant;
     cursor.name = SharedString(*derivedLayerName(cursor));
     cursor.size = {32, 32};

@@ -17,6 +17,9 @@ namespace larkspool {
 /// around a point. They give the same kinds different sizes and names. Points are scene coordinates; for one that is not finite,
 /// and where a file could not hold a layer more, there is no edit.
 
+/// A layer of that kind as every one begins, with ids of its own.
+Layer newLayer(Layer::Kind kind, RandomSource& random = systemRandom());
+
 /// Where the panel adds layers: the centre of the visible canvas where that is known, else of the scene.
 CGPoint insertionCenter(const TweenScene& scene, std::optional<CGPoint> viewportCenter);
 

@@ -1,6 +1,7 @@
 #include "canvas/layer_tree_operations.h"
 
 #include "canvas/hit_testing.h"
+#include "canvas/layer_insertion.h"
 #include "canvas/selected_layers.h"
 #include "document/file_format.h"
 #include "editing/scene_lookup.h"
@@ -189,6 +190,15 @@ bool usesFont(const Layer& layer, std::string_view fontName)
            std::ranges::any_of(layer.keyframes, [&](const Keyframe& keyframe) { return isFontKeyframe(keyframe, fontName); });
 }
 
+LayerIDs fontUsers(const TweenScene& scene, std::string_view fontName)
+{
+    LayerIDs users;
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        if (usesFont(layer, fontName)) users.insert(layer.id);
+    });
+    return users;
+}
+
 void replaceFontOf(Layer& layer, std::string_view fontName, std::string_view replacement)
 {
     if (layer.kind == Layer::Kind::text && layer.fontName == fontName) layer.fontName = SharedString(replacement);
@@ -207,8 +217,9 @@ bool canGroupSelection(const TweenScene& scene, const LayerIDs& selection)
 std::optional<Edit> groupSelection(const TweenScene& scene, const LayerIDs& selection, RandomSource& random)
 {
     if (selection.empty() || !hasRoomFor(scene, 1)) return std::nullopt;
-    Layer group{.id = UUID::random(random), .name = SharedString("Group"), .kind = Layer::Kind::group, .fill = ColorRGBA::clear};
-    group.videoClip.id = UUID::random(random);
+    Layer group = newLayer(Layer::Kind::group, random);
+    group.name = SharedString("Group");
+    group.fill = ColorRGBA::clear;
 
     Edit edit{.scene = scene, .actionName = "Group", .selection = {.layerIDs = {group.id}}};
     constexpr std::size_t topLevel = 1;
@@ -278,13 +289,15 @@ std::vector<std::string> fontsInScene(const TweenScene& scene)
     return {names.begin(), names.end()};
 }
 
+std::size_t countOfFontUsers(const TweenScene& scene, std::string_view fontName)
+{
+    return fontUsers(scene, fontName).size();
+}
+
 std::optional<Edit> replaceFont(const TweenScene& scene, std::string_view fontName, std::string_view replacement)
 {
     if (fontName == replacement) return std::nullopt;
-    LayerIDs users;
-    walkLayers(scene.layers, [&](const Layer& layer) {
-        if (usesFont(layer, fontName)) users.insert(layer.id);
-    });
+    const LayerIDs users = fontUsers(scene, fontName);
     if (users.empty()) return std::nullopt;
     Edit edit{.scene = scene, .actionName = "Replace Font"};
     editSelected(edit.scene.layers, users, [&](Layer& layer) { replaceFontOf(layer, fontName, replacement); });

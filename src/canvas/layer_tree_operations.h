@@ -3,6 +3,7 @@
 #include "editing/edit.h"
 #include "foundation/random_source.h"
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -47,6 +48,9 @@ std::optional<Edit> resetTimelineForSelection(const TweenScene& scene, const Lay
 
 /// The names of the fonts of the scene's texts and font keyframes, in order. An empty name is the system font.
 std::vector<std::string> fontsInScene(const TweenScene& scene);
+
+/// How many layers use the font, as texts or in font keyframes.
+std::size_t countOfFontUsers(const TweenScene& scene, std::string_view fontName);
 
 /// Replaces a font in the scene's texts and font keyframes.
 std::optional<Edit> replaceFont(const TweenScene& scene, std::string_view fontName, std::string_view replacement);

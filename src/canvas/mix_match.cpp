@@ -169,11 +169,10 @@ Write applyCategory(Category category, std::vector<Layer>& originals, const Deal
     case Category::y: return number([](Layer& layer) -> double& { return layer.transform.y; });
     case Category::rotation: return number([](Layer& layer) -> double& { return layer.transform.rotation; });
     case Category::fontName:
-        return toTexts(
-            dealtExisting<SharedString>(originals, deal, [](Layer& layer) -> SharedString& { return layer.fontName; }));
-    case Category::fontSize: return toTexts(number([](Layer& layer) -> double& { return layer.fontSize; }));
-    case Category::textColor: return toTexts(color([](Layer& layer) -> ColorRGBA& { return layer.textColor; }));
-    case Category::textContent: return toTexts(dealtTexts(originals, deal, textPool));
+        return dealtExisting<SharedString>(originals, deal, [](Layer& layer) -> SharedString& { return layer.fontName; });
+    case Category::fontSize: return number([](Layer& layer) -> double& { return layer.fontSize; });
+    case Category::textColor: return color([](Layer& layer) -> ColorRGBA& { return layer.textColor; });
+    case Category::textContent: return dealtTexts(originals, deal, textPool);
     }
     return [](Layer&, std::size_t) {};
 }
@@ -181,11 +180,16 @@ Write applyCategory(Category category, std::vector<Layer>& originals, const Deal
 std::vector<Write> dealtOut(std::vector<Layer> originals, const MixMatchSettings& settings, RandomSource& random)
 {
     const auto draw = [&] { return Deal::drawn(originals.size(), settings.bias, random); };
-    const std::optional<Deal> shared = settings.distributeAsSet ? std::optional(draw()) : std::nullopt;
     const std::vector<std::string> texts = mixMatchTexts(settings.textPool);
     std::vector<Write> writes;
-    for (const Category category : settings.categories)
-        writes.push_back(applyCategory(category, originals, shared ? *shared : draw(), texts));
+    Deal deal = draw();
+    for (const EnumCase<Category>& each : EnumTable<Category>::cases) {
+        // Drawn also for what is not chosen, so that the rest is dealt as it would be with it.
+        if (!settings.distributeAsSet) deal = draw();
+        if (!settings.categories.contains(each.value)) continue;
+        Write write = applyCategory(each.value, originals, deal, texts);
+        writes.push_back(isOfTexts(each.value) ? toTexts(std::move(write)) : std::move(write));
+    }
     return writes;
 }
 
@@ -275,6 +279,18 @@ std::vector<double> stratifyScalars(std::span<const double> pool, std::size_t n,
     return values;
 }
 
+std::uint64_t RepeatableRandom::next()
+{
+    if (place_ == drawn_.size()) drawn_.push_back(source_.next());
+    return drawn_[place_++];
+}
+
+void RepeatableRandom::renew()
+{
+    drawn_.clear();
+    restart();
+}
+
 std::optional<Edit> applyMixAndMatch(const TweenScene& scene, const LayerIDs& selection, const MixMatchSettings& settings,
                                      RandomSource& random)
 {
@@ -293,10 +309,26 @@ std::optional<Edit> applyMixAndMatch(const TweenScene& scene, const LayerIDs& se
 
 MixMatchSheet MixMatchSheet::opened(const UserDefaults& defaults, std::size_t selectionCount)
 {
+    const double bias = defaults.number(DefaultsKey::mixMatchBias);
     return {.selectionCount = selectionCount,
             .selected = mixMatchCategoriesNamed(defaults.string(DefaultsKey::mixMatchCategories)),
-            .bias = std::clamp(defaults.number(DefaultsKey::mixMatchBias), 0.0, 1.0),
+            .bias = bias > 0 ? std::min(bias, 1.0) : 0, // What is no number is 0 as well.
             .distributeAsSet = defaults.boolean(DefaultsKey::mixMatchAsSet)};
+}
+
+MixMatchSheet MixMatchSheet::opened(const UserDefaults& defaults, const TweenScene& scene, const LayerIDs& selection)
+{
+    const std::vector<const Layer*> selected = collectSelectedAnywhere(scene.layers, selection);
+    MixMatchSheet sheet = opened(defaults, selected.size());
+    sheet.hasTexts = std::ranges::any_of(selected, [](const Layer* layer) { return layer->kind == Layer::Kind::text; });
+    return sheet;
+}
+
+std::string_view MixMatchSheet::obstacle() const
+{
+    if (selectionCount < 2) return "Select two or more layers first.";
+    if (selected.empty()) return "Turn on what is to be dealt.";
+    return std::ranges::any_of(selected, [this](MixMatchCategory category) { return offers(category); }) ? "" : noTexts;
 }
 
 void MixMatchSheet::save(UserDefaults& defaults) const

@@ -59,6 +59,12 @@ struct EnumTable<MixMatchCategory> {
     };
 };
 
+/// Whether texts alone have what the category deals.
+constexpr bool isOfTexts(MixMatchCategory category)
+{
+    return category >= MixMatchCategory::fontName;
+}
+
 /// The heading of the sheet under which the category stands.
 std::string_view mixMatchSection(MixMatchCategory category);
 
@@ -97,9 +103,26 @@ struct MixMatchSettings {
     bool operator==(const MixMatchSettings&) const = default;
 };
 
+/// Random bits that come again, so that a deal can be shown before it is made.
+class RepeatableRandom final : public RandomSource {
+public:
+    /// Draws from `source`, which outlives it, what was not drawn before.
+    explicit RepeatableRandom(RandomSource& source = systemRandom()) : source_(source) {}
+
+    std::uint64_t next() override;
+
+    void restart() { place_ = 0; } ///< From here on the same bits come again.
+    void renew();                  ///< From here on others come.
+
+private:
+    RandomSource& source_;
+    std::vector<std::uint64_t> drawn_;
+    std::size_t place_ = 0;
+};
+
 /// Deals the stored values of the selected layers, at any depth. Keyframes stay. A layer without a property keeps it, while its
 /// stored value is among those dealt; names that follow what is changed go with it. Nothing for fewer than two layers, or no
-/// categories.
+/// categories. With the same random bits, choosing another category leaves what the others come to as it is.
 std::optional<Edit> applyMixAndMatch(const TweenScene& scene, const LayerIDs& selection, const MixMatchSettings& settings,
                                      RandomSource& random = systemRandom());
 
@@ -109,6 +132,7 @@ struct MixMatchSheet {
     static constexpr std::array<std::string_view, 4> biasLabels = {"Existing values", "Mostly existing", "Mixed", "In between"};
 
     std::size_t selectionCount = 0;
+    bool hasTexts = true; ///< Whether a text is among the selected layers.
     MixMatchCategories selected{};
     double bias = 0;        ///< 0...1.
     std::string textPool{}; ///< Not kept from one sheet to the next.
@@ -116,15 +140,22 @@ struct MixMatchSheet {
     std::function<void()> onCancel{};
     std::function<void(const MixMatchSettings&)> onApply{};
 
+    static constexpr std::string_view noTexts = "None of the selected layers is a text.";
+
     /// As the sheet was left last.
     static MixMatchSheet opened(const UserDefaults& defaults, std::size_t selectionCount);
+    /// The same on the selected layers of a scene.
+    static MixMatchSheet opened(const UserDefaults& defaults, const TweenScene& scene, const LayerIDs& selection);
     /// Keeps all but the text pool.
     void save(UserDefaults& defaults) const;
 
     void toggle(MixMatchCategory category);
     void selectAll();
     void selectNone() { selected.clear(); }
-    bool showsTextPool() const { return selected.contains(MixMatchCategory::textContent); }
+    bool offers(MixMatchCategory category) const { return hasTexts || !isOfTexts(category); }
+    bool showsTextPool() const { return hasTexts && selected.contains(MixMatchCategory::textContent); }
+    /// Why nothing can be dealt as things are: a sentence for a person. Empty if it can.
+    std::string_view obstacle() const;
 
     MixMatchSettings settings() const;
 };

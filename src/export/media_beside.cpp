@@ -1,10 +1,9 @@
 #include "export/media_beside.h"
 
-#include "platform/file_url.h"
+#include "platform/media_file.h"
 
-#include <filesystem>
 #include <optional>
-#include <system_error>
+#include <string>
 
 namespace larkspool {
 
@@ -12,16 +11,13 @@ namespace {
 
 class Finder {
 public:
-    Finder(const std::string& documentPath, const Exporter::FileExists& exists)
-        : exists_(exists)
-    {
-        std::error_code ignored; // Without a working folder there is nothing beside a relative path either.
-        folder_ = std::filesystem::absolute(documentPath, ignored).parent_path();
-    }
+    Finder(const std::string& documentPath, const FileExists& exists)
+        : folder_(documentFolder(documentPath)), exists_(exists)
+    {}
 
     void find(SharedString& reference) const
     {
-        if (const std::optional<std::string> path = besideDocument(reference)) reference = *path;
+        if (const std::optional<std::string> path = fileBesideDocument(reference, folder_, exists_)) reference = *path;
     }
 
     void find(Array<Layer>& layers) const
@@ -34,17 +30,8 @@ public:
     }
 
 private:
-    std::optional<std::string> besideDocument(const SharedString& reference) const
-    {
-        const std::string path = pathFromURLOrPath(std::string_view(reference));
-        if (path.empty() || std::filesystem::path(path).is_absolute() || exists_(path)) return std::nullopt;
-        std::string found = (folder_ / path).string();
-        if (!exists_(found)) return std::nullopt;
-        return found;
-    }
-
-    std::filesystem::path folder_;
-    const Exporter::FileExists& exists_;
+    std::string folder_;
+    const FileExists& exists_;
 };
 
 } // namespace

@@ -2,9 +2,6 @@
 
 #include "platform/file_url.h"
 
-#include <filesystem>
-#include <system_error>
-
 namespace larkspool::Exporter {
 
 namespace {
@@ -63,12 +60,6 @@ SoundSources soundOfScene(const TweenDocument& document, std::size_t index, cons
 }
 
 } // namespace
-
-bool fileExists(const std::string& path)
-{
-    std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
-}
 
 std::size_t exportedSceneIndex(const TweenDocument& document, ExportTarget target)
 {

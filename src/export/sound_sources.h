@@ -2,8 +2,8 @@
 
 #include "document/tween_document.h"
 #include "export/exporter.h"
+#include "platform/media_file.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -33,9 +33,8 @@ struct SoundSources {
     bool operator==(const SoundSources&) const = default;
 };
 
-/// Whether there is a file at a path.
-using FileExists = std::function<bool(const std::string& path)>;
-bool fileExists(const std::string& path);
+using larkspool::fileExists;
+using larkspool::FileExists;
 
 /// The scene that a target of one scene means: the one it names, else the active one, else, where that is none of the list
 /// either, the first. 0 for all scenes.

@@ -130,33 +130,69 @@ void syncFolder(const std::string& folder)
     if (opened.isOpen()) ::fsync(opened.descriptor());
 }
 
-} // namespace
-
-FileError::FileError(std::string path, int code) : PlatformFailure(posixError(path, code)), path_(std::move(path)) {}
-
-std::vector<std::uint8_t> readWholeFile(const std::string& path)
+/// Not to block: opening a pipe would otherwise wait for someone at its other end.
+OpenFile openForReading(const std::string& path)
 {
-    // Not to block: opening a pipe would otherwise wait for someone at its other end.
-    const OpenFile file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!file.isOpen()) failWithErrno(path);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) failWithErrno(path);
+    return OpenFile(descriptor);
+}
+
+/// What is known of an open file, which must be a regular one.
+struct stat regularStatus(const OpenFile& file, const std::string& path)
+{
     struct stat status{};
     if (::fstat(file.descriptor(), &status) != 0) failWithErrno(path);
     if (S_ISDIR(status.st_mode)) throw FileError(path, EISDIR);
     if (!S_ISREG(status.st_mode)) throw FileError(path, EINVAL);
+    return status;
+}
+
+/// Fills some of `target`, which is not empty, and tells how much: 0 at the end of the file.
+std::size_t readSome(const OpenFile& file, std::span<std::uint8_t> target, const std::string& path)
+{
+    for (;;) {
+        const ssize_t count = ::read(file.descriptor(), target.data(), target.size());
+        if (count >= 0) return static_cast<std::size_t>(count);
+        if (errno != EINTR) failWithErrno(path);
+    }
+}
+
+} // namespace
+
+FileError::FileError(std::string path, int code) : PlatformFailure(posixError(path, code)), path_(std::move(path)) {}
+
+std::vector<std::uint8_t> readWholeFile(const std::string& path, std::size_t greatestSize)
+{
+    const OpenFile file = openForReading(path);
+    const struct stat status = regularStatus(file, path);
+    if (static_cast<std::uintmax_t>(status.st_size) > greatestSize) throw FileError(path, EFBIG);
 
     // One byte more than the file should have, so that the last read meets its end even if it has grown.
     std::vector<std::uint8_t> contents(static_cast<std::size_t>(status.st_size) + 1);
     std::size_t size = 0;
-    for (;;) {
+    while (const std::size_t count = readSome(file, std::span(contents).subspan(size), path)) {
+        size += count;
+        if (size > greatestSize) throw FileError(path, EFBIG); // It has grown meanwhile.
         if (size == contents.size()) contents.resize(contents.size() * 2);
-        const ssize_t count = ::read(file.descriptor(), contents.data() + size, contents.size() - size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) failWithErrno(path);
-        if (count == 0) break;
-        size += static_cast<std::size_t>(count);
     }
     contents.resize(size);
     return contents;
+}
+
+std::vector<std::uint8_t> readFileHead(const std::string& path, std::size_t count)
+{
+    const OpenFile file = openForReading(path);
+    regularStatus(file, path);
+    std::vector<std::uint8_t> head(count);
+    std::size_t size = 0;
+    while (size < count) {
+        const std::size_t got = readSome(file, std::span(head).subspan(size), path);
+        if (got == 0) break;
+        size += got;
+    }
+    head.resize(size);
+    return head;
 }
 
 void replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> contents)

@@ -2,7 +2,9 @@
 
 #include "platform/platform_error.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -22,8 +24,13 @@ private:
     std::string path_;
 };
 
-/// All bytes of a regular file. Throws FileError; anything else than a regular file is refused without waiting for it.
-std::vector<std::uint8_t> readWholeFile(const std::string& path);
+/// All bytes of a regular file. Throws FileError; anything else than a regular file is refused without waiting for it, and one of
+/// more than `greatestSize` bytes (EFBIG) before any memory is taken for it.
+std::vector<std::uint8_t> readWholeFile(const std::string& path,
+                                        std::size_t greatestSize = std::numeric_limits<std::size_t>::max());
+
+/// The first bytes of a regular file, `count` of them or all that it has. Otherwise the same.
+std::vector<std::uint8_t> readFileHead(const std::string& path, std::size_t count);
 
 /// Makes `contents` the whole file at `path`, or throws FileError and leaves what was there.
 ///

@@ -167,10 +167,25 @@ public:
     ColorRows(const ColorRows&) = delete;
     ColorRows& operator=(const ColorRows&) = delete;
 
+    /// The row in premultiplied BGRA, straight from what was loaded. Where that does not do, nothing is written.
+    bool readOpaque(int y, std::uint8_t* bgra) const
+    {
+        if (toSRGB_ || gdk_pixbuf_get_n_channels(pixbuf_) != 3) return false;
+        const guint8* source = sourceRow(y);
+        const int width = gdk_pixbuf_get_width(pixbuf_);
+        for (int x = 0; x < width; ++x) {
+            bgra[4 * x] = source[3 * x + 2];
+            bgra[4 * x + 1] = source[3 * x + 1];
+            bgra[4 * x + 2] = source[3 * x];
+            bgra[4 * x + 3] = 255;
+        }
+        return true;
+    }
+
     void read(int y, std::vector<std::uint8_t>& row) const
     {
         const int channels = gdk_pixbuf_get_n_channels(pixbuf_);
-        const guint8* source = gdk_pixbuf_read_pixels(pixbuf_) + static_cast<std::size_t>(y) * gdk_pixbuf_get_rowstride(pixbuf_);
+        const guint8* source = sourceRow(y);
         const int width = gdk_pixbuf_get_width(pixbuf_);
         for (int x = 0; x < width; ++x) {
             std::copy_n(source + x * channels, 3, row.begin() + 4 * x);
@@ -181,6 +196,11 @@ public:
     }
 
 private:
+    const guint8* sourceRow(int y) const
+    {
+        return gdk_pixbuf_read_pixels(pixbuf_) + static_cast<std::size_t>(y) * gdk_pixbuf_get_rowstride(pixbuf_);
+    }
+
     void openProfile(const char* text)
     {
         const std::optional<std::vector<std::uint8_t>> data = base64Decoded(text);
@@ -227,6 +247,11 @@ std::optional<double> attribute(const std::string& text, const char* name)
 
 } // namespace
 
+bool looksLikePicture(std::span<const std::uint8_t> head)
+{
+    return formatOf(head) || looksLikeVectorArt(head);
+}
+
 ImageRef decodeImage(std::span<const std::uint8_t> bytes)
 {
     const Pixbuf pixbuf = load(bytes);
@@ -235,6 +260,7 @@ ImageRef decodeImage(std::span<const std::uint8_t> bytes)
     const ColorRows rows(pixbuf.get(), loadedAlpha(bytes));
     std::vector<std::uint8_t> row(static_cast<std::size_t>(pixels.width()) * 4);
     for (int y = 0; y < pixels.height(); ++y) {
+        if (rows.readOpaque(y, pixels.row(y))) continue;
         rows.read(y, row);
         premultiply(row, pixels.row(y), pixels.width());
     }

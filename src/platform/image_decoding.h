@@ -2,6 +2,7 @@
 
 #include "platform/image.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,6 +12,12 @@ namespace larkspool {
 
 /// The most pixels that a picture is decoded to. One that claims more is none.
 inline constexpr std::int64_t greatestDecodedPixels = 100'000'000;
+
+/// How much of a file `looksLikePicture` goes by.
+inline constexpr std::size_t pictureHeadLength = 4096;
+
+/// Whether a file that begins so can be a picture at all, of pixels or vector art. Cheap, and no promise.
+bool looksLikePicture(std::span<const std::uint8_t> head);
 
 /// Decodes PNG, JPEG (turned as its EXIF says), WebP, the first frame of a GIF, TIFF and BMP. An embedded colour profile is
 /// converted to sRGB. Null for bytes that are no such picture, or not a whole one.
@@ -26,6 +33,9 @@ public:
     /// The whole art stretched to a picture of this size; null where it cannot be drawn.
     virtual ImageRef render(int width, int height) const = 0;
 };
+
+/// Whether there is a mark of SVG near the beginning.
+bool looksLikeVectorArt(std::span<const std::uint8_t> head);
 
 /// Reads SVG. Null for anything else.
 std::shared_ptr<const VectorArt> decodeVectorArt(std::span<const std::uint8_t> bytes);

@@ -72,18 +72,17 @@ private:
     mutable std::mutex mutex_; ///< A handle draws for one thread at a time.
 };
 
-bool looksLikeMarkup(std::span<const std::uint8_t> bytes)
-{
-    constexpr std::size_t headLength = 4096;
-    const std::string_view head(reinterpret_cast<const char*>(bytes.data()), std::min(bytes.size(), headLength));
-    return head.find("<svg") != std::string_view::npos;
-}
-
 } // namespace
+
+bool looksLikeVectorArt(std::span<const std::uint8_t> head)
+{
+    const std::string_view text(reinterpret_cast<const char*>(head.data()), std::min(head.size(), pictureHeadLength));
+    return text.find("<svg") != std::string_view::npos;
+}
 
 std::shared_ptr<const VectorArt> decodeVectorArt(std::span<const std::uint8_t> bytes)
 {
-    if (!looksLikeMarkup(bytes)) return nullptr;
+    if (!looksLikeVectorArt(bytes)) return nullptr;
     const Owned<GInputStream> stream(g_memory_input_stream_new_from_data(bytes.data(), static_cast<gssize>(bytes.size()), nullptr));
     // Without a base file no reference to another file or address is followed.
     Owned<RsvgHandle> handle(rsvg_handle_new_from_stream_sync(stream.get(), nullptr, RSVG_HANDLE_FLAGS_NONE, nullptr, nullptr));

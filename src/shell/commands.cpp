@@ -58,16 +58,8 @@ constexpr CommandCondition aGroup{primaryIsOneOf<Layer::Kind::group>, "Select a 
 
 /// @name What this version of the program does not have.
 /// @{
-constexpr std::string_view noRetimeTable = "The table of times is not in this version yet.";
-constexpr std::string_view noMoveSheet = "Moving by numbers is not in this version yet.";
-constexpr std::string_view noDilateSheet = "Dilating by numbers is not in this version yet.";
-constexpr std::string_view noSpanSheets = "Distributing and staggering spans is not in this version yet.";
-constexpr std::string_view noMixAndMatch = "Mix & Match is not in this version yet.";
-constexpr std::string_view noCropEditor = "The crop editor is not in this version yet.";
 constexpr std::string_view noQuickRender = "Quick Render is not in this version yet.";
-constexpr std::string_view noAssistant = "The assistant is not in this version yet.";
 constexpr std::string_view noMediaPanels = "Choosing images and videos by a menu is not in this version yet.";
-constexpr std::string_view noFontSheet = "Replacing fonts is not in this version yet.";
 /// @}
 
 constexpr Shortcut plain(std::string_view key)
@@ -179,7 +171,7 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     posted(toggleInspector, "LKSToggleInspector", Menu::view, "Toggle Inspector").on(commandOption("I")),
     posted(toggleTimeline, "LKSToggleTimeline", Menu::view, "Toggle Timeline").on(commandOption("T"), commandShift("T")),
     posted(toggleSceneStrip, "LKSToggleSceneStrip", Menu::view, "Toggle Scene Strip").on(commandOption("S")),
-    posted(toggleAssistant, "LKSToggleAssistant", Menu::view, "Toggle Assistant").on(commandOption("A")).without(noAssistant),
+    posted(toggleAssistant, "LKSToggleAssistant", Menu::view, "Toggle Assistant").on(commandOption("A")),
     posted(toggleAllChrome, "LKSToggleAllChrome", Menu::view, "Toggle UI").on(command(".")),
     posted(hideOffCanvas, "", Menu::view, "Hide Off-Canvas Content").on(commandShift("H")).inNewSection(),
 
@@ -193,16 +185,13 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
         .inNewSection(),
     posted(spanIn, "LKSSpanIn", Menu::timeline, "Set Span In to Playhead").on(plain("I")).needing(items),
     posted(spanOut, "LKSSpanOut", Menu::timeline, "Set Span Out to Playhead").on(plain("O")).needing(items),
-    posted(showRetime, "LKSShowRetime", Menu::timeline, "Retime…").on(commandShift("R")).without(noRetimeTable),
+    posted(showRetime, "LKSShowRetime", Menu::timeline, "Retime…").on(commandShift("R")),
     posted(toggleTimelineZoom, "LKSToggleTimelineZoom", Menu::timeline, "Toggle Timeline Zoom").on(plain("Z")),
     posted(moveToPlayhead, "LKSMoveToPlayhead", Menu::timeline, "Move to Playhead").on(plain("M")).needing(items).inNewSection(),
-    posted(showMoveModal, "LKSShowMoveModal", Menu::timeline, "Move…").on(commandShift("M")).needing(items).without(noMoveSheet),
-    posted(showDilateModal, "LKSShowDilateModal", Menu::timeline, "Dilate…")
-        .on(commandShift("D"))
-        .needing(items)
-        .without(noDilateSheet),
-    posted(distributeSpans, "LKSDistributeSpans", Menu::timeline, "Distribute Spans…").needing(twoSpans).without(noSpanSheets),
-    posted(staggerSpans, "LKSStaggerSpans", Menu::timeline, "Stagger Spans…").needing(twoSpans).without(noSpanSheets),
+    posted(showMoveModal, "LKSShowMoveModal", Menu::timeline, "Move…").on(commandShift("M")).needing(items),
+    posted(showDilateModal, "LKSShowDilateModal", Menu::timeline, "Dilate…").on(commandShift("D")).needing(items),
+    posted(distributeSpans, "LKSDistributeSpans", Menu::timeline, "Distribute Spans…").needing(twoSpans),
+    posted(staggerSpans, "LKSStaggerSpans", Menu::timeline, "Stagger Spans…").needing(twoSpans),
     posted(cycleRipple, "LKSCycleRipple", Menu::timeline, "Cycle Ripple").on(plain("R")).needing(items).inNewSection(),
 
     posted(group, "LKSGroup", Menu::arrange, "Group Selection").on(command("G")).needing(groupable),
@@ -222,11 +211,7 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     posted(alignBottom, "LKSAlignBottom", Menu::arrange, "Align Bottom").needing(layers),
     posted(distributeH, "LKSDistributeH", Menu::arrange, "Distribute Horizontally").needing(threeLayers).inNewSection(),
     posted(distributeV, "LKSDistributeV", Menu::arrange, "Distribute Vertically").needing(threeLayers),
-    posted(mixAndMatch, "LKSMixAndMatch", Menu::arrange, "Mix & Match")
-        .on(commandOption("M"))
-        .needing(twoLayers)
-        .without(noMixAndMatch)
-        .inNewSection(),
+    posted(mixAndMatch, "LKSMixAndMatch", Menu::arrange, "Mix & Match").on(commandOption("M")).needing(twoLayers).inNewSection(),
 
     posted(insertLayerOfKind, "LKSInsertLayerOfKind", Menu::insert, insertLayerMenuTitle),
 
@@ -236,8 +221,8 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     posted(resetLayerName, "LKSResetLayerName", Menu::none, "Reset Name").needing(renamed),
     posted(replaceImage, "LKSReplaceImage", Menu::none, "Replace Image").needing(image).without(noMediaPanels),
     posted(replaceVideo, "LKSReplaceVideo", Menu::none, "Replace Video").needing(video).without(noMediaPanels),
-    posted(replaceFont, "LKSReplaceFont", Menu::none, "Replace Font…").without(noFontSheet),
-    posted(showCropEditor, "LKSShowCropEditor", Menu::none, "Crop…").needing(media).without(noCropEditor),
+    posted(replaceFont, "LKSReplaceFont", Menu::none, "Replace Font…"),
+    posted(showCropEditor, "LKSShowCropEditor", Menu::none, "Crop…").needing(media),
     posted(drillIntoGroup, "LKSDrillIntoGroup", Menu::none, "Select into Group").needing(aGroup),
     posted(resetTimeline, "LKSResetTimeline", Menu::none, "Reset Timeline").needing(layers),
     posted(arrowStepUp, "LKSArrowStepUp", Menu::none, "Step Value Up"),

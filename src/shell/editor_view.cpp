@@ -34,6 +34,12 @@ void EditorView::mutate(std::string_view actionName, const SharedCommit::Work& w
     commit_.mutate(actionName, work);
 }
 
+void EditorView::mutateDocument(std::string_view actionName, const SharedCommit::DocumentWork& work)
+{
+    endWhatIsUnderWay();
+    commit_.mutateDocument(actionName, work);
+}
+
 void EditorView::undo()
 {
     endWhatIsUnderWay();
@@ -246,6 +252,11 @@ CGPoint EditorView::cancelCanvasPress()
 OverlayItems EditorView::canvasOverlay(const SceneFit& fit) const
 {
     return overlayItems(overlay_.state(), overlayEditor({}), fit);
+}
+
+std::optional<OverlayItems::DragModeToggle> EditorView::dragModeToggle(const SceneFit& fit) const
+{
+    return larkspool::dragModeToggle(overlayEditor({}), fit);
 }
 
 CanvasCursor EditorView::canvasCursor(const InteractionOverlay::Pointer& pointer)

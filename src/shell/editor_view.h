@@ -55,6 +55,8 @@ public:
     /// the scene that the one before has left.
     /// @{
     void mutate(std::string_view actionName, const SharedCommit::Work& work);
+    /// An edit that may reach other scenes than the active one. It is undone in all of them.
+    void mutateDocument(std::string_view actionName, const SharedCommit::DocumentWork& work);
     /// Commits what an operation came to; an operation with nothing to do changes nothing. Whether there was an edit.
     bool perform(std::optional<Edit> edit);
     void undo();
@@ -131,6 +133,8 @@ public:
     bool isDraggingCanvas() const { return overlay_.isDragging(); }
     /// What is to be drawn over the canvas.
     OverlayItems canvasOverlay(const SceneFit& fit) const;
+    /// As it is among those, alone.
+    std::optional<OverlayItems::DragModeToggle> dragModeToggle(const SceneFit& fit) const;
     CanvasCursor canvasCursor(const InteractionOverlay::Pointer& pointer);
     /// @}
 

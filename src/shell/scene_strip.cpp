@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -72,10 +73,11 @@ bool canDelete(const TweenDocument& document)
     return document.scenes.size() > 1;
 }
 
-void setMusic(TweenDocument& document, std::string_view urlString, std::string_view fileName)
+void setMusic(TweenDocument& document, std::string_view urlString, std::string_view fileName, std::optional<Bytes> bookmark)
 {
     const double volume = document.audio ? document.audio->volume : 1;
-    document.audio = DocumentAudio{.urlString = urlString, .volume = volume, .displayName = fileName};
+    document.audio = DocumentAudio{
+        .urlString = urlString, .bookmark = std::move(bookmark), .volume = volume, .displayName = fileName};
 }
 
 } // namespace SceneStrip

@@ -47,7 +47,8 @@ std::int64_t dropIndex(std::int64_t from, std::int64_t onto);
 bool canDelete(const TweenDocument& document);
 
 /// Gives the document a sound of that file under its own name. One that it replaces leaves its volume.
-void setMusic(TweenDocument& document, std::string_view urlString, std::string_view fileName);
+void setMusic(TweenDocument& document, std::string_view urlString, std::string_view fileName,
+              std::optional<Bytes> bookmark = std::nullopt);
 
 } // namespace SceneStrip
 

@@ -1,12 +1,16 @@
 #include "views/canvas_view.h"
 
 #include "canvas/canvas_geometry.h"
+#include "views/drag_mode_view.h"
 #include "views/input.h"
-#include "views/picture.h"
+#include "views/layer_palette_view.h"
 #include "views/theme.h"
 
+#include <QDragEnterEvent>
 #include <QGuiApplication>
+#include <QMimeData>
 #include <QMouseEvent>
+#include <QNativeGestureEvent>
 #include <QPainter>
 #include <QWheelEvent>
 
@@ -27,7 +31,15 @@ constexpr double paletteInset = 56; ///< Of the layer palette, which floats at t
 constexpr double zoomStep = 1.25;
 constexpr std::chrono::milliseconds zoomHUDTime{1500};
 constexpr double frameWidth = 1.5, handleSize = 8, handleCorner = 2, rotateHandleSize = 10;
-constexpr double pillHeight = 24;
+constexpr double pillHeight = 24, badgeHeight = 18, badgeGap = 8;
+constexpr float seenThroughVeil = 0.65F; ///< Of what lies beyond the scene's frame, while it is dimmed.
+
+/// The colour that a veil turns into `color`, so that the backdrop is the theme's under it too.
+QColor underVeil(const QColor& color)
+{
+    return QColor::fromRgbF(std::min(1.0F, color.redF() / seenThroughVeil), std::min(1.0F, color.greenF() / seenThroughVeil),
+                            std::min(1.0F, color.blueF() / seenThroughVeil));
+}
 
 RasterColor asRasterColor(const QColor& color)
 {
@@ -125,15 +137,37 @@ CanvasView::CanvasView(EditorContext context, QWidget* parent)
     setAccessibleName("Canvas");
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
+    setAcceptDrops(true);
     zoomHUDTimer_.setSingleShot(true);
     nextPicture_.setSingleShot(true);
     connect(&nextPicture_, &QTimer::timeout, this, [this] { paintAnew(); });
     connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { update(); });
+    dragMode_ = new DragModeView(
+        [this](bool keyframeAtPlayhead) {
+            context_.editor.defaults().set(DefaultsKey::keyframeAtPlayhead, keyframeAtPlayhead);
+            context_.changed();
+        },
+        this);
 }
 
 void CanvasView::refresh()
 {
+    placeDragMode();
     update();
+}
+
+void CanvasView::placeDragMode()
+{
+    const EditorState& state = context_.editor.state();
+    const SceneFit fit = sceneFit();
+    const auto toggle = state.selectedLayerIDs.empty() ? std::nullopt : context_.editor.dragModeToggle(fit);
+    QRectF selected;
+    if (toggle) {
+        const CGRect box = unionAABBOfSelected(state.scene(), state.selectedLayerIDs, state.playhead);
+        if (!box.isNull())
+            selected = QRectF(asQPoint(fit.viewFromScene(box.origin)), QSizeF(box.size.width * fit.scale, box.size.height * fit.scale));
+    }
+    dragMode_->show(toggle, selected);
 }
 
 SceneFit CanvasView::sceneFit() const
@@ -156,14 +190,28 @@ void CanvasView::zoomTo(double level, std::optional<CGPoint> anchor)
     context_.changed();
 }
 
+std::optional<CGPoint> CanvasView::selectedLayerPivot() const
+{
+    const EditorState& state = context_.editor.state();
+    if (state.selectedLayerIDs.size() != 1) return std::nullopt;
+    const TweenScene scene = state.scene();
+    const UUID& layerID = *state.selectedLayerIDs.begin();
+    const std::optional<PlacedLayer> placed = placedLayer(scene, layerID, state.playhead);
+    if (!placed) return std::nullopt;
+    const CGPoint offset = placed->parent.offset;
+    const Transform& transform = placed->layer.transform;
+    return sceneFit().viewFromScene({offset.x + transform.x + transform.anchorX * placed->layer.size.width,
+                                     offset.y + transform.y + transform.anchorY * placed->layer.size.height});
+}
+
 void CanvasView::zoomIn()
 {
-    zoomTo(zoom_ * zoomStep);
+    zoomTo(zoom_ * zoomStep, selectedLayerPivot());
 }
 
 void CanvasView::zoomOut()
 {
-    zoomTo(zoom_ / zoomStep);
+    zoomTo(zoom_ / zoomStep, selectedLayerPivot());
 }
 
 void CanvasView::fit(FitTo what)
@@ -173,12 +221,13 @@ void CanvasView::fit(FitTo what)
     if (!(scene.width > 0 && scene.height > 0) || width() < 1 || height() < 1) return;
     CGRect box = what == FitTo::selection ? unionAABBOfSelected(scene, state.selectedLayerIDs, state.playhead) : CGRect::null();
     if (box.isNull()) box = {{0, 0}, {scene.width, scene.height}};
-    const double usableWidth = std::max(1.0, width() - paletteInset), usableHeight = std::max(1.0, height() * 1.0);
+    const double inset = palette_ ? paletteInset : 0;
+    const double usableWidth = std::max(1.0, width() - inset), usableHeight = std::max(1.0, height() * 1.0);
     const double base = std::min(width() / scene.width, height() / scene.height);
     const double level = std::min(usableWidth / box.size.width, usableHeight / box.size.height) * fitMargin / base;
     zoom_ = std::clamp(level, smallestZoom, greatestZoom);
     const double scale = base * zoom_;
-    pan_ = {paletteInset * 0.5 + (scene.width * 0.5 - box.midX()) * scale, (scene.height * 0.5 - box.midY()) * scale};
+    pan_ = {inset * 0.5 + (scene.width * 0.5 - box.midX()) * scale, (scene.height * 0.5 - box.midY()) * scale};
     flashZoomHUD();
     context_.changed();
 }
@@ -197,17 +246,25 @@ void CanvasView::flashZoomHUD()
 void CanvasView::setPan(CGPoint pan)
 {
     pan_ = pan;
+    placeDragMode();
     update();
 }
 
 void CanvasView::setFloatingPalette(QWidget* palette)
 {
     palette_ = palette;
+    placePalette();
+}
+
+void CanvasView::placePalette()
+{
+    if (palette_) palette_->move(paletteLeft, std::max(paletteLeft, (height() - palette_->height()) / 2));
 }
 
 void CanvasView::resizeEvent(QResizeEvent*)
 {
-    if (palette_) palette_->move(paletteLeft, std::max(paletteLeft, (height() - palette_->height()) / 2));
+    placePalette();
+    placeDragMode();
     update();
 }
 
@@ -266,8 +323,34 @@ void CanvasView::mouseReleaseEvent(QMouseEvent* event)
     context_.changed();
 }
 
+void CanvasView::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (LayerPaletteView::dragged(*event->mimeData())) event->acceptProposedAction();
+}
+
+void CanvasView::dropEvent(QDropEvent* event)
+{
+    const LayerPaletteCommands::Item* item = LayerPaletteView::dragged(*event->mimeData());
+    if (!item) return;
+    event->acceptProposedAction();
+    const CGPoint there = sceneFit().sceneFromView(asPoint(event->position()));
+    context_.editor.perform(LayerPaletteCommands::add(context_.editor.scene(), *item, there, context_.editor.defaults()));
+    context_.changed();
+}
+
+void CanvasView::pinch(const QNativeGestureEvent& gesture)
+{
+    if (gesture.gestureType() == Qt::BeginNativeGesture) pinchPivot_ = selectedLayerPivot();
+    if (gesture.gestureType() != Qt::ZoomNativeGesture) return;
+    zoomTo(zoom_ * (1 + gesture.value()), pinchPivot_ ? pinchPivot_ : selectedLayerPivot());
+}
+
 bool CanvasView::event(QEvent* event)
 {
+    if (event->type() == QEvent::NativeGesture) {
+        pinch(*static_cast<QNativeGestureEvent*>(event));
+        return true;
+    }
     // While something is dragged Escape takes it back, before it is the key of a command.
     if (event->type() == QEvent::ShortcutOverride && context_.editor.isDraggingCanvas() &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
@@ -320,10 +403,37 @@ void CanvasView::paintOverlay(QPainter& painter, const SceneFit& fit) const
         painter.drawRect(asQRect(*items.marquee));
         painter.setBrush(Qt::NoBrush);
     }
+    if (items.frame && items.frame->linePoints.empty()) paintSizeBadge(painter, *items.frame);
     for (const OverlayItems::Guide& guide : items.guides) paintGuide(painter, guide, size());
     for (const OverlayItems::Pill& pill : items.pills)
         paintPill(painter, QString::fromUtf8(pill.text.data(), static_cast<qsizetype>(pill.text.size())),
                   QPointF(pill.anchor.x, pill.anchor.y - 28), t.overlay, t.text);
+}
+
+/// The size of the one selected layer, below its frame.
+void CanvasView::paintSizeBadge(QPainter& painter, const OverlayItems::Frame& frame) const
+{
+    const EditorState& state = context_.editor.state();
+    if (state.selectedLayerIDs.size() != 1) return;
+    const std::optional<PlacedLayer> placed = placedLayer(state.scene(), *state.selectedLayerIDs.begin(), state.playhead);
+    if (!placed) return;
+    const CGSize size = placed->layer.size;
+    const QString words = QString("%1 × %2").arg(std::round(size.width)).arg(std::round(size.height));
+    double left = frame.corners[0].x, right = left, bottom = frame.corners[0].y;
+    for (const CGPoint& corner : frame.corners) {
+        left = std::min(left, corner.x);
+        right = std::max(right, corner.x);
+        bottom = std::max(bottom, corner.y);
+    }
+    painter.setFont(textFont(TextStyle::caption));
+    const double wide = QFontMetricsF(painter.font()).horizontalAdvance(words) + 12;
+    const QRectF badge(std::round((left + right - wide) / 2), std::round(bottom + badgeGap), wide, badgeHeight);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(theme().accent);
+    painter.drawRoundedRect(badge, 4, 4);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(theme().textOnAccent);
+    painter.drawText(badge, Qt::AlignCenter, words);
 }
 
 void CanvasView::paintZoomHUD(QPainter& painter) const
@@ -350,14 +460,15 @@ const QImage* CanvasView::picture()
 
     if (!pixels_ || pixels_->width() != w || pixels_->height() != h) {
         pixels_ = std::make_unique<PixelBuffer>(w, h);
-        image_ = seenInPlace(*pixels_);
+        // The picture covers the canvas, and is copied where it would else be blended.
+        image_ = QImage(pixels_->row(0), w, h, static_cast<qsizetype>(pixels_->bytesPerRow()), QImage::Format_RGB32);
         image_.setDevicePixelRatio(ratio);
     }
     const CanvasRenderer::Options options{
         .offCanvas = now.hidesOffCanvas ? CanvasRenderer::OffCanvas::hidden : CanvasRenderer::OffCanvas::dimmed,
         .scenePlaying = now.isPlaying,
         .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
-        .backdrop = asRasterColor(theme().backdrop),
+        .backdrop = asRasterColor(now.hidesOffCanvas ? theme().backdrop : underVeil(theme().backdrop)),
         .outline = asRasterColor(theme().text),
         .videos = &videos_};
     const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);

@@ -13,7 +13,11 @@
 #include <memory>
 #include <optional>
 
+class QNativeGestureEvent;
+
 namespace larkspool {
+
+class DragModeView;
 
 /// The canvas: the active scene at the playhead, zoomed and moved.
 class CanvasView final : public QWidget {
@@ -34,10 +38,12 @@ public:
     /// Fits the selected layers, or the scene if none is or if the selection is to be ignored.
     enum class FitTo { selection, scene };
     void fit(FitTo what);
-    /// A panel that floats at the left of the canvas.
+    /// A panel that floats at the left of the canvas, which makes room for it; null for none.
     void setFloatingPalette(QWidget* palette);
     /// The middle of what is seen, in scene coordinates.
     CGPoint visibleCenter() const;
+    /// The pictures of the scene's videos, for another picture of the same layers.
+    VideoPictures* videos() { return &videos_; }
 
 protected:
     bool event(QEvent* event) override;
@@ -47,6 +53,8 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
 
@@ -54,6 +62,12 @@ private:
     InteractionOverlay::Pointer pointerAt(QPointF position, Qt::KeyboardModifiers modifiers) const;
     void setPan(CGPoint pan);
     void flashZoomHUD();
+    /// Of the one selected layer, in view points. Nothing for none or several.
+    std::optional<CGPoint> selectedLayerPivot() const;
+    void placePalette();
+    void placeDragMode();
+    void pinch(const QNativeGestureEvent& gesture);
+    void paintSizeBadge(QPainter& painter, const OverlayItems::Frame& frame) const;
     void paintOverlay(QPainter& painter, const SceneFit& fit) const;
     void paintZoomHUD(QPainter& painter) const;
     const QImage* picture();
@@ -64,6 +78,8 @@ private:
     double zoom_ = 1;
     CGPoint pan_{};
     QWidget* palette_ = nullptr;
+    DragModeView* dragMode_ = nullptr;
+    std::optional<CGPoint> pinchPivot_;
     std::optional<QPointF> panningFrom_; ///< While the middle button, or Space with the left one, moves the canvas.
     bool isSpaceDown_ = false;
     QTimer zoomHUDTimer_; ///< Runs while the zoom is shown.

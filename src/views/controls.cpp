@@ -30,6 +30,7 @@ QPushButton* wordButton(const QString& words, ButtonRole role, QWidget* parent, 
     if (role == ButtonRole::primary) {
         QPalette palette = button->palette();
         palette.setColor(QPalette::ButtonText, theme().textOnAccent);
+        palette.setColor(QPalette::Disabled, QPalette::ButtonText, theme().textDisabled);
         button->setPalette(palette);
     }
     return button;

@@ -15,6 +15,7 @@ struct EditorContext {
     Playback& playback;
     std::function<void()> changed;
     std::function<void(Command command)> perform; ///< Carries a command out in this window, as its menu item would.
+    std::function<void()> sceneCreated{}; ///< Tells that a person has added a scene. May be absent.
 };
 
 } // namespace larkspool

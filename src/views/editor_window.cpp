@@ -1,51 +1,54 @@
 #include "views/editor_window.h"
 
+#include "assistant/assistant_endpoint.h"
 #include "canvas/layer_upkeep.h"
+#include "evaluation/interpolation.h"
 #include "export/media_beside.h"
 #include "platform/file_url.h"
 #include "shell/panels.h"
+#include "shell/repair_notice.h"
+#include "views/assistant_panel_view.h"
 #include "views/canvas_view.h"
-#include "views/controls.h"
 #include "views/export_flow.h"
-#include "views/icons.h"
+#include "views/inspector_fields.h"
+#include "views/inspector_tabs.h"
 #include "views/inspector_view.h"
 #include "views/layer_palette_view.h"
 #include "views/layer_panel_view.h"
+#include "views/layer_sheets.h"
+#include "views/notice_bar.h"
+#include "views/panel_splitter.h"
 #include "views/scene_strip_view.h"
 #include "views/theme.h"
+#include "views/timeline_sheets.h"
 #include "views/timeline_view.h"
 #include "views/toast.h"
+#include "views/top_bar.h"
 
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
-#include <QSplitter>
+#include <QSettings>
+#include <QShortcut>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 namespace larkspool {
 
 namespace {
 
-constexpr int topBarHeight = 40, sceneStripHeight = 52;
+constexpr int sceneStripHeight = 52;
 constexpr QSize defaultSize(1500, 950), smallestSize(1024, 680);
+constexpr PanelSplitter::Limits layersLimits{184, 420}, inspectorLimits{264, 480}, timelineLimits{.least = 124, .mostShare = 0.6};
+constexpr int besideAnotherWindow = 28;
 const char* const fileFilter = "Larkspool documents (*.larkspool)";
-
-struct PanelToggle {
-    Panel panel;
-    const char* icon;
-    const char* name;
-};
-constexpr PanelToggle panelToggles[] = {{Panel::layers, "panel-layers", "Toggle Layer Panel"},
-                                        {Panel::sceneStrip, "panel-scenes", "Toggle Scene Strip"},
-                                        {Panel::timeline, "panel-timeline", "Toggle Timeline"},
-                                        {Panel::inspector, "panel-inspector", "Toggle Inspector"}};
 
 /// How large the panels are when a window first opens.
 struct PanelSizes {
@@ -66,18 +69,13 @@ QBoxLayout* stacked(QWidget* parent, Qt::Orientation orientation)
     return layout;
 }
 
-/// Two parts with a line between them that can be dragged. The one that `stretches` takes what is left.
-QSplitter* splitter(Qt::Orientation orientation, std::pair<QWidget*, QWidget*> parts, QList<int> sizes, QWidget* parent)
+/// The first control in `region` that the keyboard can be in, or the region itself.
+QWidget* firstFocus(QWidget& region)
 {
-    auto* result = new QSplitter(orientation, parent);
-    result->addWidget(parts.first);
-    result->addWidget(parts.second);
-    const bool firstIsPanel = sizes[0] < sizes[1];
-    result->setStretchFactor(firstIsPanel ? 1 : 0, 1);
-    result->setCollapsible(0, false);
-    result->setCollapsible(1, false);
-    result->setSizes(sizes);
-    return result;
+    if (region.focusPolicy() & Qt::TabFocus) return &region;
+    for (QWidget* next = region.nextInFocusChain(); next != &region; next = next->nextInFocusChain())
+        if (region.isAncestorOf(next) && next->isVisible() && next->isEnabled() && (next->focusPolicy() & Qt::TabFocus)) return next;
+    return nullptr;
 }
 
 } // namespace
@@ -86,20 +84,26 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     : file_(std::move(file)), workspace_(workspace), timers_([this] { refresh(); })
 {
     setAttribute(Qt::WA_DeleteOnClose);
+    Interpolation::invalidate();
     setMinimumSize(smallestSize);
     resize(defaultSize);
     editor_ = std::make_unique<EditorView>(
         file_.saved(), EditorView::Services{.defaults = workspace_.defaults,
                                             .timers = timers_,
                                             .steps = layerUpkeep(),
-                                            .beep = [] { QApplication::beep(); }});
+                                            .beep = [] { QApplication::beep(); },
+                                            .rippleApplied =
+                                                [this](std::size_t count) {
+                                                    workspace_.center.post(EditorNotification::rippleApplied, count);
+                                                }});
     playback_ = std::make_unique<Playback>(*editor_, timers_, audio_);
     receiver_ = std::make_unique<EditorCommandReceiver>(
         workspace_.center,
         FocusedNotificationReceive::Environment{
-            .controlActive = [this] { return !QApplication::activeModalWidget() && !exports_->isOpen(); },
+            .controlActive = [this] { return !QApplication::activeModalWidget() && !isCovered(); },
             .envInstanceID = instanceID_},
         workspace_.registry, [this](Command command, const Notification& notification) {
+            if (const CropEditorRequest* request = notification.as<CropEditorRequest>()) return layerSheets_->open(*request);
             const LayerInsertion* insertion = notification.as<LayerInsertion>();
             receive(command, insertion ? *insertion : LayerInsertion{});
         });
@@ -111,20 +115,40 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
                                     .documentFolder =
                                         [this] { return std::filesystem::path(file_.path()).parent_path().string(); },
                                     .sheetsChanged = [this] { refresh(); }});
+    timelineSheets_ = std::make_unique<TimelineSheets>(
+        *this, TimelineSheets::Services{.editor = *editor_, .playback = *playback_, .changed = [this] { refresh(); }});
+    layerSheets_ = std::make_unique<LayerSheets>(
+        *this, LayerSheets::Services{.editor = *editor_,
+                                     .playback = *playback_,
+                                     .tasks = workspace_.background.tasks(),
+                                     .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
+                                     .videos = [this] { return canvas_->videos(); },
+                                     .changed = [this] { refresh(); }});
     buildLayout();
+    buildAssistant();
     buildMenus();
+    // Settings take effect at once, but not in the midst of what changes them.
+    settingsChanged_.setSingleShot(true);
+    connect(&settingsChanged_, &QTimer::timeout, this, [this] { refresh(); });
+    settings_ = workspace_.defaults.observe([this](std::string_view) { settingsChanged_.start(0); });
+    recallWindow();
     refresh();
 }
 
-EditorWindow::~EditorWindow() = default;
+EditorWindow::~EditorWindow()
+{
+    hide(); // The field that has the keyboard ends its visit while all that it works on is there.
+}
 
 void EditorWindow::buildLayout()
 {
-    const EditorContext context{*editor_, *playback_, [this] { refresh(); }, [this](Command command) { perform(command); }};
+    const EditorContext context{*editor_, *playback_, [this] { refresh(); }, [this](Command command) { perform(command); },
+                                [this] { workspace_.center.post(EditorNotification::sceneCreated); }};
     canvas_ = new CanvasView(context, this);
     toast_ = new Toast(canvas_, [this] { return editor_->rippleToastMessage(); });
     layers_ = new LayerPanelView(context, this);
     inspector_ = new InspectorView(context, this);
+    inspectorTabs_ = new InspectorTabs(inspector_, workspace_.defaults, this);
     timeline_ = new TimelineView(context, this);
     strip_ = new SceneStripView(context, this);
     strip_->setFixedHeight(sceneStripHeight);
@@ -133,7 +157,8 @@ void EditorWindow::buildLayout()
         refresh();
     };
     layers_->add = add;
-    canvas_->setFloatingPalette(new LayerPaletteView(add, canvas_));
+    layers_->popOutPalette = [this, add] { popOutPalette(add); };
+    dockPalette(add);
 
     auto* canvasAndStrip = new QWidget(this);
     auto* canvasColumn = stacked(canvasAndStrip, Qt::Vertical);
@@ -141,69 +166,118 @@ void EditorWindow::buildLayout()
     canvasColumn->addWidget(hairline(Qt::Horizontal, canvasAndStrip));
     canvasColumn->addWidget(strip_);
 
-    const PanelSizes sizes = panelSizes(width());
-    layersAndCanvas_ = splitter(Qt::Horizontal, {layers_, canvasAndStrip}, {sizes.layers, width()}, this);
-    rows_ = splitter(Qt::Vertical, {layersAndCanvas_, timeline_}, {height(), sizes.timeline}, this);
-    columns_ = splitter(Qt::Horizontal, {rows_, inspector_}, {width(), sizes.inspector}, this);
-    layers_->setMinimumWidth(184);
-    layers_->setMaximumWidth(420);
-    inspector_->setMinimumWidth(264);
-    inspector_->setMaximumWidth(480);
-    timeline_->setMinimumHeight(124);
+    using Side = PanelSplitter::Side;
+    const auto splitter = [this](Qt::Orientation orientation, Panel panel) {
+        auto* result = new PanelSplitter(orientation, this);
+        result->closed = [this, panel] { showPanel(panel, /*isSeen=*/false); };
+        return result;
+    };
+    layersSplitter_ = splitter(Qt::Horizontal, Panel::layers);
+    layersSplitter_->setParts(layers_, Side::first, canvasAndStrip, layersLimits);
+    timelineSplitter_ = splitter(Qt::Vertical, Panel::timeline);
+    timelineSplitter_->setParts(timeline_, Side::last, layersSplitter_, timelineLimits);
+    inspectorSplitter_ = splitter(Qt::Horizontal, Panel::inspector);
+    inspectorSplitter_->setParts(inspectorTabs_, Side::last, timelineSplitter_, inspectorLimits);
 
+    topBar_ = new TopBar({.perform = [this](Command command) { perform(command); },
+                          .togglePanel =
+                              [this](Panel panel) {
+                                  togglePanel(workspace_.defaults, panel);
+                                  refresh();
+                              }},
+                         this);
     auto* whole = new QWidget(this);
     auto* column = stacked(whole, Qt::Vertical);
-    column->addWidget(buildTopBar());
+    column->addWidget(topBar_);
     column->addWidget(hairline(Qt::Horizontal, whole));
-    column->addWidget(columns_, 1);
+    if (const std::optional<RepairNotice> notice = repairNotice(file_.diagnostics())) column->addWidget(new NoticeBar(*notice, whole));
+    column->addWidget(inspectorSplitter_, 1);
     setCentralWidget(whole);
+    setTabOrder(topBar_, layers_);
+
+    connect(new QShortcut(QKeySequence("F6"), this), &QShortcut::activated, this, [this] { goToRegion(1); });
+    connect(new QShortcut(QKeySequence("Shift+F6"), this), &QShortcut::activated, this, [this] { goToRegion(-1); });
 }
 
-QWidget* EditorWindow::buildTopBar()
+void EditorWindow::buildAssistant()
 {
-    auto* top = new Surface(theme().window, this);
-    top->setFixedHeight(topBarHeight);
-    auto* bar = stacked(top, Qt::Horizontal);
-    bar->setContentsMargins(12, 0, 8, 0);
-    bar->setSpacing(4);
-    menuBar_ = new QMenuBar(top);
-    menuBar_->setNativeMenuBar(false);
-    bar->addWidget(menuBar_, 0, Qt::AlignVCenter);
-    bar->addStretch(1);
-    name_ = label("", TextStyle::section, LabelTone::text, top);
-    edited_ = label("Edited", TextStyle::body, LabelTone::secondary, top);
-    bar->addWidget(name_);
-    bar->addSpacing(4);
-    bar->addWidget(edited_);
-    bar->addStretch(1);
-    for (const PanelToggle& toggle : panelToggles) {
-        QToolButton* button = iconButton(toggle.icon, toggle.name, top);
-        button->setCheckable(true);
-        connect(button, &QToolButton::clicked, this, [this, panel = toggle.panel] {
-            togglePanel(workspace_.defaults, panel);
-            refresh();
-        });
-        panelButtons_.push_back(button);
-        bar->addWidget(button);
-    }
-    bar->addSpacing(8);
-    zoom_ = label("", TextStyle::value, LabelTone::secondary, top);
-    zoom_->setMinimumWidth(44);
-    zoom_->setAlignment(Qt::AlignCenter);
-    bar->addWidget(zoom_);
-    bar->addSpacing(4);
-    QPushButton* exporting = wordButton("Export", ButtonRole::primary, top);
-    exporting->setIcon(iconPixmap("export", 16, theme().textOnAccent, devicePixelRatioF()));
-    exporting->setToolTip("Export MP4...");
-    connect(exporting, &QPushButton::clicked, this, [this] { perform(Command::exportMP4); });
-    bar->addWidget(exporting);
-    return top;
+    assistantClient_ = std::make_unique<AssistantClient>(
+        eventLoop_, assistantEndpoint([](const char* name) { return std::getenv(name); }, workspace_.defaults));
+    assistant_ = std::make_unique<EditorAssistant>(
+        EditorAssistant::Services{.editor = *editor_,
+                                  .client = *assistantClient_,
+                                  .isPlaying = [this] { return playback_->isPlaying(); },
+                                  .expandedGroups = [this] { return layers_->expandedGroups(); },
+                                  .changed = [this] { refresh(); }});
+    assistantPanel_ = new AssistantPanelView(
+        {.assistant = *assistant_,
+         .defaults = workspace_.defaults,
+         .openPreferences = [this] { perform(Command::showSettings); }},
+        this);
+    inspectorTabs_->setAssistant(assistantPanel_);
+    conversation_ = assistant_->session().changed.add([this] { refresh(); }); // The end of a turn names an undo step.
+}
+
+void EditorWindow::toggleAssistant()
+{
+    if (!inspectorTabs_->isAssistantEnabled()) return perform(Command::showSettings);
+    const bool isSeen = inspectorTabs_->isVisible() && inspectorTabs_->tab() == InspectorTab::assistant;
+    inspectorTabs_->choose(isSeen ? InspectorTab::properties : InspectorTab::assistant);
+    if (isSeen) return;
+    showPanel(Panel::inspector, /*isSeen=*/true);
+    assistantPanel_->focusComposer();
+}
+
+void EditorWindow::dockPalette(const AddLayer& add)
+{
+    auto* palette = new LayerPaletteView(add, canvas_);
+    canvas_->setFloatingPalette(palette);
+    palette->show();
+    dockedPalette_ = palette;
+}
+
+void EditorWindow::popOutPalette(const AddLayer& add)
+{
+    if (palette_) return palette_->activateWindow();
+    delete dockedPalette_;
+    canvas_->setFloatingPalette(nullptr);
+    palette_ = new LayerPaletteWindow(
+        add,
+        [this, add] {
+            palette_->deleteLater();
+            palette_.clear();
+            dockPalette(add);
+        },
+        this);
+    palette_->move(canvas_->mapToGlobal(QPoint(12, 12)));
+    palette_->show();
+}
+
+void EditorWindow::showPanel(Panel panel, bool isSeen)
+{
+    if (larkspool::isVisible(workspace_.defaults, panel) != isSeen) togglePanel(workspace_.defaults, panel);
+    refresh();
+}
+
+void EditorWindow::goToRegion(int way)
+{
+    std::vector<QWidget*> regions;
+    for (QWidget* region : {static_cast<QWidget*>(layers_), static_cast<QWidget*>(canvas_), static_cast<QWidget*>(strip_),
+                            static_cast<QWidget*>(timeline_), static_cast<QWidget*>(inspectorTabs_), static_cast<QWidget*>(topBar_)})
+        if (region->isVisible() && firstFocus(*region)) regions.push_back(region);
+    const QWidget* focus = QApplication::focusWidget();
+    const auto isThere = [focus](const QWidget* region) { return focus && (region == focus || region->isAncestorOf(focus)); };
+    const auto now = std::ranges::find_if(regions, isThere) - regions.begin();
+    const auto count = static_cast<std::ptrdiff_t>(regions.size());
+    const std::ptrdiff_t next = now == count ? (way > 0 ? 0 : count - 1) : (now + way + count) % count;
+    setAttribute(Qt::WA_KeyboardFocusChange); // The ring tells where it has gone.
+    if (count > 0) firstFocus(*regions[static_cast<std::size_t>(next)])->setFocus(Qt::TabFocusReason);
 }
 
 void EditorWindow::buildMenus()
 {
     menus_ = std::make_unique<Menus>(
-        *menuBar_, Menus::Steps{.perform = [this](Command command) { perform(command); },
+        topBar_->menuBar(), Menus::Steps{.perform = [this](Command command) { perform(command); },
                                 .insert =
                                     [this](const LayerInsertion& insertion) {
                                         sendCommand(Command::insertLayerOfKind, workspace_.center, *this, insertion);
@@ -230,11 +304,15 @@ void EditorWindow::perform(Command command)
     const CommandInfo& info = commandInfo(command);
     if (info.target == CommandTarget::application) return workspace_.performForApplication(command);
     if (info.notification.empty()) return receive(command, {});
-    sendCommand(command, workspace_.center, *this);
+    std::any payload;
+    if (command == Command::showCropEditor)
+        if (const auto request = cropEditorRequest(editor_->scene(), editor_->state().selectedLayerIDs)) payload = *request;
+    sendCommand(command, workspace_.center, *this, std::move(payload));
 }
 
 void EditorWindow::receive(Command command, const LayerInsertion& insertion)
 {
+    if (timelineSheets_->take(command) || layerSheets_->take(command)) return;
     const CommandSurroundings around{.pasteboard = workspace_.pasteboard,
                                      .styles = workspace_.styles,
                                      .viewportCenter = canvas_->visibleCenter(),
@@ -246,6 +324,11 @@ void EditorWindow::receive(Command command, const LayerInsertion& insertion)
     refresh();
 }
 
+bool EditorWindow::isCovered() const
+{
+    return exports_->isOpen() || timelineSheets_->isOpen() || layerSheets_->isOpen();
+}
+
 void EditorWindow::performInWindow(Command command)
 {
     switch (command) {
@@ -254,12 +337,25 @@ void EditorWindow::performInWindow(Command command)
     case Command::saveDocumentAs: saveAs(); return;
     case Command::revertDocument: revert(); return;
     case Command::exportMP4: return exports_->start();
+    case Command::showRetime:
+    case Command::showMoveModal:
+    case Command::showDilateModal:
+    case Command::distributeSpans:
+    case Command::staggerSpans: return timelineSheets_->open(command);
+    case Command::mixAndMatch:
+    case Command::replaceFont:
+    case Command::showCropEditor: return layerSheets_->open(command);
     case Command::zoomIn: return canvas_->zoomIn();
     case Command::zoomOut: return canvas_->zoomOut();
     case Command::zoomReset: return canvas_->resetZoom();
     case Command::fitSelection: return canvas_->fit(CanvasView::FitTo::selection);
     case Command::togglePlay: return playback_->togglePlay();
     case Command::renameLayer: return layers_->renameSelected();
+    case Command::toggleAssistant: return toggleAssistant();
+    case Command::arrowStepUp:
+    case Command::arrowStepDown:
+        if (NumberField* field = NumberField::focused()) field->arrowStep(command == Command::arrowStepUp ? 1 : -1, {});
+        return;
     default: return;
     }
 }
@@ -281,36 +377,44 @@ void EditorWindow::refresh()
 {
     showTitle();
     syncDocumentAudio();
-    const bool editsText = qobject_cast<QLineEdit*>(QApplication::focusWidget()) != nullptr;
+    QWidget* const focus = QApplication::focusWidget();
+    const bool editsText = qobject_cast<QLineEdit*>(focus) || qobject_cast<QPlainTextEdit*>(focus);
     CommandContext context{.editsText = editsText};
-    if (!exports_->isOpen()) context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
+    if (!isCovered()) context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
     menus_->refresh(context, workspace_.defaults);
     showPanels();
-    zoom_->setText(QString("%1%").arg(static_cast<int>(canvas_->zoom() * 100)));
+    topBar_->refresh(context, workspace_.defaults);
+    topBar_->showZoom(canvas_->zoom());
     canvas_->refresh();
     toast_->refresh();
     layers_->refresh();
+    inspectorTabs_->refresh();
     inspector_->refresh();
+    if (assistantPanel_) assistantPanel_->refresh();
     timeline_->refresh();
     strip_->refresh();
+    timelineSheets_->refresh();
 }
 
 void EditorWindow::showPanels()
 {
-    QWidget* const panels[] = {layers_, strip_, timeline_, inspector_};
-    for (std::size_t i = 0; i < std::size(panelToggles); ++i) {
-        const bool isSeen = larkspool::isVisible(workspace_.defaults, panelToggles[i].panel);
-        panels[i]->setVisible(isSeen);
-        panelButtons_[i]->setChecked(isSeen);
-    }
+    const auto show = [this](QWidget* widget, Panel panel, PanelSplitter* splitter) {
+        const bool isSeen = larkspool::isVisible(workspace_.defaults, panel);
+        if (isSeen != widget->isHidden()) return;
+        widget->setVisible(isSeen);
+        if (isSeen && splitter) splitter->setPanelSize(splitter->panelSize());
+    };
+    show(layers_, Panel::layers, layersSplitter_);
+    show(timeline_, Panel::timeline, timelineSplitter_);
+    show(inspectorTabs_, Panel::inspector, inspectorSplitter_);
+    show(strip_, Panel::sceneStrip, nullptr);
 }
 
 void EditorWindow::showTitle()
 {
     const bool isEdited = file_.isEdited(editor_->state().document);
     const QString shown = QString::fromStdString(file_.displayName());
-    name_->setText(shown);
-    edited_->setVisible(isEdited);
+    topBar_->showName(shown, isEdited);
     setWindowModified(isEdited);
     setWindowTitle(shown + "[*] — Larkspool");
 }
@@ -370,8 +474,11 @@ bool EditorWindow::mayLoseChanges()
 
 void EditorWindow::closeEvent(QCloseEvent* event)
 {
+    timelineSheets_->close();
+    layerSheets_->close();
     if (!mayLoseChanges()) return event->ignore();
     playback_->setPlaying(false);
+    rememberWindow();
     workspace_.center.post(EditorNotification::editorWindowClosing, instanceID_);
     event->accept();
 }
@@ -380,14 +487,50 @@ void EditorWindow::showEvent(QShowEvent* event)
 {
     QMainWindow::showEvent(event);
     if (std::exchange(isShown_, true)) return;
+    sizePanels();
     canvas_->fit(CanvasView::FitTo::scene);
 }
 
+void EditorWindow::recallWindow()
+{
+    if (workspace_.windowStatePath.empty()) return;
+    const QSettings settings(QString::fromStdString(workspace_.windowStatePath), QSettings::IniFormat);
+    restoreGeometry(settings.value("window/geometry").toByteArray());
+    for (const QWidget* other : QApplication::topLevelWidgets())
+        if (other != this && other->isVisible() && dynamic_cast<const EditorWindow*>(other) && other->pos() == pos())
+            move(pos() + QPoint(besideAnotherWindow, besideAnotherWindow));
+}
+
+void EditorWindow::rememberWindow() const
+{
+    if (workspace_.windowStatePath.empty()) return;
+    QSettings settings(QString::fromStdString(workspace_.windowStatePath), QSettings::IniFormat);
+    settings.setValue("window/geometry", saveGeometry());
+    settings.setValue("panels/layers", layersSplitter_->panelSize());
+    settings.setValue("panels/inspector", inspectorSplitter_->panelSize());
+    settings.setValue("panels/timeline", timelineSplitter_->panelSize());
+}
+
+void EditorWindow::sizePanels()
+{
+    PanelSizes sizes = panelSizes(width());
+    if (!workspace_.windowStatePath.empty()) {
+        const QSettings settings(QString::fromStdString(workspace_.windowStatePath), QSettings::IniFormat);
+        sizes.layers = settings.value("panels/layers", sizes.layers).toInt();
+        sizes.inspector = settings.value("panels/inspector", sizes.inspector).toInt();
+        sizes.timeline = settings.value("panels/timeline", sizes.timeline).toInt();
+    }
+    inspectorSplitter_->setPanelSize(std::min(sizes.inspector, inspectorLimits.most));
+    timelineSplitter_->setPanelSize(sizes.timeline);
+    layersSplitter_->setPanelSize(std::min(sizes.layers, layersLimits.most));
+}
 
 void EditorWindow::changeEvent(QEvent* event)
 {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow()) workspace_.registry.setPrimaryID(instanceID_);
+    if (event->type() != QEvent::ActivationChange || !isActiveWindow()) return;
+    workspace_.registry.setPrimaryID(instanceID_);
+    Interpolation::invalidate(); // Another window's document may have layers of the same ids.
 }
 
 } // namespace larkspool

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "shell/document_file.h"
+#include "shell/editor_assistant.h"
+#include "shell/layer_palette.h"
+#include "shell/panels.h"
 #include "views/editor_context.h"
 #include "views/main_thread.h"
 #include "views/menus.h"
@@ -8,23 +11,26 @@
 #include "views/workspace.h"
 
 #include <QMainWindow>
+#include <QPointer>
+#include <QTimer>
 
 #include <memory>
-#include <vector>
-
-class QLabel;
-class QSplitter;
-class QToolButton;
 
 namespace larkspool {
 
+class AssistantPanelView;
 class CanvasView;
 class ExportFlow;
+class InspectorTabs;
 class InspectorView;
 class LayerPanelView;
+class LayerSheets;
+class PanelSplitter;
 class SceneStripView;
+class TimelineSheets;
 class TimelineView;
 class Toast;
+class TopBar;
 
 /// The window of one document.
 class EditorWindow final : public QMainWindow, private TextResponder {
@@ -61,12 +67,26 @@ private:
     void buildMenus();
     void receive(Command command, const LayerInsertion& insertion);
     void performInWindow(Command command);
+    /// Whether a sheet lies over the window.
+    bool isCovered() const;
     void buildLayout();
-    QWidget* buildTopBar();
     void showPanels();
+    using AddLayer = std::function<void(const LayerPaletteCommands::Item& item)>;
+    void dockPalette(const AddLayer& add);
+    void popOutPalette(const AddLayer& add);
+    void showPanel(Panel panel, bool isSeen);
+    /// Takes the keyboard to the next part of the window, or with -1 to the one before.
+    void goToRegion(int way);
+    void recallWindow();
+    void rememberWindow() const;
+    /// At the first showing: as they were in the last window, or as the window's size asks.
+    void sizePanels();
     bool write(const std::string& path);
     bool mayLoseChanges();
     void showTitle();
+    void buildAssistant();
+    /// Shows the assistant and puts the keyboard there, or shows the properties again. While it is off, its settings are shown.
+    void toggleAssistant();
     /// Has the sound of the document at hand, if its file is there.
     void syncDocumentAudio();
 
@@ -78,25 +98,33 @@ private:
     DocumentAudioController audio_{loadSinkAudioPlayer};
     std::unique_ptr<Playback> playback_;
     std::unique_ptr<EditorCommandReceiver> receiver_;
+    EventLoop eventLoop_;
+    std::unique_ptr<AssistantClient> assistantClient_;
+    std::unique_ptr<EditorAssistant> assistant_;
+    Observation conversation_;
     std::unique_ptr<Menus> menus_;
     std::unique_ptr<ExportFlow> exports_;
+    std::unique_ptr<TimelineSheets> timelineSheets_;
+    std::unique_ptr<LayerSheets> layerSheets_;
     CanvasView* canvas_ = nullptr;
+    QPointer<QWidget> dockedPalette_; ///< Null while the palette has a window of its own.
+    QPointer<QWidget> palette_;       ///< That window.
     Toast* toast_ = nullptr;
     std::optional<DocumentAudio> syncedAudio_; ///< The sound that was looked for last.
     bool isSoundSynced_ = false;
     LayerPanelView* layers_ = nullptr;
     InspectorView* inspector_ = nullptr;
+    AssistantPanelView* assistantPanel_ = nullptr;
+    InspectorTabs* inspectorTabs_ = nullptr; ///< Around both.
     TimelineView* timeline_ = nullptr;
     SceneStripView* strip_ = nullptr;
-    QMenuBar* menuBar_ = nullptr;
-    std::vector<QToolButton*> panelButtons_;
-    QLabel* zoom_ = nullptr;
-    QLabel* name_ = nullptr;
-    QLabel* edited_ = nullptr;
-    QSplitter* columns_ = nullptr;
-    QSplitter* rows_ = nullptr;
-    QSplitter* layersAndCanvas_ = nullptr;
+    TopBar* topBar_ = nullptr;
+    PanelSplitter* inspectorSplitter_ = nullptr; ///< The inspector beside all else.
+    PanelSplitter* timelineSplitter_ = nullptr;
+    PanelSplitter* layersSplitter_ = nullptr; ///< The layers beside the canvas.
     bool isShown_ = false;
+    QTimer settingsChanged_;
+    Observation settings_;
 };
 
 } // namespace larkspool

@@ -21,7 +21,8 @@ namespace {
 constexpr int sheetWidth = 536, padding = 24, dialogButton = 32, leastButtonWidth = 96;
 constexpr QSize pictureSize(488, 274);
 constexpr double pictureRadius = 6;
-constexpr int barHeight = 6, badgeSide = 32, percentWidth = 36;
+const char* const preparing = "Preparing…";
+constexpr int barHeight = 6, badgeSide = 32, percentWidth = 72;
 
 /// The frame as large as it is shown. Small text stays readable, as every pixel counts.
 QImage scaled(const PixelBuffer& frame, double ratio)
@@ -147,7 +148,7 @@ QWidget* ExportProgressSheet::buildProgress()
     row->setSpacing(16);
     bar_ = new Bar(page);
     row->addWidget(bar_, 1);
-    percent_ = label("0%", TextStyle::section, LabelTone::text, page);
+    percent_ = label(preparing, TextStyle::section, LabelTone::text, page);
     percent_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     percent_->setFixedWidth(percentWidth);
     row->addWidget(percent_);
@@ -191,7 +192,8 @@ void ExportProgressSheet::show(const ExportRun::State& state)
     } else {
         const double part = state.exportProgress.value_or(0);
         bar_->setValue(static_cast<int>(std::floor(part * bar_->maximum())));
-        percent_->setText(QString("%1%").arg(static_cast<int>(std::floor(part * 100))));
+        // The encoder takes a while of pictures before it gives the first one back.
+        percent_->setText(part > 0 ? QString("%1%").arg(static_cast<int>(std::floor(part * 100))) : QString(preparing));
         picture_->show(state.liveFrame);
     }
     if (!turns) return;

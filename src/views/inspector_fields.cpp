@@ -4,6 +4,7 @@
 #include "views/icons.h"
 #include "views/theme.h"
 
+#include <QApplication>
 #include <QColorDialog>
 #include <QHelpEvent>
 #include <QKeyEvent>
@@ -124,7 +125,7 @@ void FieldBox::flashRefusal()
 
 QRect FieldBox::diamondRect() const
 {
-    return hasDiamond_ ? QRect(width() - diamondCell, 0, diamondCell, fieldHeight) : QRect();
+    return hasDiamond_ ? QRect(width() - diamondCell(), 0, diamondCell(), fieldHeight) : QRect();
 }
 
 void FieldBox::paintEvent(QPaintEvent*)
@@ -148,6 +149,26 @@ void FieldBox::paintEvent(QPaintEvent*)
 void FieldBox::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton && diamondRect().contains(event->pos()) && diamondClicked) diamondClicked();
+}
+
+bool FieldBox::clickDiamondByKey(QEvent& event)
+{
+    if (event.type() != QEvent::ShortcutOverride && event.type() != QEvent::KeyPress) return false;
+    const auto& key = static_cast<QKeyEvent&>(event);
+    if (!hasDiamond_ || !diamondClicked || key.key() != Qt::Key_K || key.modifiers() != Qt::ControlModifier) return false;
+    event.accept();
+    if (event.type() == QEvent::KeyPress) diamondClicked();
+    return true;
+}
+
+bool FieldBox::event(QEvent* event)
+{
+    return clickDiamondByKey(*event) || QWidget::event(event);
+}
+
+bool FieldBox::eventFilter(QObject* watched, QEvent* event)
+{
+    return clickDiamondByKey(*event) || QWidget::eventFilter(watched, event);
 }
 
 void FieldBox::enterEvent(QEnterEvent*)
@@ -215,6 +236,17 @@ void NumberField::stepBy(double steps)
     edit_->selectAll();
 }
 
+void NumberField::arrowStep(int direction, Qt::KeyboardModifiers modifiers)
+{
+    stepBy(direction * stepFactor(modifiers));
+}
+
+NumberField* NumberField::focused()
+{
+    const QWidget* focus = QApplication::focusWidget();
+    return focus ? dynamic_cast<NumberField*>(focus->parentWidget()) : nullptr;
+}
+
 void NumberField::finish()
 {
     // What was refused leaves nothing behind, not even the digits before it that were a number.
@@ -230,8 +262,8 @@ void NumberField::finish()
 
 void NumberField::place()
 {
-    const int left = look_.letter.isEmpty() ? padding : letterColumn;
-    const int right = look_.hasDiamond == HasDiamond::yes && !edit_->hasFocus() ? diamondCell : 4;
+    const int left = look_.letter.isEmpty() ? padding : letterColumn();
+    const int right = look_.hasDiamond == HasDiamond::yes && !edit_->hasFocus() ? diamondCell() : 4;
     edit_->setGeometry(left, 0, std::max(0, width() - left - right), fieldHeight);
     update();
 }
@@ -239,8 +271,8 @@ void NumberField::place()
 bool NumberField::keyPressed(int key, Qt::KeyboardModifiers modifiers)
 {
     switch (key) {
-    case Qt::Key_Up: stepBy(stepFactor(modifiers)); return true;
-    case Qt::Key_Down: stepBy(-stepFactor(modifiers)); return true;
+    case Qt::Key_Up: arrowStep(1, modifiers); return true;
+    case Qt::Key_Down: arrowStep(-1, modifiers); return true;
     case Qt::Key_Return:
     case Qt::Key_Enter: edit_->clearFocus(); return true;
     case Qt::Key_Escape:
@@ -292,7 +324,7 @@ void NumberField::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     painter.setFont(textFont(TextStyle::body));
     painter.setPen(theme().textSecondary);
-    painter.drawText(QRect(padding, 0, letterColumn - padding, fieldHeight), Qt::AlignLeft | Qt::AlignVCenter, look_.letter);
+    painter.drawText(QRect(padding, 0, letterColumn() - padding, fieldHeight), Qt::AlignLeft | Qt::AlignVCenter, look_.letter);
 }
 
 void NumberField::beginScrub()
@@ -319,7 +351,7 @@ void NumberField::endScrub()
 
 void NumberField::mousePressEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton && !look_.letter.isEmpty() && event->pos().x() < letterColumn) {
+    if (event->button() == Qt::LeftButton && !look_.letter.isEmpty() && event->pos().x() < letterColumn()) {
         pressedAt_ = event->pos();
         return;
     }
@@ -329,7 +361,7 @@ void NumberField::mousePressEvent(QMouseEvent* event)
 void NumberField::mouseMoveEvent(QMouseEvent* event)
 {
     if (!pressedAt_) {
-        setCursor(!look_.letter.isEmpty() && event->pos().x() < letterColumn ? Qt::SizeHorCursor : Qt::ArrowCursor);
+        setCursor(!look_.letter.isEmpty() && event->pos().x() < letterColumn() ? Qt::SizeHorCursor : Qt::ArrowCursor);
         return;
     }
     const int way = event->pos().x() - pressedAt_->x();
@@ -477,15 +509,15 @@ void ColorField::paintEvent(QPaintEvent* event)
 
 void ColorField::mousePressEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton && event->pos().x() < letterColumn) return openDialog();
+    if (event->button() == Qt::LeftButton && event->pos().x() < letterColumn()) return openDialog();
     FieldBox::mousePressEvent(event);
 }
 
 void ColorField::resizeEvent(QResizeEvent*)
 {
-    const int right = diamondRect().isNull() ? padding : diamondCell;
+    const int right = diamondRect().isNull() ? padding : diamondCell();
     alpha_->setGeometry(width() - right - alphaWidth, 0, alphaWidth, fieldHeight);
-    hex_->setGeometry(letterColumn + 4, 0, std::max(0, width() - right - alphaWidth - letterColumn - 4), fieldHeight);
+    hex_->setGeometry(letterColumn() + 4, 0, std::max(0, width() - right - alphaWidth - letterColumn() - 4), fieldHeight);
 }
 
 SwitchButton::SwitchButton(const QString& name, QWidget* parent) : QAbstractButton(parent)
@@ -644,7 +676,7 @@ void MenuField::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     painter.setFont(textFont(TextStyle::body));
     painter.setPen(theme().text);
-    const int right = diamondRect().isNull() ? 0 : diamondCell;
+    const int right = diamondRect().isNull() ? 0 : diamondCell();
     const QRect words = rect().adjusted(padding, 0, -right - 20, 0);
     painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(words_, Qt::ElideRight, words.width()));

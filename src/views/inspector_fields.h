@@ -24,12 +24,13 @@ enum class TextStyle;
 /// A field's box: its fill, the ring of the focus, what was refused, and the diamond at its right.
 class FieldBox : public QWidget {
 public:
-    static constexpr int fieldHeight = 24, diamondCell = 20, letterColumn = 24, padding = 8;
+    static constexpr int fieldHeight = 24, padding = 8;
 
     enum class HasDiamond { no, yes };
 
     FieldBox(const QString& name, HasDiamond hasDiamond, QWidget* parent);
 
+    /// While a field with a diamond has the keyboard, Ctrl+K is a click on it.
     void showDiamond(Inspector::Diamond diamond, const QString& help);
     std::function<void()> diamondClicked{};
 
@@ -39,6 +40,15 @@ protected:
     void flashRefusal();
     QRect diamondRect() const;
     bool isTyping() const;
+    /// @name The columns in the field. They are narrower where the field is.
+    /// @{
+    bool isNarrow() const { return width() < 80; }
+    int letterColumn() const { return isNarrow() ? 22 : 24; }
+    int diamondCell() const { return isNarrow() ? 18 : 20; }
+    /// @}
+
+    bool event(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -46,6 +56,8 @@ protected:
     void leaveEvent(QEvent* event) override;
 
 private:
+    bool clickDiamondByKey(QEvent& event);
+
     bool hasDiamond_;
     bool refused_ = false;
     Inspector::Diamond diamond_ = Inspector::Diamond::none;
@@ -77,6 +89,12 @@ public:
 
     /// Nothing for values that differ.
     void showValue(std::optional<double> value);
+
+    /// As an arrow key does it: `direction` steps up, or down below 0.
+    void arrowStep(int direction, Qt::KeyboardModifiers modifiers);
+
+    /// The field that has the keyboard, if any has.
+    static NumberField* focused();
 
     /// @name A drag of the letter, or of a row's label. Points from the press, to the right.
     /// @{

@@ -418,6 +418,8 @@ void InspectorView::buildText()
         context_.editor.defaults().set(DefaultsKey::lastUsedFontName, family.toStdString());
     };
     font->fill = [this, chooseFont](QMenu& menu) {
+        menu.addAction(words(commandInfo(Command::replaceFont).title), this, [this] { context_.perform(Command::replaceFont); });
+        menu.addSeparator();
         menu.addAction("System Font", this, [chooseFont] { chooseFont({}); });
         for (const QString& family : QFontDatabase::families())
             menu.addAction(family, this, [chooseFont, family] { chooseFont(family); });
@@ -503,7 +505,10 @@ void InspectorView::buildAppearance()
                    plainField("Pulse Amount", {.decimals = 2, .step = 0.01}, &Layer::gradientPulseAmount,
                               [](Layer& layer, double value) { layer.gradientPulseAmount = value; }));
     }
-    if (isAll(Layer::Kind::image, Layer::Kind::video)) addRow(rows, "Key Out Black", {switchRow("Black Key", &Layer::blackKey)});
+    if (isAll(Layer::Kind::image, Layer::Kind::video)) {
+        addRow(rows, "Key Out Black", {switchRow("Black Key", &Layer::blackKey)});
+        buildCrop(rows);
+    }
     if (offersAll(Property::shadow)) {
         std::vector<Segments::Choice> presets;
         for (const EnumCase<ShadowPreset>& one : EnumTable<ShadowPreset>::cases) presets.push_back({words(one.label)});
@@ -550,6 +555,29 @@ void InspectorView::buildAppearance()
                            });
                    })});
     }
+}
+
+/// Choosing to crop one layer by hand opens the editor, which turns it on when a person is done there.
+void InspectorView::buildCrop(QBoxLayout* rows)
+{
+    std::vector<Segments::Choice> modes;
+    for (const EnumCase<CropMode>& one : EnumTable<CropMode>::cases) modes.push_back({words(one.label)});
+    addRow(rows, "Crop",
+           {segments(
+               "Crop", std::move(modes),
+               [this]() -> std::optional<std::size_t> {
+                   if (Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::cropMode)) return std::nullopt;
+                   return static_cast<std::size_t>(shown_.first().cropMode);
+               },
+               [this](std::size_t index) {
+                   const auto mode = static_cast<CropMode>(index);
+                   if (mode == CropMode::manual && shown_.stored.size() == 1) return context_.perform(Command::showCropEditor);
+                   editLayers("Crop", [&](Layer& layer) { layer.cropMode = mode; });
+               })});
+    if (shown_.stored.size() != 1 || shown_.stored.front()->cropMode != CropMode::manual) return;
+    QPushButton* edit = wordButton("Edit Crop…", ButtonRole::plain, body_, FieldBox::fieldHeight);
+    connect(edit, &QPushButton::clicked, this, [this] { context_.perform(Command::showCropEditor); });
+    addRow(rows, "", {edit});
 }
 
 void InspectorView::buildAnimation()

@@ -21,7 +21,8 @@ namespace larkspool {
 
 namespace {
 
-constexpr int padding = 12, labelColumn = 84, columnGap = 8, rowGap = 6, sectionHead = 32, headHeight = 36;
+constexpr int padding = 12, labelColumn = 84, narrowLabelColumn = 80, columnGap = 8, rowGap = 6, sectionHead = 32, headHeight = 36;
+constexpr int narrowBelow = 280; ///< Pixels of the inspector's width.
 
 /// The name of a row. Dragged, it changes the row's number.
 class RowLabel final : public QLabel {
@@ -73,9 +74,29 @@ InspectorView::InspectorView(EditorContext context, QWidget* parent)
     whole->addWidget(scroll_);
 }
 
+void InspectorView::resizeEvent(QResizeEvent* event)
+{
+    Surface::resizeEvent(event);
+    placeLabels();
+}
+
+void InspectorView::showEvent(QShowEvent* event)
+{
+    Surface::showEvent(event);
+    refresh(); // What has changed meanwhile was not shown.
+}
+
+void InspectorView::placeLabels()
+{
+    if (!body_) return;
+    const int column = width() < narrowBelow ? narrowLabelColumn : labelColumn;
+    for (QLabel* one : body_->findChildren<QLabel*>())
+        if (auto* row = dynamic_cast<RowLabel*>(one)) row->setFixedWidth(column);
+}
+
 void InspectorView::refresh()
 {
-    if (isHidden()) return;
+    if (!isVisibleTo(window())) return;
     const LayerIDs layersBefore = shown_.layerIDs;
     const InspectorSubject subjectBefore = shown_.subject;
     // What is typed belongs to what was selected: the visit to the field ends before it shows something else.
@@ -118,7 +139,7 @@ QByteArray InspectorView::signature() const
     for (const Layer* layer : shown_.stored) {
         for (const int part :
              {static_cast<int>(layer->kind), static_cast<int>(layer->lineShape), static_cast<int>(layer->groupLayout),
-              static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey)})
+              static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey), static_cast<int>(layer->cropMode)})
             add(part);
         if (shown_.stored.size() > 1) continue;
         for (const TimeSpan& span : layer->spans) {
@@ -161,6 +182,7 @@ void InspectorView::rebuild()
     case InspectorSubject::Kind::severalKinds: column_->addWidget(note(words(Inspector::severalKindsText))); break;
     }
     column_->addStretch(1);
+    placeLabels();
     scroll_->setWidget(body_);
 }
 

@@ -23,6 +23,10 @@ public:
     /// Shows the editor's state.
     void refresh();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
 private:
     using Property = Keyframe::AnimatableProperty;
 
@@ -50,6 +54,7 @@ private:
     void takeState();
     QByteArray signature() const;
     void rebuild();
+    void placeLabels();
 
     /// @name Parts of which the inspectors are built.
     /// @{
@@ -98,6 +103,7 @@ private:
     void buildLine();
     void buildText();
     void buildAppearance();
+    void buildCrop(QBoxLayout* rows);
     void buildAnimation();
     void buildKeyframes();
     void buildKeyframeValue(QBoxLayout* rows, Property property);

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <string_view>
+
 namespace larkspool {
 
 /// The name of the icon of a kind of layer.
@@ -24,6 +26,14 @@ inline QString kindIcon(Layer::Kind kind)
     case Layer::Kind::zoom: return "zoom";
     }
     return {};
+}
+
+/// The kind in words.
+inline QString kindName(Layer::Kind kind)
+{
+    if (kind == Layer::Kind::gradientField) return "gradient field";
+    const std::string_view name = fileValue(kind);
+    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
 }
 
 } // namespace larkspool

@@ -2,6 +2,7 @@
 
 #include "canvas/layer_tree_operations.h"
 #include "editing/scene_lookup.h"
+#include "shell/command_routing.h"
 #include "views/icons.h"
 #include "views/kind_icon.h"
 #include "views/input.h"
@@ -39,6 +40,27 @@ void paintDiamond(QPainter& painter, QPointF middle, double radius)
     painter.setBrush(Qt::NoBrush);
 }
 
+/// The colour of the scene's background, in a box that can be seen on any panel.
+void showSwatch(QLabel& box, const ColorRGBA& color)
+{
+    QColor fill;
+    fill.setRgbF(static_cast<float>(std::clamp(color.r, 0.0, 1.0)), static_cast<float>(std::clamp(color.g, 0.0, 1.0)),
+                 static_cast<float>(std::clamp(color.b, 0.0, 1.0)));
+    if (box.property("color").value<QColor>() == fill) return;
+    box.setProperty("color", fill);
+    const double ratio = box.devicePixelRatioF();
+    QPixmap picture(box.size() * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme().hairlineStrong, 1));
+    painter.setBrush(fill);
+    painter.drawRoundedRect(QRectF(QPointF(0, 0), box.size()).adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
+    painter.end();
+    box.setPixmap(picture);
+}
+
 } // namespace
 
 LayerList::LayerList(EditorContext context, QWidget* parent) : QWidget(parent), context_(std::move(context))
@@ -46,21 +68,96 @@ LayerList::LayerList(EditorContext context, QWidget* parent) : QWidget(parent), 
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName("Layers");
-    nameField_ = new QLineEdit(this);
-    nameField_->hide();
-    nameField_->setFont(textFont(TextStyle::body));
-    connect(nameField_, &QLineEdit::editingFinished, this, [this] { finishRename(/*keeps=*/true); });
+    nameField_ = new NameField(this);
+    nameField_->ended = [this](NameField::End end) { finishRename(end); };
 }
 
 void LayerList::refresh()
 {
-    scene_ = context_.editor.scene();
-    // What is selected can be seen: the groups around it are open.
-    for (const UUID& layerID : context_.editor.state().selectedLayerIDs)
-        for (const UUID& ancestor : ancestorsOf(scene_, layerID)) expandedGroups_.insert(ancestor);
-    rows_ = LayerPanel::flattenedLayers(scene_, expandedGroups_);
+    const LayerIDs& selected = context_.editor.state().selectedLayerIDs;
+    const bool isSelectionNew = selected != shownSelection_;
+    TweenScene scene = context_.editor.scene();
+    if (isShown_ && !isSelectionNew && scene == scene_) return; // While it plays only the playhead moves.
+    isShown_ = true;
+    scene_ = std::move(scene);
+    if (isSelectionNew) {
+        shownSelection_ = selected;
+        // What has been selected can be seen: the groups around it are open.
+        for (const UUID& layerID : selected)
+            for (const UUID& ancestor : ancestorsOf(scene_, layerID)) expandedGroups_.insert(ancestor);
+    }
+    showRows();
+}
+
+void LayerList::showRows()
+{
+    takeRows();
+    if (!shownSelection_.empty() && (!range_.rangeCursorID || !shownSelection_.contains(*range_.rangeCursorID))) {
+        // The keyboard goes on from what was selected elsewhere.
+        const auto first = std::ranges::find_if(rows_, [&](const auto& row) { return shownSelection_.contains(row.layerID); });
+        if (first != rows_.end()) range_.rangeAnchorID = range_.rangeCursorID = first->layerID;
+    }
     setFixedHeight(std::max(1, static_cast<int>(rows_.size()) * rowHeight + 8));
+    itemsChanged(*this);
     update();
+}
+
+void LayerList::takeRows()
+{
+    if (filter_.isEmpty()) {
+        rows_ = LayerPanel::flattenedLayers(scene_, expandedGroups_);
+        return;
+    }
+    LayerIDs all;
+    walkLayers(scene_.layers, [&](const Layer& layer) { all.insert(layer.id); });
+    rows_.clear();
+    for (const LayerPanel::Row& row : LayerPanel::flattenedLayers(scene_, all)) {
+        const Layer* layer = findLayer(scene_, row.layerID);
+        if (layer && words(layer->name).contains(filter_, Qt::CaseInsensitive)) rows_.push_back({.layerID = row.layerID});
+    }
+}
+
+void LayerList::showOnly(const QString& filter)
+{
+    filter_ = filter.trimmed();
+    showRows();
+}
+
+std::optional<std::size_t> LayerList::rowOf(const std::optional<UUID>& layerID) const
+{
+    if (!layerID) return std::nullopt;
+    const auto row = std::ranges::find(rows_, *layerID, &LayerPanel::Row::layerID);
+    return row == rows_.end() ? std::nullopt : std::optional(static_cast<std::size_t>(row - rows_.begin()));
+}
+
+std::vector<AccessibleItem> LayerList::accessibleItems() const
+{
+    std::vector<AccessibleItem> items;
+    const LayerIDs& selected = context_.editor.state().selectedLayerIDs;
+    for (std::size_t row = 0; row < rows_.size(); ++row) {
+        const Layer* layer = findLayer(scene_, rows_[row].layerID);
+        if (!layer) continue;
+        QStringList about(kindName(layer->kind));
+        if (rows_[row].depth > 0) about << QString("level %1").arg(rows_[row].depth + 1);
+        if (layer->isHidden) about << "hidden";
+        if (layer->isLocked) about << "locked";
+        if (!layer->keyframes.empty()) about << "animated";
+        AccessibleItem item{.name = words(layer->name),
+                            .description = about.join(", "),
+                            .role = QAccessible::TreeItem,
+                            .rect = rowRect(row).intersected(visibleRegion().boundingRect()),
+                            .isSelected = selected.contains(layer->id),
+                            .hasKeyboard = range_.rangeCursorID == layer->id,
+                            .press = [list = const_cast<LayerList*>(this), layerID = layer->id] { list->select({layerID}); }};
+        if (rows_[row].hasChildren) item.isExpanded = rows_[row].isExpanded;
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+bool LayerList::showsFocus() const
+{
+    return hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange);
 }
 
 QRect LayerList::rowRect(std::size_t row) const
@@ -93,6 +190,10 @@ void LayerList::paintEvent(QPaintEvent* event)
         if (!isBelowSelected && selected.contains(rows_[row].layerID)) depthOfSelected = rows_[row].depth;
         if (!rowRect(row).intersects(event->rect())) continue;
         if (const Layer* layer = findLayer(scene_, rows_[row].layerID)) paintRow(painter, row, *layer, isBelowSelected);
+    }
+    if (showsFocus() && !rowOf(range_.rangeCursorID)) {
+        painter.setPen(QPen(theme().focusRing, 2));
+        painter.drawRoundedRect(QRectF(visibleRegion().boundingRect()).adjusted(3, 1, -3, -3), 6, 6);
     }
     if (!dropRow_) return;
     const int y = static_cast<int>(*dropRow_) * rowHeight;
@@ -135,13 +236,13 @@ void LayerList::paintRow(QPainter& painter, std::size_t row, const Layer& layer,
     if (showsSlots || layer.isLocked)
         painter.drawPixmap(lockX + 2, iconY, iconPixmap(layer.isLocked ? "lock" : "unlock", 16, t.icon, ratio));
 
-    painter.setFont(textFont(TextStyle::bodyMedium));
+    painter.setFont(textFont(TextStyle::body));
     painter.setPen(layer.isHidden ? t.textDisabled : t.text);
     const QString name = painter.fontMetrics().elidedText(words(layer.name), Qt::ElideRight, eyeX - x - 4);
     painter.drawText(QRect(x, rect.y(), eyeX - x, rowHeight), Qt::AlignVCenter | Qt::AlignLeft, name);
-    if (isSelected && hasFocus() && range_.rangeCursorID == layer.id && context_.editor.state().selectedLayerIDs.size() > 1) {
-        painter.setPen(QPen(t.focusRing, 1));
-        painter.drawRoundedRect(QRectF(rect).adjusted(4.5, 1.5, -4.5, -1.5), 6, 6);
+    if (showsFocus() && range_.rangeCursorID == layer.id) {
+        painter.setPen(QPen(t.focusRing, 2));
+        painter.drawRoundedRect(QRectF(rect).adjusted(5, 2, -5, -2), 5, 5);
     }
 }
 
@@ -154,12 +255,12 @@ void LayerList::select(LayerIDs layerIDs)
 void LayerList::toggleExpanded(const UUID& layerID)
 {
     if (expandedGroups_.erase(layerID) == 0) expandedGroups_.insert(layerID);
-    refresh();
+    showRows();
 }
 
 void LayerList::mousePressEvent(QMouseEvent* event)
 {
-    finishRename(/*keeps=*/true);
+    nameField_->finish(NameField::End::kept);
     const std::optional<Place> place = placeAt(event->pos());
     if (!place) return select({});
     const UUID layerID = rows_[place->row].layerID;
@@ -232,25 +333,39 @@ void LayerList::contextMenuEvent(QContextMenuEvent* event)
 {
     using enum Command;
     constexpr Command entries[] = {renameLayer, resetLayerName, copyProperties, paste, duplicate, deleteSelection, group, ungroup,
-                                   bringToFront, bringForward, sendBackward, sendToBack, hideToggle, lockToggle, resetTimeline};
+                                   bringToFront, bringForward, sendBackward, sendToBack, hideToggle, lockToggle, resetTimeline,
+                                   replaceImage, replaceVideo};
+    const CommandContext possible{
+        .front = focusedValues(context_.editor.state(), context_.editor.undoManager(), LayerStyleClipboard{})};
+    const ContextActionAvailability& about = possible.front->contextActions;
+    const QString counted = about.selectedCount == 1 ? QString(" Layer") : QString(" %1 Layers").arg(about.selectedCount);
     QMenu menu(this);
+    menu.setToolTipsVisible(true);
     for (const Command command : entries) {
+        if (command == replaceImage && about.primaryKind != Layer::Kind::image) continue;
+        if (command == replaceVideo && about.primaryKind != Layer::Kind::video) continue;
         QString title = words(commandInfo(command).title);
-        if (command == renameLayer) title = "Rename";
-        if (command == resetLayerName) title = "Reset Name";
         if (command == deleteSelection) title = "Delete";
         if (command == group) title = "Group";
-        menu.addAction(title, this, [this, command] { command == renameLayer ? renameSelected() : context_.perform(command); });
+        if (command == hideToggle) title = (about.firstIsHidden.value_or(false) ? "Show" : "Hide") + counted;
+        if (command == lockToggle) title = (about.firstIsLocked.value_or(false) ? "Unlock" : "Lock") + counted;
+        QAction* action = menu.addAction(
+            title, this, [this, command] { command == renameLayer ? renameSelected() : context_.perform(command); });
+        const CommandAvailability availability = larkspool::availability(command, possible);
+        action->setEnabled(availability.isEnabled);
+        action->setToolTip(words(availability.reason));
     }
-    menu.exec(event->globalPos());
+    const std::optional<std::size_t> row = rowOf(range_.rangeCursorID);
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard && row;
+    menu.exec(isByKey ? mapToGlobal(rowRect(*row).bottomLeft() + QPoint(leftPadding + chevronWidth, 0)) : event->globalPos());
 }
 
 void LayerList::keyPressEvent(QKeyEvent* event)
 {
     const EditorState& state = context_.editor.state();
     switch (event->key()) {
-    case Qt::Key_Up: return select(range_.move(rows_, -1, event->modifiers() & Qt::ShiftModifier));
-    case Qt::Key_Down: return select(range_.move(rows_, 1, event->modifiers() & Qt::ShiftModifier));
+    case Qt::Key_Up: return moveBy(-1, event->modifiers() & Qt::ShiftModifier);
+    case Qt::Key_Down: return moveBy(1, event->modifiers() & Qt::ShiftModifier);
     case Qt::Key_Left:
     case Qt::Key_Right: {
         if (!range_.rangeCursorID || (event->modifiers() & Qt::ControlModifier)) break;
@@ -262,7 +377,7 @@ void LayerList::keyPressEvent(QKeyEvent* event)
             range_.rangeAnchorID = range_.rangeCursorID = result->selects;
             return select({*result->selects});
         }
-        return refresh();
+        return showRows();
     }
     case Qt::Key_Return:
     case Qt::Key_Enter:
@@ -271,6 +386,13 @@ void LayerList::keyPressEvent(QKeyEvent* event)
     default: break;
     }
     QWidget::keyPressEvent(event);
+}
+
+void LayerList::moveBy(int step, bool extends)
+{
+    if (rows_.empty()) return;
+    select(range_.move(rows_, step, extends));
+    if (const auto row = rowOf(range_.rangeCursorID); row && bringIntoView) bringIntoView(rowRect(*row));
 }
 
 void LayerList::focusInEvent(QFocusEvent*)
@@ -291,27 +413,30 @@ void LayerList::renameSelected()
 
 void LayerList::rename(const UUID& layerID)
 {
-    const auto row = std::ranges::find(rows_, layerID, &LayerPanel::Row::layerID);
+    const std::optional<std::size_t> row = rowOf(layerID);
     const Layer* layer = findLayer(scene_, layerID);
-    if (row == rows_.end() || !layer) return;
+    if (!row || !layer) return;
     renamingLayerID_ = layerID;
-    const int x = leftPadding + static_cast<int>(row->depth) * indent + chevronWidth + iconWidth + gap - 6;
-    nameField_->setGeometry(x, static_cast<int>(row - rows_.begin()) * rowHeight + 2, width() - x - 8, rowHeight - 4);
-    nameField_->setText(words(layer->name));
-    nameField_->selectAll();
-    nameField_->show();
-    nameField_->setFocus();
+    if (bringIntoView) bringIntoView(rowRect(*row));
+    const int x = leftPadding + static_cast<int>(rows_[*row].depth) * indent + chevronWidth + iconWidth + gap - 6;
+    nameField_->open({x, static_cast<int>(*row) * rowHeight + 2, width() - x - 8, rowHeight - 4}, words(layer->name));
 }
 
-void LayerList::finishRename(bool keeps)
+void LayerList::finishRename(NameField::End end)
 {
     const std::optional<UUID> layerID = std::exchange(renamingLayerID_, std::nullopt);
     if (!layerID) return;
-    const std::string draft = nameField_->text().toStdString();
-    nameField_->hide();
-    setFocus();
-    if (keeps) context_.editor.perform(LayerPanel::commitRename(scene_, *layerID, draft));
+    if (window()->isActiveWindow() && !QApplication::focusWidget()) setFocus();
+    if (end != NameField::End::cancelled)
+        context_.editor.perform(LayerPanel::commitRename(scene_, *layerID, nameField_->text().toStdString()));
     context_.changed();
+    if (end != NameField::End::keptAndOn && end != NameField::End::keptAndBack) return;
+    const std::optional<std::size_t> row = rowOf(layerID);
+    const std::size_t next = row ? *row + (end == NameField::End::keptAndOn ? 1 : std::size_t(-1)) : rows_.size();
+    if (next >= rows_.size()) return;
+    const UUID nextID = rows_[next].layerID;
+    select({nextID});
+    rename(nextID);
 }
 
 LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface(theme().panel, parent), context_(context)
@@ -321,29 +446,12 @@ LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
 
-    auto* head = new QWidget(this);
-    head->setFixedHeight(headHeight);
-    auto* headRow = new QHBoxLayout(head);
-    headRow->setContentsMargins(12, 0, 8, 0);
-    headRow->addWidget(label("Layers", TextStyle::section, LabelTone::text, head));
-    headRow->addStretch(1);
-    QToolButton* addButton = iconButton("plus", words(LayerPanel::addLayerLabel), head, 24);
-    connect(addButton, &QToolButton::clicked, this,
-            [this, addButton] { showAddMenu(addButton->mapToGlobal(QPoint(0, addButton->height()))); });
-    headRow->addWidget(addButton);
-    column->addWidget(head);
-
-    auto* scene = new QWidget(this);
-    scene->setFixedHeight(sceneRowHeight);
-    auto* sceneRow = new QHBoxLayout(scene);
-    sceneRow->setContentsMargins(12, 0, 12, 0);
-    sceneName_ = label("", TextStyle::bodyMedium, LabelTone::text, scene);
-    sceneSize_ = label("", TextStyle::caption, LabelTone::secondary, scene);
-    sceneRow->addWidget(sceneName_);
-    sceneRow->addStretch(1);
-    sceneRow->addWidget(sceneSize_);
-    column->addWidget(scene);
-    column->addWidget(hairline(Qt::Horizontal, this));
+    column->addWidget(buildHead());
+    column->addWidget(buildSceneRow());
+    auto* lineRow = new QHBoxLayout;
+    lineRow->setContentsMargins(12, 0, 12, 8);
+    lineRow->addWidget(hairline(Qt::Horizontal, this));
+    column->addLayout(lineRow);
 
     empty_ = label(words(LayerPanel::emptyText), TextStyle::body, LabelTone::secondary, this);
     empty_->setAlignment(Qt::AlignCenter);
@@ -357,7 +465,66 @@ LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(list_);
+    list_->bringIntoView = [scroll](QRect rect) {
+        scroll->ensureVisible(0, rect.top(), 0, 0);
+        scroll->ensureVisible(0, rect.bottom(), 0, 0);
+    };
     column->addWidget(scroll, 1);
+}
+
+QWidget* LayerPanelView::buildHead()
+{
+    auto* head = new QWidget(this);
+    head->setFixedHeight(headHeight);
+    auto* row = new QHBoxLayout(head);
+    row->setContentsMargins(12, 0, 8, 0);
+    row->setSpacing(2);
+    title_ = label("Layers", TextStyle::section, LabelTone::text, head);
+    row->addWidget(title_, 1);
+    search_ = new QLineEdit(head);
+    search_->setPlaceholderText("Search Layers");
+    search_->setAccessibleName("Search Layers");
+    search_->setFixedHeight(24);
+    search_->hide();
+    connect(search_, &QLineEdit::textChanged, this, [this](const QString& text) { list_->showOnly(text); });
+    row->addWidget(search_, 1);
+    searchButton_ = iconButton("search", "Search Layers", head, 24);
+    searchButton_->setCheckable(true);
+    connect(searchButton_, &QToolButton::clicked, this, [this](bool isOn) { showSearch(isOn); });
+    row->addWidget(searchButton_);
+    QToolButton* popOut = iconButton("palette-popout", words(LayerPanel::popOutPaletteLabel), head, 24);
+    connect(popOut, &QToolButton::clicked, this, [this] { popOutPalette(); });
+    row->addWidget(popOut);
+    QToolButton* addButton = iconButton("plus", words(LayerPanel::addLayerLabel), head, 24);
+    connect(addButton, &QToolButton::clicked, this,
+            [this, addButton] { showAddMenu(addButton->mapToGlobal(QPoint(0, addButton->height()))); });
+    row->addWidget(addButton);
+    return head;
+}
+
+void LayerPanelView::showSearch(bool isOn)
+{
+    title_->setVisible(!isOn);
+    search_->setVisible(isOn);
+    search_->clear();
+    if (isOn) search_->setFocus(Qt::OtherFocusReason);
+}
+
+QWidget* LayerPanelView::buildSceneRow()
+{
+    auto* scene = new QWidget(this);
+    scene->setFixedHeight(sceneRowHeight);
+    auto* row = new QHBoxLayout(scene);
+    row->setContentsMargins(12, 0, 12, 0);
+    row->setSpacing(8);
+    sceneSwatch_ = new QLabel(scene);
+    sceneSwatch_->setFixedSize(16, 16);
+    sceneName_ = label("", TextStyle::body, LabelTone::text, scene);
+    sceneSize_ = label("", TextStyle::caption, LabelTone::secondary, scene);
+    row->addWidget(sceneSwatch_);
+    row->addWidget(sceneName_, 1);
+    row->addWidget(sceneSize_);
+    return scene;
 }
 
 void LayerPanelView::showAddMenu(QPoint position)
@@ -366,9 +533,14 @@ void LayerPanelView::showAddMenu(QPoint position)
     menu.setToolTipsVisible(true);
     for (const LayerPaletteCommands::Item& item : LayerPaletteCommands::items) {
         QAction* action = menu.addAction(buttonIcon(kindIcon(item.kind)), words(item.title), this, [this, &item] { add(item); });
-        action->setEnabled(!item.needsFile);
-        if (item.needsFile) action->setToolTip("Drop a file on the canvas, or paste a picture.");
+        if (!item.needsFile) continue;
+        action->setEnabled(false);
+        const auto inMenu =
+            std::ranges::find_if(insertItems(), [&](const InsertItem& entry) { return entry.insertion.kind == item.kind; });
+        if (inMenu != insertItems().end()) action->setToolTip(words(inMenu->missing));
     }
+    menu.addSeparator();
+    menu.addAction(words(LayerPanel::popOutPaletteLabel), this, [this] { popOutPalette(); });
     menu.exec(position);
 }
 
@@ -376,6 +548,7 @@ void LayerPanelView::refresh()
 {
     const EditorState& state = context_.editor.state();
     const TweenScene scene = state.scene();
+    showSwatch(*sceneSwatch_, scene.background);
     sceneName_->setText(QString::fromStdString(scene.displayName(state.document.clampedActiveSceneIndex())));
     sceneSize_->setText(QString("%1×%2").arg(scene.width).arg(scene.height));
     empty_->setVisible(scene.layers.empty());

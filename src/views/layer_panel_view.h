@@ -2,8 +2,10 @@
 
 #include "shell/layer_palette.h"
 #include "shell/layer_panel.h"
+#include "views/accessible_items.h"
 #include "views/controls.h"
 #include "views/editor_context.h"
+#include "views/name_field.h"
 
 #include <QScrollArea>
 
@@ -12,13 +14,20 @@ class QLineEdit;
 namespace larkspool {
 
 /// The rows of the tree of layers: one painted list.
-class LayerList final : public QWidget {
+class LayerList final : public QWidget, public AccessibleItems {
 public:
     LayerList(EditorContext context, QWidget* parent);
 
     void refresh();
+    const LayerIDs& expandedGroups() const { return expandedGroups_; }
     /// Lets the name of the selected layer be typed.
     void renameSelected();
+    /// Only the layers are shown whose names have these words in them, whatever groups they lie in. All if there are none.
+    void showOnly(const QString& words);
+
+    std::function<void(QRect rect)> bringIntoView{}; ///< Scrolls to a row that the keyboard has gone to.
+
+    std::vector<AccessibleItem> accessibleItems() const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -45,11 +54,19 @@ private:
     void select(LayerIDs layerIDs);
     void toggleExpanded(const UUID& layerID);
     void rename(const UUID& layerID);
-    void finishRename(bool keeps);
+    void finishRename(NameField::End end);
+    void showRows();
+    void takeRows();
+    /// The place of the row in the list; nothing for one that is not shown.
+    std::optional<std::size_t> rowOf(const std::optional<UUID>& layerID) const;
+    void moveBy(int step, bool extends);
+    bool showsFocus() const;
     void showDropAt(QPoint position);
 
     EditorContext context_;
     TweenScene scene_;
+    LayerIDs shownSelection_;
+    bool isShown_ = false; ///< Whether these two have been taken from the editor once.
     std::vector<LayerPanel::Row> rows_;
     LayerIDs expandedGroups_;
     LayerPanel::RangeSelection range_;
@@ -58,7 +75,8 @@ private:
     bool isDraggingRows_ = false;
     std::optional<std::size_t> dropRow_; ///< Rows are dropped above it; one behind the last for the end.
     std::optional<UUID> renamingLayerID_;
-    QLineEdit* nameField_ = nullptr;
+    NameField* nameField_ = nullptr;
+    QString filter_;
 };
 
 /// The layers of the scene as a tree, the frontmost on top.
@@ -69,14 +87,23 @@ public:
     /// Shows the editor's state.
     void refresh();
     void renameSelected() { list_->renameSelected(); }
+    const LayerIDs& expandedGroups() const { return list_->expandedGroups(); }
 
     /// Adds a layer of the palette's kinds.
     std::function<void(const LayerPaletteCommands::Item& item)> add{};
+    std::function<void()> popOutPalette{}; ///< Gives the palette a window of its own.
 
 private:
+    QWidget* buildHead();
+    QWidget* buildSceneRow();
     void showAddMenu(QPoint position);
+    void showSearch(bool isOn);
 
     EditorContext context_;
+    QLabel* title_ = nullptr;
+    QLineEdit* search_ = nullptr;
+    QToolButton* searchButton_ = nullptr;
+    QLabel* sceneSwatch_ = nullptr;
     QLabel* sceneName_ = nullptr;
     QLabel* sceneSize_ = nullptr;
     QLabel* empty_ = nullptr;

@@ -1,5 +1,8 @@
 #include "views/menus.h"
 
+#include "views/icons.h"
+#include "views/theme.h"
+
 #include <QAction>
 #include <QFileInfo>
 
@@ -8,6 +11,8 @@
 namespace larkspool {
 
 namespace {
+
+constexpr int markSize = 20;
 
 QString words(std::string_view text)
 {
@@ -29,6 +34,8 @@ Menus::Menus(QMenuBar& bar, Steps steps) : steps_(std::move(steps))
         menus[menu] = bar.addMenu(words(menuTitle(menu)));
         menus[menu]->setToolTipsVisible(true);
     }
+    // The program's own menu is under its mark.
+    menus[Menu::application]->menuAction()->setIcon(QIcon(iconPixmap("mark", markSize, theme().accent, bar.devicePixelRatioF())));
     for (const CommandInfo& info : allCommands())
         if (info.menu != Menu::none) addCommand(*menus[info.menu], info);
     addInsertions(*menus[Menu::insert]);

@@ -10,7 +10,7 @@
 #include <QContextMenuEvent>
 #include <QFileDialog>
 #include <QInputDialog>
-#include <QLineEdit>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
@@ -20,6 +20,7 @@
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace larkspool {
@@ -28,6 +29,8 @@ namespace {
 
 constexpr int chipHeight = 36, transitionHeight = 24, musicHeight = 28, padding = 12, gap = 8;
 constexpr QSize thumbnailSize(46, 26);
+/// Pictures are made one by one when nothing has been changed for a moment, so that neither a drag nor opening waits for them.
+constexpr std::chrono::milliseconds firstThumbnail{10}, changedThumbnail{250};
 
 QString words(std::string_view text)
 {
@@ -59,15 +62,20 @@ SceneStripView::SceneStripView(EditorContext context, QWidget* parent)
 {
     setAccessibleName("Scenes");
     setMouseTracking(true);
-    nameField_ = new QLineEdit(this);
-    nameField_->hide();
-    connect(nameField_, &QLineEdit::editingFinished, this, [this] { finishRename(); });
+    setFocusPolicy(Qt::TabFocus); // A click leaves the keyboard where it is.
+    nameField_ = new NameField(this);
+    nameField_->ended = [this](NameField::End end) { finishRename(end); };
+    nextThumbnail_.setSingleShot(true);
+    connect(&nextThumbnail_, &QTimer::timeout, this, [this] { takeNextThumbnail(); });
 }
 
 void SceneStripView::refresh()
 {
+    // While it plays only the playhead moves, which the strip does not show.
+    if (std::exchange(isShown_, true) && document_ == context_.editor.state().document) return;
     document_ = context_.editor.state().document;
     layOut();
+    itemsChanged(*this);
     update();
 }
 
@@ -127,9 +135,13 @@ void SceneStripView::paintEvent(QPaintEvent* event)
             break;
         }
     }
+    if (!hasFocus() || !window()->testAttribute(Qt::WA_KeyboardFocusChange) || items_.empty()) return;
+    painter.setPen(QPen(theme().focusRing, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(QRectF(items_[cursor()].rect).adjusted(-3, -3, 3, 3), 10, 10);
 }
 
-void SceneStripView::paintScene(QPainter& painter, const Item& item) const
+void SceneStripView::paintScene(QPainter& painter, const Item& item)
 {
     const Theme& t = theme();
     const std::size_t index = static_cast<std::size_t>(item.index);
@@ -146,7 +158,10 @@ void SceneStripView::paintScene(QPainter& painter, const Item& item) const
     QPainterPath corners;
     corners.addRoundedRect(picture, 4, 4);
     painter.setClipPath(corners);
-    painter.drawPixmap(picture, thumbnail(scene));
+    if (const QPixmap& shown = thumbnail(scene); !shown.isNull())
+        painter.drawPixmap(picture, shown);
+    else
+        painter.fillRect(picture, t.field);
     painter.restore();
 
     const QRect text = item.rect.adjusted(5 + thumbnailSize.width() + 8, 3, -10, -3);
@@ -182,20 +197,33 @@ void SceneStripView::paintWords(QPainter& painter, const Item& item, const QStri
     painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft, painter.fontMetrics().elidedText(text, Qt::ElideMiddle, place.width()));
 }
 
-/// A picture of the scene's middle, made anew when the scene has changed.
-const QPixmap& SceneStripView::thumbnail(const TweenScene& scene) const
+/// A picture of the scene's middle, as it was when the scene had settled last.
+const QPixmap& SceneStripView::thumbnail(const TweenScene& scene)
 {
-    auto& [shown, pixmap] = thumbnails_[scene.id];
-    if (!pixmap.isNull() && shown == scene) return pixmap;
-    shown = scene;
-    const double ratio = devicePixelRatioF();
-    pixmap = QPixmap(thumbnailSize * ratio);
-    pixmap.fill(Qt::black);
-    const CGSize size{thumbnailSize.width() * ratio, thumbnailSize.height() * ratio};
-    if (const auto pixels = Exporter::renderSceneToImage(scene, scene.duration * 0.5, size))
-        pixmap = QPixmap::fromImage(seenInPlace(*pixels).copy());
-    pixmap.setDevicePixelRatio(ratio);
-    return pixmap;
+    const Thumbnail& known = thumbnails_[scene.id];
+    if (known.picture.isNull())
+        nextThumbnail_.start(firstThumbnail);
+    else if (!(known.scene == scene))
+        nextThumbnail_.start(changedThumbnail);
+    return known.picture;
+}
+
+void SceneStripView::takeNextThumbnail()
+{
+    for (const TweenScene& scene : document_.scenes) {
+        Thumbnail& known = thumbnails_[scene.id];
+        const double ratio = devicePixelRatioF();
+        if (!known.picture.isNull() && known.scene == scene) continue;
+        known.scene = scene;
+        known.picture = QPixmap(thumbnailSize * ratio);
+        known.picture.fill(Qt::black);
+        const CGSize size{thumbnailSize.width() * ratio, thumbnailSize.height() * ratio};
+        if (const auto pixels = Exporter::renderSceneToImage(scene, scene.duration * 0.5, size))
+            known.picture = QPixmap::fromImage(seenInPlace(*pixels).copy());
+        known.picture.setDevicePixelRatio(ratio);
+        update();
+        return;
+    }
 }
 
 void SceneStripView::editDocument(const std::function<void(TweenDocument&)>& work)
@@ -220,19 +248,158 @@ void SceneStripView::choose(std::int64_t index)
 
 void SceneStripView::mousePressEvent(QMouseEvent* event)
 {
-    finishRename();
+    nameField_->finish(NameField::End::kept);
     const Item* item = itemAt(event->pos());
     if (!item || event->button() != Qt::LeftButton) return;
-    const QPoint below = mapToGlobal(item->rect.bottomLeft() + QPoint(0, 4));
-    switch (item->kind) {
-    case Item::Kind::scene:
-        pressedAt_ = event->pos();
-        draggingScene_ = item->index;
-        return;
-    case Item::Kind::transition: return showTransitionMenu(item->index, below);
+    cursor_ = static_cast<std::size_t>(item - items_.data());
+    if (item->kind != Item::Kind::scene) return press(cursor_);
+    pressedAt_ = event->pos();
+    draggingScene_ = item->index;
+}
+
+void SceneStripView::press(std::size_t index)
+{
+    if (index >= items_.size()) return;
+    const Item item = items_[index];
+    const QPoint below = mapToGlobal(item.rect.bottomLeft() + QPoint(0, 4));
+    switch (item.kind) {
+    case Item::Kind::scene: return choose(item.index);
+    case Item::Kind::transition: return showTransitionMenu(item.index, below);
     case Item::Kind::add: return showAddMenu(below);
     case Item::Kind::music: return showMusicMenu(below);
     }
+}
+
+std::size_t SceneStripView::cursor() const
+{
+    return items_.empty() ? 0 : std::min(cursor_, items_.size() - 1);
+}
+
+void SceneStripView::bringIntoView(const Item& item)
+{
+    if (item.kind == Item::Kind::music) return;
+    const int left = item.rect.left() - padding, right = item.rect.right() + padding;
+    const int room = items_.back().rect.left() - padding; // The music chip stands over what is beyond.
+    if (left < 0)
+        scroll_ += left;
+    else if (right > room)
+        scroll_ += std::min(right - room, left);
+    layOut();
+    itemsChanged(*this);
+}
+
+bool SceneStripView::moveCursor(int key)
+{
+    if (items_.empty()) return false;
+    const std::size_t last = items_.size() - 1;
+    switch (key) {
+    case Qt::Key_Left: cursor_ = cursor() > 0 ? cursor() - 1 : 0; break;
+    case Qt::Key_Right: cursor_ = std::min(cursor() + 1, last); break;
+    case Qt::Key_Home: cursor_ = 0; break;
+    case Qt::Key_End: cursor_ = last; break;
+    default: return false;
+    }
+    bringIntoView(Item(items_[cursor_]));
+    update();
+    return true;
+}
+
+bool SceneStripView::event(QEvent* event)
+{
+    // The keys that act on a chip are not the window's.
+    if (event->type() == QEvent::ShortcutOverride && !nameField_->isOpen()) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        const bool isDelete = key == Qt::Key_Delete || key == Qt::Key_Backspace;
+        if (key == Qt::Key_Space || (isDelete && items_[cursor()].kind == Item::Kind::scene)) {
+            event->accept();
+            return true;
+        }
+    }
+    return Surface::event(event);
+}
+
+void SceneStripView::keyPressEvent(QKeyEvent* event)
+{
+    if (items_.empty()) return;
+    const Item item = items_[cursor()];
+    const bool isScene = item.kind == Item::Kind::scene;
+    const int key = event->key();
+    const int step = key == Qt::Key_Left ? -1 : key == Qt::Key_Right ? 1 : 0;
+    if (step != 0 && isScene && (event->modifiers() & Qt::AltModifier)) {
+        const std::int64_t to = item.index + step;
+        if (to < 0 || to >= static_cast<std::int64_t>(document_.scenes.size())) return;
+        editDocument([&](TweenDocument& document) { document.moveScene(item.index, SceneStrip::dropIndex(item.index, to)); });
+        const auto moved = std::ranges::find_if(items_, [&](const Item& i) { return i.kind == Item::Kind::scene && i.index == to; });
+        cursor_ = static_cast<std::size_t>(moved - items_.begin());
+        return;
+    }
+    if (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier)) return Surface::keyPressEvent(event);
+    if (moveCursor(key)) return;
+    switch (key) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space: return press(cursor());
+    case Qt::Key_F2:
+        if (isScene) rename(item.index);
+        return;
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        if (isScene && SceneStrip::canDelete(document_))
+            editDocument([&](TweenDocument& document) { document.deleteScene(item.index); });
+        return;
+    default: Surface::keyPressEvent(event);
+    }
+}
+
+void SceneStripView::focusInEvent(QFocusEvent*)
+{
+    itemsChanged(*this);
+    update();
+}
+
+void SceneStripView::focusOutEvent(QFocusEvent*)
+{
+    update();
+}
+
+std::vector<AccessibleItem> SceneStripView::accessibleItems() const
+{
+    std::vector<AccessibleItem> result;
+    for (std::size_t i = 0; i < items_.size(); ++i) {
+        const Item& item = items_[i];
+        AccessibleItem shown{.role = item.kind == Item::Kind::scene ? QAccessible::ListItem : QAccessible::ButtonMenu,
+                             .rect = item.rect.intersected(rect()),
+                             .isSelectable = item.kind == Item::Kind::scene,
+                             .hasKeyboard = i == cursor(),
+                             .press = [strip = const_cast<SceneStripView*>(this), i] { strip->press(i); }};
+        switch (item.kind) {
+        case Item::Kind::scene: {
+            const std::size_t index = static_cast<std::size_t>(item.index);
+            const TweenScene& scene = document_.scenes[index];
+            shown.name = QString::fromStdString(scene.displayName(index));
+            shown.description = QString("Scene %1 of %2, %3 seconds")
+                                    .arg(index + 1)
+                                    .arg(document_.scenes.size())
+                                    .arg(scene.duration, 0, 'f', 2);
+            shown.isSelected = index == document_.clampedActiveSceneIndex();
+            break;
+        }
+        case Item::Kind::transition: {
+            const TweenScene& scene = document_.scenes[static_cast<std::size_t>(item.index)];
+            shown.name = words(SceneStrip::transitionHeading) + ": " +
+                         (scene.transition ? words(larkspool::label(scene.transition->kind)) + ", " : QString()) +
+                         words(SceneStrip::transitionText(scene));
+            break;
+        }
+        case Item::Kind::add: shown.name = words(SceneStrip::addSceneLabel); break;
+        case Item::Kind::music:
+            shown.name = document_.audio ? words(document_.audio->displayName) : words(SceneStrip::musicLabel);
+            shown.description = words(SceneStrip::musicHelp);
+            break;
+        }
+        result.push_back(std::move(shown));
+    }
+    return result;
 }
 
 void SceneStripView::mouseMoveEvent(QMouseEvent* event)
@@ -265,9 +432,14 @@ void SceneStripView::mouseDoubleClickEvent(QMouseEvent* event)
 
 void SceneStripView::contextMenuEvent(QContextMenuEvent* event)
 {
-    const Item* item = itemAt(event->pos());
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard && !items_.empty();
+    const Item* item = isByKey ? &items_[cursor()] : itemAt(event->pos());
     if (!item || item->kind != Item::Kind::scene) return;
-    const std::int64_t index = item->index;
+    showSceneMenu(item->index, isByKey ? mapToGlobal(item->rect.bottomLeft()) : event->globalPos());
+}
+
+void SceneStripView::showSceneMenu(std::int64_t index, QPoint position)
+{
     QMenu menu(this);
     menu.addAction("Rename", this, [this, index] { rename(index); });
     menu.addAction("Duplicate", this, [this, index] {
@@ -277,15 +449,20 @@ void SceneStripView::contextMenuEvent(QContextMenuEvent* event)
     menu.addAction("Delete", this, [this, index] {
             editDocument([index](TweenDocument& document) { document.deleteScene(index); });
         })->setEnabled(SceneStrip::canDelete(document_));
-    menu.exec(event->globalPos());
+    menu.exec(position);
 }
 
 void SceneStripView::showAddMenu(QPoint position)
 {
     QMenu menu(this);
-    menu.addAction(words(SceneStrip::newSceneLabel), this, [this] { editDocument([](TweenDocument& document) { document.addScene(); }); });
-    menu.addAction(words(SceneStrip::duplicateSceneLabel), this,
-                   [this] { editDocument([](TweenDocument& document) { document.duplicateActiveScene(); }); });
+    const auto offer = [&](const char* icon, std::string_view label, void (*add)(TweenDocument& document)) {
+        menu.addAction(buttonIcon(icon), words(label), this, [this, add] {
+            editDocument(add);
+            if (context_.sceneCreated) context_.sceneCreated();
+        });
+    };
+    offer("plus", SceneStrip::newSceneLabel, [](TweenDocument& document) { document.addScene(); });
+    offer("copy", SceneStrip::duplicateSceneLabel, [](TweenDocument& document) { document.duplicateActiveScene(); });
     menu.exec(position);
 }
 
@@ -340,21 +517,19 @@ void SceneStripView::rename(std::int64_t index)
     if (item == items_.end()) return;
     renaming_ = index;
     const int left = item->rect.x() + 5 + thumbnailSize.width() + 3;
-    nameField_->setGeometry(left, item->rect.y() + 6, std::max(90, item->rect.right() - left - 4), 24);
     const std::optional<SharedString> name = document_.scenes[static_cast<std::size_t>(index)].name;
-    nameField_->setText(name ? words(*name) : QString());
-    nameField_->selectAll();
-    nameField_->show();
-    nameField_->setFocus();
+    nameField_->open({left, item->rect.y() + 6, std::max(90, item->rect.right() - left - 4), 24}, name ? words(*name) : QString());
     update();
 }
 
-void SceneStripView::finishRename()
+void SceneStripView::finishRename(NameField::End end)
 {
     const std::optional<std::int64_t> index = std::exchange(renaming_, std::nullopt);
     if (!index) return;
+    if (window()->isActiveWindow() && !QApplication::focusWidget()) setFocus();
+    update();
+    if (end == NameField::End::cancelled) return;
     const std::string name = nameField_->text().toStdString();
-    nameField_->hide();
     editDocument([&](TweenDocument& document) { SceneStrip::renameScene(document, *index, name); });
 }
 
@@ -370,6 +545,7 @@ void SceneStripView::wheelEvent(QWheelEvent* event)
 void SceneStripView::resizeEvent(QResizeEvent*)
 {
     layOut();
+    itemsChanged(*this);
 }
 
 void SceneStripView::leaveEvent(QEvent*)

@@ -1,26 +1,34 @@
 #pragma once
 
+#include "views/accessible_items.h"
 #include "views/controls.h"
 #include "views/editor_context.h"
+#include "views/name_field.h"
 
 #include <QPixmap>
+#include <QTimer>
 
 #include <map>
+#include <optional>
 #include <vector>
-
-class QLineEdit;
 
 namespace larkspool {
 
 /// The scenes of the document in their order, and the music under them.
-class SceneStripView final : public Surface {
+class SceneStripView final : public Surface, public AccessibleItems {
 public:
     SceneStripView(EditorContext context, QWidget* parent);
 
     /// Shows the editor's state.
     void refresh();
 
+    std::vector<AccessibleItem> accessibleItems() const override;
+
 protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -40,10 +48,18 @@ private:
     };
 
     void layOut();
+    /// What the keys act on, held within the items.
+    std::size_t cursor() const;
+    bool moveCursor(int key);
+    void bringIntoView(const Item& item);
+    /// What a click or Return does. A scene is chosen, all else opens its menu.
+    void press(std::size_t index);
+    void showSceneMenu(std::int64_t index, QPoint position);
+    void takeNextThumbnail();
     const Item* itemAt(QPoint position) const;
-    void paintScene(QPainter& painter, const Item& item) const;
+    void paintScene(QPainter& painter, const Item& item);
     void paintWords(QPainter& painter, const Item& item, const QString& icon, const QString& words) const;
-    const QPixmap& thumbnail(const TweenScene& scene) const;
+    const QPixmap& thumbnail(const TweenScene& scene);
     void choose(std::int64_t index);
     void editDocument(const std::function<void(TweenDocument&)>& work);
     void showAddMenu(QPoint position);
@@ -51,10 +67,11 @@ private:
     void showMusicMenu(QPoint position);
     void pickAudioFile();
     void rename(std::int64_t index);
-    void finishRename();
+    void finishRename(NameField::End end);
 
     EditorContext context_;
     TweenDocument document_;
+    bool isShown_ = false; ///< Whether `document_` is one.
     std::vector<Item> items_;
     int scroll_ = 0; ///< Pixels.
     int contentWidth_ = 0;
@@ -62,8 +79,15 @@ private:
     std::optional<QPoint> pressedAt_;
     std::optional<std::int64_t> draggingScene_, dropOnto_;
     std::optional<std::int64_t> renaming_;
-    QLineEdit* nameField_ = nullptr;
-    mutable std::map<UUID, std::pair<TweenScene, QPixmap>> thumbnails_;
+    NameField* nameField_ = nullptr;
+    std::size_t cursor_ = 0; ///< Where the keyboard is among the items.
+
+    struct Thumbnail {
+        TweenScene scene{};
+        QPixmap picture{};
+    };
+    std::map<UUID, Thumbnail> thumbnails_;
+    QTimer nextThumbnail_; ///< Runs while a scene's picture is not up to date.
 };
 
 } // namespace larkspool

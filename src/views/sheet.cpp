@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
@@ -68,6 +69,9 @@ void Sheet::present(QWidget* first)
 void Sheet::place()
 {
     card_->adjustSize();
+    // Words that take several lines count for the width that the card has, not for the one that it would like.
+    if (const QLayout* layout = card_->layout(); layout && layout->hasHeightForWidth())
+        card_->resize(card_->width(), layout->totalHeightForWidth(card_->width()));
     const QSize size = card_->size();
     card_->move((width() - size.width()) / 2, std::max(0, (height() - size.height()) / 2));
     update();

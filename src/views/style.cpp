@@ -1,5 +1,6 @@
 #include "views/style.h"
 
+#include "views/accessible_items.h"
 #include "views/theme.h"
 
 #include <QApplication>
@@ -14,7 +15,7 @@ namespace larkspool {
 namespace {
 
 constexpr double fieldRadius = 4, buttonRadius = 6;
-constexpr int shortestThumb = 24;
+constexpr int shortestThumb = 24, menuBarIcon = 20;
 constexpr int menuItemHeight = 26, menuMargin = 8, shortcutGap = 24;
 
 void fillRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color)
@@ -46,8 +47,10 @@ QColor buttonFill(const QStyleOption& option, const QWidget* widget)
 {
     const Theme& t = theme();
     const bool isDown = option.state & QStyle::State_Sunken, isHovered = option.state & QStyle::State_MouseOver;
-    if (isPrimary(widget)) return isDown ? t.accentPressed : isHovered ? t.accentHover : t.accent;
-    if (option.state & QStyle::State_On) return isHovered ? t.accentSoftHover : t.accentSoft;
+    if (isPrimary(widget) && (option.state & QStyle::State_Enabled))
+        return isDown ? t.accentPressed : isHovered ? t.accentHover : t.accent;
+    const bool isQuiet = widget && widget->property("quiet").toBool(); // Its icon alone tells that it is on.
+    if ((option.state & QStyle::State_On) && !isQuiet) return isHovered ? t.accentSoftHover : t.accentSoft;
     if (isDown) return t.pressed;
     const bool isFlat = option.state & QStyle::State_AutoRaise;
     if (isHovered) return t.hover;
@@ -131,6 +134,11 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
         if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) {
             painter->fillRect(item->rect, t.window);
             if (item->state & State_Selected) fillRounded(*painter, QRectF(item->rect).adjusted(0, 2, 0, -2), buttonRadius, t.hover);
+            if (!item->icon.isNull()) {
+                QRect place(0, 0, menuBarIcon, menuBarIcon);
+                place.moveCenter(item->rect.center());
+                return item->icon.paint(painter, place);
+            }
             painter->setPen(t.text);
             painter->setFont(textFont(TextStyle::body));
             painter->drawText(item->rect, Qt::AlignCenter | Qt::TextShowMnemonic | Qt::TextSingleLine, item->text);
@@ -197,6 +205,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
 int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* data) const
 {
     if (hint == SH_ToolTip_WakeUpDelay) return 500;
+    if (hint == SH_MenuBar_AltKeyNavigation) return 1;
     if (hint == SH_Menu_Scrollable) return 1; // A long list, of fonts say, stays one column.
     if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
     return QProxyStyle::styleHint(hint, option, widget, data);
@@ -239,6 +248,7 @@ void applyLook()
     QApplication::setStyle(new Style);
     QApplication::setPalette(themePalette());
     QApplication::setFont(textFont(TextStyle::body));
+    announceAccessibleItems();
 }
 
 } // namespace larkspool

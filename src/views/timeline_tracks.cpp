@@ -60,6 +60,18 @@ QString aggregateHelp(TimelineRow::Kind kind)
     return {};
 }
 
+/// What an item of the row is called.
+QString rowName(const TimelineRow& row)
+{
+    switch (row.kind) {
+    case TimelineRow::Kind::spans: return "Span";
+    case TimelineRow::Kind::videoClip: return "Video clip";
+    case TimelineRow::Kind::keyframes: return row.layer ? text(displayName(row.property)) + " keyframe" : QString("Keyframe");
+    case TimelineRow::Kind::pulses: return "Pulse";
+    }
+    return {};
+}
+
 std::vector<OverlapGroup> layersBehind(const TweenScene& scene, const TimelineLayout::Hit& hit)
 {
     switch (hit.row->kind) {
@@ -135,7 +147,38 @@ void TimelineTracks::refresh()
     }
     placePills();
     showTrimPreview();
+    itemsChanged(*this);
     update();
+}
+
+/// The items of all rows, in their order. What is scrolled away has no place.
+std::vector<AccessibleItem> TimelineTracks::accessibleItems() const
+{
+    std::vector<AccessibleItem> items;
+    const TimelineSelection& selection = context_.editor.state().timelineSelection;
+    const QRectF seen(leftGutter, railHeight, width() - leftGutter, bodyBottom() - railHeight);
+    for (const TimelineRow& row : layout_.rows()) {
+        const QString what = rowName(row);
+        const QString whose = row.layer ? QString::fromStdString(row.layer->name.string()) : QString("All layers");
+        for (const TimelineMark& mark : row.marks) {
+            const bool isMoment = mark.times.start == mark.times.end;
+            const double start = layout_.mapping().x(mark.times.start), end = layout_.mapping().x(mark.times.end);
+            const QRectF place(start - markerReach, row.laneTop(mark) + railHeight - scrolled(), end - start + 2 * markerReach,
+                               rowHeight);
+            QString name = what + ", " + whose + ", " + seconds(mark.times.start);
+            if (!isMoment) name += " to " + seconds(mark.times.end);
+            if (mark.members.size() > 1) name += QString(", %1 items").arg(mark.members.size());
+            const bool isChosen = isSelected(mark, selection);
+            items.push_back({.name = name,
+                             .rect = place.intersected(seen).toAlignedRect(),
+                             .isSelected = isChosen,
+                             .hasKeyboard = isChosen,
+                             .press = [tracks = const_cast<TimelineTracks*>(this), members = std::vector(mark.members)] {
+                                 tracks->tap(members, {});
+                             }});
+        }
+    }
+    return items;
 }
 
 void TimelineTracks::rebuildLayout()
@@ -508,7 +551,8 @@ void TimelineTracks::wheelEvent(QWheelEvent* event)
 void TimelineTracks::contextMenuEvent(QContextMenuEvent* event)
 {
     if (held_ != Held::nothing) return;
-    const QPointF at = event->pos();
+    const bool isByKey = event->reason() == QContextMenuEvent::Keyboard;
+    const QPointF at = isByKey ? selectedPlace() : QPointF(event->pos());
     if (!isOverRows(at)) return;
     hidePopover();
     const CGPoint point = inRows(at);
@@ -525,7 +569,20 @@ void TimelineTracks::contextMenuEvent(QContextMenuEvent* event)
     }
     QMenu menu(this);
     fillTimelineMenu(menu, context_, place);
-    menu.exec(event->globalPos());
+    menu.exec(isByKey ? mapToGlobal(at.toPoint()) : event->globalPos());
+}
+
+/// The middle of the first selected item that can be seen, or of the uppermost row.
+QPointF TimelineTracks::selectedPlace() const
+{
+    const TimelineSelection& selection = context_.editor.state().timelineSelection;
+    for (const TimelineRow& row : layout_.rows())
+        for (const TimelineMark& mark : row.marks) {
+            const QPointF middle(layout_.mapping().x((mark.times.start + mark.times.end) / 2),
+                                 row.laneTop(mark) + rowHeight / 2 + railHeight - scrolled());
+            if (isSelected(mark, selection) && isOverRows(middle)) return middle;
+        }
+    return {trackLeft, railHeight + blockMargin + rowHeight / 2};
 }
 
 void TimelineTracks::tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers)

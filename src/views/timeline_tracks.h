@@ -1,5 +1,6 @@
 #pragma once
 
+#include "views/accessible_items.h"
 #include "views/editor_context.h"
 #include "views/timeline_layout.h"
 #include "views/timeline_painting.h"
@@ -19,13 +20,15 @@ class TimelinePopover;
 class TrimPreview;
 
 /// The rail and the rows below it: one painted widget, which turns presses into those of the editor.
-class TimelineTracks final : public QWidget {
+class TimelineTracks final : public QWidget, public AccessibleItems {
 public:
     TimelineTracks(EditorContext context, QWidget* parent);
     ~TimelineTracks() override;
 
     /// Shows the editor's state.
     void refresh();
+
+    std::vector<AccessibleItem> accessibleItems() const override;
 
 protected:
     bool event(QEvent* event) override;
@@ -77,6 +80,7 @@ private:
     void showPopover();
     void showTrimPreview();
     void hidePopover();
+    QPointF selectedPlace() const;
     QString helpAt(QPointF position) const;
     void tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers);
     bool stepSelection(int key, Modifiers modifiers);

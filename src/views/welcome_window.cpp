@@ -333,7 +333,7 @@ QWidget* WelcomeWindow::buildGreeting()
     column->setContentsMargins(32, 44, 32, 32);
     column->setSpacing(0);
     auto* mark = new QLabel(side);
-    mark->setPixmap(iconPixmap("mark", 56, theme().textOnAccent, devicePixelRatioF()));
+    mark->setPixmap(iconPixmap("mark", 56, theme().accent, devicePixelRatioF()));
     column->addWidget(mark);
     column->addSpacing(20);
     column->addWidget(labelOnAccent(WelcomeView::productName, TextStyle::display, 1, side));

@@ -22,6 +22,7 @@ struct Workspace {
     LayerStyleClipboard styles{};
     RecentDocuments recents{};
     BackgroundTasks background{};
+    std::string windowStatePath{}; ///< The file that keeps how large windows and their panels are; empty for none.
 
     /// @name Set by the program.
     /// @{

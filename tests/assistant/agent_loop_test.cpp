@@ -293,8 +293,60 @@ TEST(AssistantUndo, AllEditsOfARequestAreOneStepUnderItsName)
     EXPECT_EQ(assistant.undoManager.undoActionName(), "Assistant: " + std::string(60, 'x') + "…");
     assistant.undoManager.undo();
     EXPECT_EQ(assistant.duration(), 3);
+    EXPECT_EQ(assistant.undoManager.redoActionName(), "Assistant: " + std::string(60, 'x') + "…");
     assistant.undoManager.redo();
     EXPECT_EQ(assistant.duration(), 10);
+}
+
+TEST(AssistantUndo, OneStepTakesBackATurnInEverySceneThatItReached)
+{
+    TestAssistant assistant;
+    assistant.setDuration(3);
+    TweenScene other = assistant.state.scene();
+    other.id = UUID{0, 2};
+    other.duration = 4;
+    assistant.state.document.scenes.append(other);
+    const TweenDocument before = assistant.state.document;
+
+    const auto inScene = [](int scene, double duration) { return JSON(JSON::Object{{"scene", scene}, {"duration", duration}}); };
+    assistant.replies("[" + wire(use("t1", "duration", inScene(1, 8))) + "," + wire(use("t2", "duration", inScene(0, 9))) + "]",
+                      "tool_use");
+    assistant.replies("[" + wire(use("t3", "duration", inScene(1, 10))) + "]", "tool_use");
+    assistant.replies(done);
+    assistant.send("Longer");
+    EXPECT_EQ(assistant.state.document.scenes[0].duration, 9);
+    EXPECT_EQ(assistant.state.document.scenes[1].duration, 10);
+    EXPECT_EQ(assistant.undoManager.undoCount(), 2u);
+
+    assistant.undoManager.undo();
+    EXPECT_EQ(assistant.state.document, before);
+    assistant.undoManager.redo();
+    EXPECT_EQ(assistant.state.document.scenes[0].duration, 9);
+    EXPECT_EQ(assistant.state.document.scenes[1].duration, 10);
+}
+
+TEST(AssistantUndo, OneStepTakesBackATurnThoughThePersonSwitchedScenesMeanwhile)
+{
+    TestAssistant assistant;
+    assistant.setDuration(3);
+    TweenScene other = assistant.state.scene();
+    other.id = UUID{0, 2};
+    other.duration = 4;
+    assistant.state.document.scenes.append(other);
+
+    assistant.replies("[" + wire(use("t1", "duration", seconds(8))) + "]", "tool_use");
+    assistant.replies("[" + wire(use("t2", "duration", seconds(9))) + "]", "tool_use");
+    assistant.replies(done);
+    const Observation observation = assistant.session.changed.add([&] {
+        if (assistant.session.history.size() == 3) assistant.state.document.activeSceneIndex = 1; // After the first edit.
+    });
+    assistant.send("Longer");
+    EXPECT_EQ(assistant.state.document.scenes[0].duration, 8);
+    EXPECT_EQ(assistant.state.document.scenes[1].duration, 9);
+
+    assistant.undoManager.undo();
+    EXPECT_EQ(assistant.state.document.scenes[0].duration, 3);
+    EXPECT_EQ(assistant.state.document.scenes[1].duration, 4);
 }
 
 TEST(AssistantUndo, APatchThatFailsLaterLeavesTheEarlierOneInPlaceAndOneStep)

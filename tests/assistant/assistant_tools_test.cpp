@@ -171,10 +171,12 @@ TEST(StripMediaBlobs, ReplacesTextUnderTwoKeysAndNothingElse)
 {
     EXPECT_EQ(stripMediaBlobs(JSON::decode(R"({"imageData": "a", "videoBookmark": "b", "text": "c",
                                                "list": [{"imageData": "é👍"}, {"imageData": ""}, {"videoBookmark": ""}],
-                                               "in": {"imageData": 3, "videoBookmark": {"imageData": "xyz"}}})")),
+                                               "in": {"imageData": 3, "videoBookmark": {"imageData": "xyz"}},
+                                               "deep": [[{"in": {"videoBookmark": " "}}]]})")),
               JSON::decode(R"({"imageData": "<image bytes: 1 chars omitted>", "videoBookmark": "<bookmark omitted>", "text": "c",
                                "list": [{"imageData": "<image bytes: 2 chars omitted>"}, {"imageData": ""}, {"videoBookmark": ""}],
-                               "in": {"imageData": 3, "videoBookmark": {"imageData": "<image bytes: 3 chars omitted>"}}})"));
+                               "in": {"imageData": 3, "videoBookmark": {"imageData": "xyz"}},
+                               "deep": [[{"in": {"videoBookmark": "<bookmark omitted>"}}]]})"));
 }
 
 // ---------------------------------------------------------------- apply_patch

@@ -8,8 +8,11 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
+#include <functional>
 #include <limits>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace larkspool {
@@ -296,6 +299,27 @@ TEST(PatchOperations, DeletingAKeyframeOrPulseThatIsNotThereChangesNothing)
     EXPECT_EQ(patched(document(), {DeleteKeyframe{id(1), id(50)}, DeletePulse{id(3), id(50)}}), document());
 }
 
+TEST(PatchOperations, AllKeyframesAndPulsesOfAnIDAreDeleted)
+{
+    TweenDocument before = document();
+    Layer& first = before.scenes.edit()[0].layers.edit()[0];
+    first.keyframes = {{.id = id(8), .time = 1}, {.id = id(9), .time = 2}, {.id = id(8), .time = 3}};
+    first.pulses = {{.id = id(8), .time = 1, .effects = {PulseEffect::glow}}, {.id = id(8), .time = 2, .effects = {PulseEffect::glow}}};
+    const TweenDocument after = patched(before, {DeleteKeyframe{id(1), id(8)}, DeletePulse{id(1), id(8)}});
+    ASSERT_EQ(layer(after, 0).keyframes.size(), 1u);
+    EXPECT_EQ(layer(after, 0).keyframes[0].id, id(9));
+    EXPECT_TRUE(layer(after, 0).pulses.empty());
+}
+
+TEST(PatchOperations, OfNamesakesInOneSceneTheFirstOnTheWayDownIsEdited)
+{
+    const TweenDocument before{.scenes = {sceneOf(100, {groupOf(2, {box(1)}), box(1), groupOf(3, {box(3)})})}};
+    TweenDocument expected = before;
+    expected.scenes.edit()[0].layers.edit()[0].children.edit()[0].opacity = 0.5;
+    expected.scenes.edit()[0].layers.edit()[2].opacity = 0.5; // A parent comes before its child.
+    EXPECT_EQ(patched(before, {SetProperty{id(1), "opacity", 0.5}, SetProperty{id(3), "opacity", 0.5}}), expected);
+}
+
 TEST(PatchOperations, ALayerIsAddedInFrontWithDefaultsForWhatItLacks)
 {
     const TweenDocument after = patched(document(), {AddLayer{JSON::decode(R"({"kind":"ellipse"})")}});
@@ -469,6 +493,13 @@ TEST(PatchOperations, ALossBehindMoreUnknownKeysThanAreToldIsNotOverlooked)
     EXPECT_THAT(verdict(document(), {AddLayer{members}}), StartsWith("Decode failed: layers[3] "));
 }
 
+TEST(PatchOperations, HoweverManyUnknownKeysChangeNothing)
+{
+    JSON::Object members{{"opacity", 0.5}};
+    for (int i = 0; i < 1001; ++i) members.emplace("unknown" + std::to_string(i), 1);
+    EXPECT_EQ(layer(patched(document(), {AddLayer{members}}), 3).opacity, 0.5);
+}
+
 TEST(PatchOperations, ADocumentThatNoFileCanHoldIsNotEdited)
 {
     TweenDocument before = document();
@@ -606,6 +637,212 @@ TEST(PatchOperations, SettingAPropertyToWhatWasReadChangesNothing)
         TweenDocument after = before;
         applyPatchOperations(operations, after);
         RC_ASSERT(after == before);
+    }));
+}
+
+// ---------------------------------------------------------------- the plain way
+
+/// Applies operations in the plainest way there is: the whole scene is written as JSON, changed there, and read again.
+class PlainPatch {
+public:
+    explicit PlainPatch(TweenDocument& document)
+        : document_(document), active_(static_cast<std::size_t>(document.activeSceneIndex))
+    {}
+
+    void operator()(const SetSceneProperty& operation)
+    {
+        JSON::Object tree = written(active_);
+        tree.insert_or_assign(operation.property, operation.value);
+        read(active_, tree);
+    }
+    void operator()(const SetProperty& operation)
+    {
+        mutate(operation.layerID, [&](JSON::Object& layer) { layer.insert_or_assign(operation.property, operation.value); });
+    }
+    void operator()(const AddKeyframe& operation) { add(operation.layerID, "keyframes", operation.keyframe); }
+    void operator()(const AddPulse& operation) { add(operation.layerID, "pulses", operation.pulse); }
+    void operator()(const DeleteKeyframe& operation) { remove(operation.layerID, "keyframes", operation.keyframeID); }
+    void operator()(const DeletePulse& operation) { remove(operation.layerID, "pulses", operation.pulseID); }
+    void operator()(const AddLayer& operation)
+    {
+        JSON::Object tree = written(active_);
+        JSON::Array layers = *tree.at("layers").array();
+        layers.push_back(operation.layer);
+        tree.insert_or_assign("layers", layers);
+        read(active_, tree);
+    }
+    void operator()(const DeleteLayer& operation)
+    {
+        for (const std::size_t index : order()) {
+            JSON::Object tree = written(index);
+            const JSON::Array before = *tree.at("layers").array(), after = without(before, operation.layerID.string());
+            if (after.size() == before.size()) continue;
+            tree.insert_or_assign("layers", after);
+            return read(index, tree);
+        }
+        throw PatchError::layerNotFound(operation.layerID);
+    }
+
+private:
+    using Mutation = std::function<void(JSON::Object& layer)>;
+
+    std::vector<std::size_t> order() const
+    {
+        std::vector<std::size_t> all{active_};
+        for (std::size_t i = 0; i < document_.scenes.size(); ++i)
+            if (i != active_) all.push_back(i);
+        return all;
+    }
+    JSON::Object written(std::size_t index) const { return *JSON::decode(encodedJson(document_.scenes[index])).object(); }
+    void read(std::size_t index, const JSON::Object& tree)
+    {
+        document_.scenes.edit()[index] = decodeJson<TweenScene>(JSON(tree).encoded());
+    }
+
+    static JSON::Array without(const JSON::Array& layers, const std::string& name)
+    {
+        JSON::Array kept;
+        for (const JSON& each : layers) {
+            if (*each["id"]->string() == name) continue;
+            JSON::Object layer = *each.object();
+            layer.insert_or_assign("children", without(*layer.at("children").array(), name));
+            kept.emplace_back(layer);
+        }
+        return kept;
+    }
+    static bool walk(JSON::Array& layers, const std::string& name, const Mutation& mutation)
+    {
+        for (JSON& each : layers) {
+            JSON::Object layer = *each.object();
+            const bool isTarget = *layer.at("id").string() == name;
+            JSON::Array children = *layer.at("children").array();
+            if (!isTarget && !walk(children, name, mutation)) continue;
+            if (isTarget)
+                mutation(layer);
+            else
+                layer.insert_or_assign("children", children);
+            each = layer;
+            return true;
+        }
+        return false;
+    }
+    void mutate(const UUID& layerID, const Mutation& mutation)
+    {
+        for (const std::size_t index : order()) {
+            JSON::Object tree = written(index);
+            JSON::Array layers = *tree.at("layers").array();
+            if (!walk(layers, layerID.string(), mutation)) continue;
+            tree.insert_or_assign("layers", layers);
+            return read(index, tree);
+        }
+        throw PatchError::layerNotFound(layerID);
+    }
+    void add(const UUID& layerID, const std::string& key, const JSON& value)
+    {
+        mutate(layerID, [&](JSON::Object& layer) {
+            JSON::Array all = *layer.at(key).array();
+            all.push_back(value);
+            layer.insert_or_assign(key, all);
+        });
+    }
+    void remove(const UUID& layerID, const std::string& key, const UUID& itemID)
+    {
+        mutate(layerID, [&](JSON::Object& layer) {
+            JSON::Array all = *layer.at(key).array();
+            std::erase_if(all, [&](const JSON& each) { return *each["id"]->string() == itemID.string(); });
+            layer.insert_or_assign(key, all);
+        });
+    }
+
+    TweenDocument& document_;
+    std::size_t active_;
+};
+
+/// A value that a file can hold under the key, with identifiers wherever there are some.
+std::pair<std::string, JSON> arbitraryMember()
+{
+    static const JSON layerJSON = JSON::decode(encodedJson(groupOf(7, {box(8)})));
+    static const std::vector<std::pair<std::string, JSON>> members{
+        {"opacity", 0.25},
+        {"opacity", nullptr},
+        {"name", "New"},
+        {"size", JSON::Array{3, 4}},
+        {"fill", JSON::decode(R"({"r":1,"g":0,"b":0,"a":0.5})")},
+        {"kind", "text"},
+        {"kind", "line"},
+        {"textUserResized", nullptr},
+        {"linePoints", JSON::decode("[[-5,2],[8,-9],[3,3]]")},
+        {"strokeWidth", 6},
+        {"children", JSON::Array{layerJSON}},
+        {"children", nullptr},
+        {"spans", JSON::decode(R"([{"id":"ABCDEF00-0000-0000-0000-000000000009","start":1,"end":3,"effects":
+            [{"id":"ABCDEF00-0000-0000-0000-00000000000A","kind":"fadeIn","duration":9}]}])")},
+        {"unknown", JSON::Object{{"a", 1}}},
+        {"fps", 24},
+        {"duration", 7.5},
+        {"layers", JSON::Array{layerJSON, layerJSON}},
+        {"endPause", nullptr},
+    };
+    return *rc::gen::elementOf(members);
+}
+
+/// On layers from 1 to one more than there are.
+PatchOperation operationThatLosesNothing(std::uint64_t layerCount)
+{
+    const auto layerID = [&] { return id(*rc::gen::inRange<std::uint64_t>(1, layerCount + 2)); };
+    const UUID itemID = id(*rc::gen::inRange<std::uint64_t>(9, 11));
+    switch (*rc::gen::inRange(0, 8)) {
+    case 0: {
+        auto [key, value] = arbitraryMember();
+        return SetSceneProperty{key, value};
+    }
+    case 1: return AddKeyframe{layerID(), JSON::Object{{"id", itemID.string()}, {"property", "x"}, {"time", *rc::gen::inRange(0, 9)},
+                                                       {"value", JSON::decode(R"({"number":{"_0":7}})")}}};
+    case 2: return DeleteKeyframe{layerID(), itemID};
+    case 3: return AddPulse{layerID(), JSON::Object{{"id", itemID.string()}, {"time", *rc::gen::inRange(0, 9)}}};
+    case 4: return DeletePulse{layerID(), itemID};
+    case 5: return AddLayer{JSON::decode(encodedJson(box(8)))};
+    case 6: return DeleteLayer{layerID()};
+    default: {
+        auto [key, value] = arbitraryMember();
+        return SetProperty{layerID(), key, value};
+    }
+    }
+}
+
+/// The document after the operations, or nothing if one of them failed.
+std::optional<TweenDocument> plainlyPatched(TweenDocument document, const std::vector<PatchOperation>& operations)
+{
+    PlainPatch patch(document);
+    try {
+        for (const PatchOperation& each : operations) std::visit(patch, each);
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+    return document;
+}
+
+TEST(PatchOperations, ComeToTheSameAsWritingChangingAndReadingTheWholeScene)
+{
+    EXPECT_TRUE(rc::check([] {
+        TweenDocument before = *rc::gen::scale(0.3, arbitraryDocument());
+        before.activeSceneIndex = *rc::gen::inRange<std::int64_t>(0, static_cast<std::int64_t>(before.scenes.size()));
+        std::uint64_t number = 0;
+        for (TweenScene& scene : before.scenes.edit()) giveIDs(scene.layers, number);
+
+        std::vector<PatchOperation> operations;
+        const int count = *rc::gen::inRange(1, 5);
+        for (int i = 0; i < count; ++i) operations.push_back(operationThatLosesNothing(number));
+
+        const std::optional<TweenDocument> expected = plainlyPatched(before, operations);
+        std::optional<TweenDocument> after = before;
+        try {
+            applyPatchOperations(operations, *after);
+        } catch (const std::runtime_error&) {
+            after.reset();
+        }
+        RC_TAG(after ? "applied" : "refused");
+        RC_ASSERT(after == expected);
     }));
 }
 

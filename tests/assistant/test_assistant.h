@@ -59,8 +59,8 @@ private:
 ///     assistant.send("Do it");
 ///     EXPECT_EQ(assistant.session.history.size(), 2u);
 ///
-/// Its tools: "duration" gives the scene the duration of the input; "read" tells it; "fail" changes it and then fails; "throw"
-/// throws.
+/// Its tools: "duration" gives the scene the duration of the input, or the one at "scene"; "read" tells it; "fail" changes it and
+/// then fails; "throw" throws.
 class TestAssistant {
 public:
     HandRunLoop runLoop;
@@ -93,7 +93,7 @@ public:
                         .execute = [this](std::string_view name, const JSON& input,
                                           const AssistantDocument& document) { return execute(name, input, document); }},
             .document = [this] { return state.document; },
-            .setDocument = [this](TweenDocument document) { state.document = std::move(document); },
+            .setDocument = [this](TweenDocument document) { *edited_ = std::move(document); },
             .onMutate = [this](std::string_view name, const std::function<void()>& change) { mutate(name, change); },
             .beginUndoGroup = [this](const std::string& name) { group_.begin(name); },
             .endUndoGroup = [this] { group_.end(); },
@@ -128,16 +128,19 @@ private:
     void mutate(std::string_view name, const std::function<void()>& change)
     {
         editNames.emplace_back(name);
-        const TweenScene before = state.scene();
-        change();
-        commit_.onCommit(name, before);
+        commit_.mutateDocument(name, [&](TweenDocument& document) {
+            edited_ = &document;
+            change();
+            edited_ = nullptr;
+        });
     }
 
-    static std::int64_t setDuration(TweenDocument& document, double seconds)
+    static std::int64_t setDuration(TweenDocument& document, const JSON& input)
     {
-        TweenScene scene = document.scene();
-        scene.duration = seconds;
-        document.setScene(std::move(scene));
+        const JSON* scene = input["scene"];
+        const std::size_t index =
+            scene ? static_cast<std::size_t>(scene->integer().value()) : document.clampedActiveSceneIndex();
+        document.scenes.edit().at(index).duration = input["duration"]->number().value();
         return 1;
     }
 
@@ -147,7 +150,7 @@ private:
         if (name == "throw") throw std::runtime_error("the tool broke");
         try {
             const std::int64_t count = document.edit([&](TweenDocument& copy) -> std::int64_t {
-                const std::int64_t operations = setDuration(copy, input["duration"]->number().value());
+                const std::int64_t operations = setDuration(copy, input);
                 if (name == "fail") throw std::runtime_error("no such layer");
                 return operations;
             });
@@ -158,6 +161,7 @@ private:
     }
 
     SharedCommit commit_{state, &undoManager, {}};
+    TweenDocument* edited_ = nullptr; ///< While an edit is made.
     NamedUndoGroup group_{undoManager};
     AssistantClient client_;
     std::optional<AssistantView> view_;

@@ -155,6 +155,8 @@ TEST(CropOverlay, HandlesStandOnTheCropsEdges)
     EXPECT_EQ(overlay.frame(), (CGRect{{200, 150}, {200, 50}}));
     const CGPoint places[] = {{200, 150}, {300, 150}, {400, 150}, {400, 175}, {400, 200},
                               {300, 200}, {200, 200}, {200, 175}, {300, 175}};
+    for (std::size_t i = 0; i < std::size(allHandles); ++i)
+        EXPECT_EQ(enumCase(allHandles[i]).value, allHandles[i]) << "the table stands in the order of the values";
     for (std::size_t i = 0; i < std::size(places); ++i) EXPECT_EQ(overlay.handlePoint(allHandles[i]), places[i]) << i;
 }
 
@@ -219,6 +221,22 @@ TEST(CropOverlay, ATapSelectsTheHandleAndADragDoesNot)
     overlay.beginDrag(body, {300, 175});
     overlay.endDrag();
     EXPECT_EQ(overlay.selectedHandle, body);
+}
+
+TEST(CropOverlay, ACancelledDragLeavesNoTrace)
+{
+    CropEditorOverlay overlay = overlayWith();
+    overlay.selectedHandle = w;
+    overlay.beginDrag(e, {400, 175});
+    overlay.drag({440, 175});
+    overlay.cancelDrag();
+    EXPECT_EQ(overlay.crop, (CGRect{{0.25, 0.5}, {0.5, 0.25}}));
+    EXPECT_EQ(overlay.activeHandle, std::nullopt);
+    EXPECT_EQ(overlay.dragLocation, std::nullopt);
+    EXPECT_EQ(overlay.selectedHandle, w);
+    overlay.drag({440, 175});
+    overlay.cancelDrag();
+    EXPECT_EQ(overlay.crop, (CGRect{{0.25, 0.5}, {0.5, 0.25}})) << "nothing was under way any more";
 }
 
 TEST(CropOverlay, NothingMovesWithoutADragOrAPlaceForThePicture)
@@ -439,6 +457,20 @@ TweenScene sceneWithMedia()
 }
 
 constexpr CGRect someCrop{{0.25, 0.25}, {0.5, 0.5}};
+
+TEST(CropRequest, IsForTheFirstSelectedLayerAndFreshWhereItIsNotCroppedByHandYet)
+{
+    TweenScene scene = sceneWithMedia();
+    EXPECT_EQ(cropEditorRequest(scene, {}), std::nullopt);
+    EXPECT_EQ(cropEditorRequest(scene, idsNamed("x")), std::nullopt);
+    for (const CropMode mode : {CropMode::none, CropMode::automatic, CropMode::manual}) {
+        editLayer(scene, idNamed('i'))->cropMode = mode;
+        EXPECT_EQ(cropEditorRequest(scene, idsNamed("i")), (CropEditorRequest{idNamed('i'), mode != CropMode::manual}));
+    }
+    EXPECT_EQ(cropEditorRequest(scene, idsNamed("ai")), std::nullopt) << "the first is a shape";
+    editLayer(scene, idNamed('a'))->kind = Layer::Kind::video;
+    EXPECT_EQ(cropEditorRequest(scene, idsNamed("ai"))->layerID, idNamed('a'));
+}
 
 TEST(CropBus, DoneWritesTheCropAsOneStep)
 {

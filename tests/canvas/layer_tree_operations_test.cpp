@@ -307,6 +307,10 @@ TEST(ReplaceFont, ReplacesOneFontInTextsAndFontKeyframes)
     const TweenScene scene = sceneHolding({text('a', "Sans"), groupNamed('g', {keyed, text('c', "")}), shape});
     EXPECT_EQ(fontsInScene(scene), (std::vector<std::string>{"", "Mono", "Sans", "Serif"}));
 
+    EXPECT_EQ(countOfFontUsers(scene, "Sans"), 2u);
+    EXPECT_EQ(countOfFontUsers(scene, ""), 1u);
+    EXPECT_EQ(countOfFontUsers(scene, "Hidden"), 0u);
+
     const auto edit = replaceFont(scene, "Sans", "Inter");
     ASSERT_TRUE(edit);
     EXPECT_EQ(edit->actionName, "Replace Font");

@@ -98,6 +98,23 @@ TEST(ShuffledBins, EveryOrderComesUpEquallyOften)
     for (const auto& [order, count] : counts) EXPECT_NEAR(count, 1000, 190); // More than six standard deviations.
 }
 
+TEST(RepeatableRandom, GivesTheSameBitsAgainUntilItIsRenewed)
+{
+    SeededRandom source(3), same(3);
+    const std::uint64_t a = same.next(), b = same.next(), c = same.next(), d = same.next();
+    RepeatableRandom random(source);
+    EXPECT_EQ(random.next(), a);
+    EXPECT_EQ(random.next(), b);
+    random.restart();
+    EXPECT_EQ(random.next(), a);
+    EXPECT_EQ(random.next(), b);
+    EXPECT_EQ(random.next(), c) << "what was not drawn before comes from the source";
+    random.renew();
+    EXPECT_EQ(random.next(), d);
+    random.restart();
+    EXPECT_EQ(random.next(), d);
+}
+
 std::vector<double> stratified(std::vector<double> pool, std::size_t n, std::vector<std::size_t> bins)
 {
     return stratifyScalars(pool, n, bins);
@@ -483,6 +500,20 @@ TEST(MixMatch, OtherwiseEachCategoryIsDealtByItself)
     }
 }
 
+TEST(MixMatch, ChoosingAnotherCategoryLeavesWhatTheOthersComeToAsItIs)
+{
+    Array<Layer> layers;
+    for (int i = 0; i < 12; ++i)
+        layers.append(layerNamed(static_cast<char>('a' + i), {{static_cast<double>(i), 0}, {static_cast<double>(i), 1}}));
+    const TweenScene scene = sceneHolding(std::move(layers));
+    for (const double bias : {0.0, 0.5, 1.0}) {
+        const TweenScene alone = dealt(scene, {.categories = {Category::x}, .bias = bias});
+        const TweenScene withMore = dealt(scene, {.categories = {Category::width, Category::x, Category::rotation}, .bias = bias});
+        EXPECT_EQ(valuesIn(alone, [](const Layer& layer) { return layer.transform.x; }),
+                  valuesIn(withMore, [](const Layer& layer) { return layer.transform.x; }));
+    }
+}
+
 TEST(MixMatch, ASecondRunStartsFromTheResultsOfTheFirst)
 {
     const MixMatchSettings settings{.categories = {Category::width}, .bias = 1};
@@ -544,11 +575,39 @@ TEST(MixMatchSheet, OpensAsItWasLeft)
 
 TEST(MixMatchSheet, ABiasOutOfItsRangeIsHeld)
 {
-    for (const auto& [stored, expected] : {std::pair{-3.0, 0.0}, {7.0, 1.0}}) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    for (const auto& [stored, expected] : {std::pair{-3.0, 0.0}, {7.0, 1.0}, {nan, 0.0}, {0.25, 0.25}}) {
         MemoryUserDefaults defaults;
         defaults.set("lksMixMatchBias", stored);
         EXPECT_EQ(MixMatchSheet::opened(defaults, 2).bias, expected);
     }
+}
+
+TEST(MixMatchSheet, WithoutTextsWhatTextsHaveIsNotOffered)
+{
+    MemoryUserDefaults defaults;
+    defaults.set("lksMixMatchCategories", "fill,textContent");
+    const TweenScene scene = sceneHolding({layerNamed('a'), groupNamed('g', {kindNamed('t', Kind::text)}), layerNamed('b')});
+    const MixMatchSheet shapes = MixMatchSheet::opened(defaults, scene, idsNamed("abx"));
+    EXPECT_EQ(shapes.selectionCount, 2u) << "x is not in the scene";
+    EXPECT_THAT(shapes.selected, ElementsAre(Category::fill, Category::textContent)) << "kept for another time";
+    EXPECT_FALSE(shapes.showsTextPool());
+    const MixMatchSheet mixed = MixMatchSheet::opened(defaults, scene, idsNamed("at"));
+    EXPECT_TRUE(mixed.showsTextPool());
+    for (const EnumCase<Category>& each : EnumTable<Category>::cases) {
+        EXPECT_EQ(shapes.offers(each.value), mixMatchSection(each.value) != "Text") << each.fileValue;
+        EXPECT_TRUE(mixed.offers(each.value));
+    }
+}
+
+TEST(MixMatchSheet, TellsWhyNothingCanBeDealt)
+{
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .selected = {Category::x}}).obstacle(), "");
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 1, .selected = {Category::x}}).obstacle(), "Select two or more layers first.");
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 2}).obstacle(), "Turn on what is to be dealt.");
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .hasTexts = false, .selected = {Category::fontSize}}).obstacle(),
+              "None of the selected layers is a text.");
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .hasTexts = false, .selected = {Category::x, Category::fontSize}}).obstacle(), "");
 }
 
 TEST(MixMatchSheet, NoneChosenStaysNone)

@@ -550,7 +550,8 @@ TEST(PerformCommand, WhatIsNotPossibleChangesNothingAndSaysWhy)
         EXPECT_EQ(editor.give(info.command), (CommandResult{unavailable, offered.reason}));
         EXPECT_EQ(editor.scene(), sampleScene());
     }
-    EXPECT_EQ(editor.give(Command::showRetime).reason, "The table of times is not in this version yet.");
+    EXPECT_EQ(editor.give(Command::showMoveModal).reason, "Select something in the timeline first.");
+    EXPECT_EQ(editor.give(Command::staggerSpans).reason, "Select two or more spans first.");
     EXPECT_EQ(editor.give(Command::group).reason, "Select layers of one group or level first.");
     EXPECT_EQ(editor.undoCount(), 0u);
 }
@@ -560,7 +561,7 @@ TEST(PerformCommand, WhatIsAboutTheWindowIsLeftToIt)
     using enum Command;
     for (const Command command :
          {exportMP4, zoomIn, zoomOut, zoomReset, fitSelection, togglePlay, renameLayer, arrowStepUp, arrowStepDown, newDocument,
-          openDocument, saveDocument, closeWindow, showSettings, showWelcome}) {
+          openDocument, saveDocument, closeWindow, showSettings, showWelcome, showRetime}) {
         SCOPED_TRACE(commandInfo(command).title);
         CommandedEditor editor;
         EXPECT_EQ(editor.layers({idOf(1)}).give(command).kind, forWindow);

@@ -287,9 +287,8 @@ TEST(CommandAvailability, WhatTheProgramDoesNotHaveSaysSoWhateverIsSelected)
         EXPECT_EQ(offered.reason, info.missing);
     }
     using enum Command;
-    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates, quickRender, quickRenderFromPlayhead, toggleAssistant, showRetime,
-                                          showMoveModal, showDilateModal, distributeSpans, staggerSpans, mixAndMatch,
-                                          replaceImage, replaceVideo, replaceFont, showCropEditor}));
+    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates, quickRender, quickRenderFromPlayhead, toggleAssistant, replaceImage,
+                                          replaceVideo}));
 }
 
 TEST(CommandConditions, ThoseOfTheSheetsAskForEnoughToWorkOn)

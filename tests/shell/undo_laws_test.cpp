@@ -1,14 +1,28 @@
+#include "canvas/crop_editor.h"
+#include "canvas/layer_arrange.h"
+#include "canvas/layer_clipboard.h"
+#include "canvas/layer_copies.h"
+#include "canvas/layer_insertion.h"
+#include "canvas/layer_tree_operations.h"
+#include "canvas/media_import.h"
+#include "canvas/mix_match.h"
+#include "canvas/restacking.h"
+#include "canvas/selected_layers.h"
+#include "canvas/selection_handles.h"
 #include "support/random_timeline.h"
 #include "support/test_editor.h"
 #include "timeline/span_edits.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,12 +41,24 @@ public:
         if (random_.chance(4)) editor_.select(random_.selection(editor_.scene()));
         if (random_.chance(8)) view().selectLayers({anyLayer()});
         if (random_.chance(8)) view().setTimelineZoom(random_.chance(2));
+        if (random_.chance(3)) return doAnythingOnTheCanvas();
         const std::array things{&Person::drag,      &Person::drag,         &Person::dragGroup,     &Person::dragAndCancel,
                                 &Person::tap,       &Person::remove,       &Person::addSpan,       &Person::addSpanAtPlayhead,
                                 &Person::addPulse,  &Person::addKeyframes, &Person::pasteSpan,     &Person::orderLayers,
                                 &Person::moveBy,    &Person::moveTo,       &Person::dilate,        &Person::distribute,
                                 &Person::stagger,   &Person::setInOrOut,   &Person::retime,        &Person::typeNumber,
                                 &Person::typeAndEscape, &Person::streamColours, &Person::scrub,    &Person::selectAtPlayhead};
+        (this->*things[random_.index(things.size())])();
+    }
+
+    void doAnythingOnTheCanvas()
+    {
+        if (random_.chance(2)) view().selectLayers(anyLayers());
+        const std::array things{&Person::dragOnCanvas, &Person::dragOnCanvas, &Person::dragAHandle, &Person::dragAndCancelOnCanvas,
+                                &Person::duplicate,    &Person::paste,        &Person::group,       &Person::ungroup,
+                                &Person::restack,      &Person::align,        &Person::distributeOnCanvas, &Person::nudge,
+                                &Person::crop,         &Person::mixAndMatch,  &Person::importMedia, &Person::replaceMedia,
+                                &Person::deleteLayers};
         (this->*things[random_.index(things.size())])();
     }
 
@@ -177,9 +203,146 @@ private:
     }
     void selectAtPlayhead() { view().selectAllAtPlayhead(); }
 
+    const LayerIDs& selected() const { return editor_.state().selectedLayerIDs; }
+    double playhead() const { return editor_.state().playhead; }
+    LayerIDs anyLayers()
+    {
+        LayerIDs ids;
+        for (std::size_t i = random_.index(4); i > 0; --i) ids.insert(anyLayer());
+        return ids;
+    }
+    /// So that a person who copies copies does not fill the memory.
+    bool isCrowded() const { return layerCount(editor_.scene().layers) > 60; }
+    CGPoint anyPoint() { return {random_.between(-100, 2000), random_.between(-100, 1200)}; }
+
+    Modifiers anyModifiers()
+    {
+        return {.command = random_.chance(4), .shift = random_.chance(4), .option = random_.chance(4) && !isCrowded()};
+    }
+    void pressAndWander(CGPoint from)
+    {
+        const Modifiers modifiers = anyModifiers();
+        view().pressCanvas({.view = from, .modifiers = modifiers}, {});
+        for (int i = 0; i < 3; ++i)
+            view().dragCanvas({.view = {from.x + random_.between(-80, 80), from.y + random_.between(-80, 80)},
+                               .modifiers = random_.chance(4) ? anyModifiers() : modifiers});
+        if (random_.chance(6)) view().dragCanvas({.view = from, .modifiers = modifiers});
+    }
+    void dragOnCanvas()
+    {
+        pressAndWander(anyPoint());
+        view().releaseCanvas({});
+    }
+    void dragAHandle()
+    {
+        const UUID layer = anyLayer();
+        view().selectLayers({layer});
+        const auto frame = selectionFrame(editor_.scene(), layer, playhead());
+        if (!frame) return;
+        const SceneFit fit{};
+        pressAndWander(random_.chance(3) ? rotateHandleViewPoint(*frame, fit)
+                                         : frame->viewPoint(static_cast<SelectionHandle>(random_.index(selectionHandleCount)), fit));
+        view().releaseCanvas({});
+    }
+    void dragAndCancelOnCanvas()
+    {
+        pressAndWander(anyPoint());
+        view().cancelCanvasPress();
+    }
+    void duplicate()
+    {
+        if (!isCrowded()) editor_.perform(duplicateSelected(editor_.scene(), selected()));
+    }
+    void paste()
+    {
+        if (isCrowded()) return;
+        MemoryPasteboard pasteboard;
+        if (copySelection(editor_.scene(), selected(), pasteboard)) editor_.perform(pasteSelection(editor_.scene(), pasteboard));
+    }
+    void group()
+    {
+        if (!isCrowded()) editor_.perform(groupSelection(editor_.scene(), selected()));
+    }
+    void ungroup() { editor_.perform(ungroupSelection(editor_.scene(), selected(), playhead())); }
+    void restack()
+    {
+        const std::array ways{&bringToFront, &bringForward, &sendBackward, &sendToBack};
+        editor_.perform(ways[random_.index(ways.size())](editor_.scene(), selected()));
+    }
+    void align()
+    {
+        editor_.perform(alignSelected(editor_.scene(), selected(), static_cast<AlignEdge>(random_.index(6)), playhead()));
+    }
+    void distributeOnCanvas()
+    {
+        editor_.perform(distributeSelected(editor_.scene(), selected(),
+                                           random_.chance(2) ? DistributeAxis::horizontal : DistributeAxis::vertical, playhead()));
+    }
+    void nudge()
+    {
+        editor_.perform(nudgeSelected(editor_.scene(), selected(), {random_.between(-9, 9), nudgeStep(random_.chance(2))}, playhead()));
+    }
+    void crop()
+    {
+        CropEditorBus bus;
+        if (!bus.open(anyLayer(), /*freshToggle=*/random_.chance(2), editor_.scene())) return;
+        editor_.perform(bus.done({{random_.between(0, 0.5), 0}, {0.5, random_.between(0.1, 1)}}, editor_.scene()));
+    }
+    void mixAndMatch()
+    {
+        using Category = MixMatchCategory;
+        editor_.perform(applyMixAndMatch(
+            editor_.scene(), selected(),
+            {.categories = {Category::fill, Category::rotation}, .bias = random_.between(0, 1), .distributeAsSet = random_.chance(2)}));
+    }
+    /// The layer of an image or a video that was read.
+    static Layer media(Layer::Kind kind, std::uint8_t content)
+    {
+        Layer layer = newLayer(kind);
+        layer.size = {40, 30};
+        if (kind == Layer::Kind::image) layer.imageData = Bytes({content});
+        else layer.videoURL = SharedString("file:///" + std::to_string(content));
+        return layer;
+    }
+    void importMedia()
+    {
+        if (isCrowded()) return;
+        Array<Layer> layers;
+        for (std::size_t i = random_.index(4); i > 0; --i)
+            layers.append(media(random_.chance(2) ? Layer::Kind::image : Layer::Kind::video, static_cast<std::uint8_t>(i)));
+        editor_.perform(importMediaFiles(editor_.scene(), layers, anyPoint()));
+    }
+    void replaceMedia()
+    {
+        const auto content = static_cast<std::uint8_t>(random_.index(3));
+        editor_.perform(replaceImageMedia(editor_.scene(), anyLayer(), media(Layer::Kind::image, content)));
+    }
+    void deleteLayers()
+    {
+        if (layerCount(editor_.scene().layers) > 8) editor_.perform(deleteSelected(editor_.scene(), {anyLayer()}));
+    }
+
     TestEditor& editor_;
     RandomTimeline& random_;
 };
+
+/// The timeline's scenes with their layers all over the canvas.
+TweenScene scattered(TweenScene scene, RandomTimeline& random)
+{
+    const std::function<void(Array<Layer>&)> scatter = [&](Array<Layer>& layers) {
+        if (layers.empty()) return;
+        for (Layer& layer : layers.edit()) {
+            layer.transform.x = random.between(0, 1500);
+            layer.transform.y = random.between(0, 800);
+            layer.size = {random.between(20, 400), random.between(20, 300)};
+            if (random.chance(4)) layer.transform.rotation = random.between(-90, 90);
+            if (layer.kind == Layer::Kind::rectangle && random.chance(4)) layer.kind = Layer::Kind::image;
+            scatter(layer.children);
+        }
+    };
+    scatter(scene.layers);
+    return scene;
+}
 
 bool holdsDeadReference(const EditorState& state)
 {
@@ -206,7 +369,7 @@ TEST(UndoLaws, TwoHundredRandomOperationsAreUndoneAndRedoneStepByStep)
 {
     EXPECT_TRUE(rc::check([](std::uint64_t seed) {
         RandomTimeline random(seed);
-        TestEditor editor(random.scene());
+        TestEditor editor(scattered(random.scene(), random));
         Person person(editor, random);
         std::vector<TweenScene> states{editor.scene()};
         std::vector<std::string> names{""};
@@ -241,11 +404,31 @@ TEST(UndoLaws, TwoHundredRandomOperationsAreUndoneAndRedoneStepByStep)
     }));
 }
 
+TEST(UndoLaws, ThePersonDoesEverythingNowAndThen)
+{
+    std::set<std::string> names;
+    for (std::uint64_t seed = 0; seed < 40; ++seed) {
+        RandomTimeline random(seed);
+        TestEditor editor(scattered(random.scene(), random));
+        Person person(editor, random);
+        for (int i = 0; i < 200; ++i) {
+            person.doAnything();
+            names.insert(editor.undoName());
+        }
+    }
+    EXPECT_THAT(names, testing::IsSupersetOf(
+                           {"Add 2 Items",   "Add Image",       "Add Video",    "Align",   "Bring Forward",
+                            "Bring to Front", "Delete Layer",   "Distribute Horizontally", "Distribute Vertically",
+                            "Duplicate Layer", "Duplicate Layers", "Edit Crop", "Group",   "Mix & Match",
+                            "Move",          "Nudge",           "Paste",        "Replace Image", "Resize",
+                            "Rotate",        "Send Backward",   "Send to Back", "Ungroup", "Move Span", "Add Pulse"}));
+}
+
 TEST(UndoLaws, AWalkBackAndForthAmongEditsAlwaysShowsTheSceneOfItsPlace)
 {
     EXPECT_TRUE(rc::check([](std::uint64_t seed) {
         RandomTimeline random(seed);
-        TestEditor editor(random.scene());
+        TestEditor editor(scattered(random.scene(), random));
         Person person(editor, random);
         std::vector<TweenScene> states{editor.scene()};
         std::size_t place = 0;

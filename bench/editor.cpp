@@ -1,0 +1,264 @@
+// What the editor's window costs a person who waits: drawing the canvas anew and not anew, a step of a drag, a tick of playback,
+// the timeline of a large scene, the first window, and a large document. Without a screen: what the window system adds to each
+// picture is not in the figures. An argument names the one part to measure: cards, text, timeline or opening.
+
+#include "bench_scenes.h"
+#include "document/file_format.h"
+#include "platform/pasteboard.h"
+#include "views/canvas_view.h"
+#include "views/editor_window.h"
+#include "views/style.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace larkspool;
+
+constexpr int passes = 120;
+constexpr QSize canvasSize(1600, 900);
+
+/// Milliseconds of one call of `pass(i)`: in the middle, what 95 of 100 stay below, and in the middle of the thread's own work,
+/// which other programs on the machine do not add to.
+struct Times {
+    double median = 0, most = 0, work = 0;
+};
+
+double threadMilliseconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+template <typename Pass>
+Times timesOf(Pass pass, int count = passes)
+{
+    std::vector<double> milliseconds, work;
+    for (int i = 0; i < count; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        const double before = threadMilliseconds();
+        pass(i);
+        work.push_back(threadMilliseconds() - before);
+        milliseconds.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
+    }
+    std::ranges::sort(milliseconds);
+    std::ranges::sort(work);
+    const std::size_t size = milliseconds.size();
+    return {milliseconds[size / 2], milliseconds[size * 95 / 100], work[size / 2]};
+}
+
+void report(const char* what, Times times)
+{
+    std::printf("  %-58s %8.2f ms  %8.2f ms  %8.2f ms\n", what, times.median, times.most, times.work);
+}
+
+class MemoryDefaults final : public UserDefaults {
+public:
+    std::optional<Value> value(std::string_view key) const override
+    {
+        const auto found = values_.find(key);
+        return found == values_.end() ? std::nullopt : std::optional(found->second);
+    }
+
+protected:
+    void store(std::string_view key, Value value) override { values_.insert_or_assign(std::string(key), std::move(value)); }
+    void discard(std::string_view key) override { values_.erase(values_.find(key)); }
+
+private:
+    std::map<std::string, Value, std::less<>> values_;
+};
+
+struct World {
+    MemoryDefaults defaults;
+    MemoryPasteboard pasteboard;
+    Workspace workspace{.defaults = defaults, .pasteboard = pasteboard, .recents = RecentDocuments("")};
+};
+
+std::unique_ptr<EditorWindow> shownWindow(DocumentFile file, World& world, QSize size = {1500, 950})
+{
+    auto window = std::make_unique<EditorWindow>(std::move(file), world.workspace);
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    window->resize(size);
+    window->show();
+    QApplication::processEvents();
+    return window;
+}
+
+/// A window whose canvas is of the size that is measured.
+std::unique_ptr<EditorWindow> windowWithCanvas(TweenDocument document, World& world)
+{
+    auto window = shownWindow(DocumentFile(std::move(document)), world, {2200, 1500});
+    const QSize beside = window->size() - window->canvas().size();
+    window->resize(canvasSize + beside);
+    QApplication::processEvents();
+    window->canvas().fit(CanvasView::FitTo::scene);
+    QApplication::processEvents();
+    return window;
+}
+
+void measureCanvas(const char* name, TweenDocument document)
+{
+    World world;
+    const auto window = windowWithCanvas(std::move(document), world);
+    CanvasView& canvas = window->canvas();
+    EditorView& editor = window->editor();
+    const double duration = editor.scene().duration;
+    std::printf("%s, canvas of %d x %d\n", name, canvas.width(), canvas.height());
+    report("canvas drawn anew", timesOf([&](int i) {
+               editor.setPlayhead(duration * i / passes);
+               canvas.repaint();
+           }));
+    report("canvas drawn again with nothing changed", timesOf([&](int) { canvas.repaint(); }));
+    editor.setPlayhead(0);
+    report("tick of playback, with the whole window", timesOf([&](int) {
+               window->playback().tick();
+               window->refresh();
+               QApplication::processEvents();
+           }));
+
+    editor.setPlayhead(duration / 2);
+    window->refresh();
+    const Layer& first = editor.scene().layers[0];
+    const CGPoint from = canvas.sceneFit().viewFromScene(
+        {first.transform.x + first.size.width / 2, first.transform.y + first.size.height / 2});
+    const auto send = [&](QEvent::Type type, QPointF at, Qt::MouseButtons buttons) {
+        QMouseEvent event(type, at, canvas.mapToGlobal(at), Qt::LeftButton, buttons, Qt::NoModifier);
+        QApplication::sendEvent(&canvas, &event);
+    };
+    send(QEvent::MouseButtonPress, {from.x, from.y}, Qt::LeftButton);
+    report("step of a drag on the canvas, with the whole window", timesOf([&](int i) {
+               send(QEvent::MouseMove, {from.x + 6 + i, from.y + 4 + i / 2}, Qt::LeftButton);
+               QApplication::processEvents();
+           }));
+    send(QEvent::MouseButtonRelease, {from.x, from.y}, Qt::NoButton);
+}
+
+/// 500 layers with a span, two pulses and 20 keyframes each.
+TweenDocument largeTimeline()
+{
+    constexpr std::uint64_t layerCount = 500, keyframesEach = 20;
+    TweenScene scene{.fps = 60, .duration = 60};
+    std::uint64_t number = 0;
+    using Property = Keyframe::AnimatableProperty;
+    constexpr Property properties[] = {Property::x, Property::y, Property::opacity, Property::rotation};
+    for (std::uint64_t i = 0; i < layerCount; ++i) {
+        Layer layer{.id = {1, ++number}, .name = "Layer " + std::to_string(i)};
+        layer.spans.append({.id = {1, ++number}, .start = 0.1 * static_cast<double>(i % 40), .end = 50, .effects = {SpanEffect{}}});
+        for (std::uint64_t k = 0; k < keyframesEach; ++k)
+            layer.keyframes.append({.id = {1, ++number},
+                                    .property = properties[k % 4],
+                                    .time = 1 + static_cast<double>(k) * 2.7 + 0.01 * static_cast<double>(i),
+                                    .value = 0.5,
+                                    .wait = k % 5 == 0 ? 0.4 : 0});
+        layer.pulses.append({.id = {1, ++number}, .time = 5});
+        scene.layers.append(layer);
+    }
+    TweenDocument document;
+    document.scenes = {scene};
+    return document;
+}
+
+void measureTimeline()
+{
+    World world;
+    const auto window = shownWindow(DocumentFile(largeTimeline()), world, {2560, 1440});
+    EditorView& editor = window->editor();
+    auto* rows = window->findChild<QWidget*>("timelineTracks");
+    std::printf("500 layers and 10,000 keyframes, timeline of %d x %d\n", rows->width(), rows->height());
+    const auto measure = [&](const char* anew, const char* moved) {
+        report(anew, timesOf([&](int i) {
+                   QApplication::sendEvent(rows, std::make_unique<QEvent>(QEvent::StyleChange).get()); // Forgets what it has painted.
+                   editor.setPlayhead(0.1 * i);
+                   rows->repaint();
+               }));
+        report(moved, timesOf([&](int i) {
+                   editor.setPlayhead(0.1 * i);
+                   rows->repaint();
+               }));
+    };
+    measure("rows of the scene painted anew", "rows of the scene, the playhead moved");
+    LayerIDs all;
+    for (const Layer& layer : editor.scene().layers) all.insert(layer.id);
+    editor.selectLayers(all);
+    window->refresh();
+    QApplication::processEvents();
+    measure("rows of all layers painted anew", "rows of all layers, the playhead moved");
+    report("edit of one layer, with the whole window", timesOf(
+                                                           [&](int i) {
+                                                               editor.mutate("Edit", [&](TweenScene& scene) {
+                                                                   scene.layers.edit()[0].opacity = 1.0 / (i + 1);
+                                                               });
+                                                               window->refresh();
+                                                               QApplication::processEvents();
+                                                           },
+                                                           20));
+}
+
+/// A document of so many bytes, nearly all of them pictures.
+std::string largeDocument(std::size_t bytes)
+{
+    TweenDocument document = cardsDocument();
+    TweenScene scene = document.scene();
+    std::mt19937 random(7);
+    constexpr std::size_t pictures = 12;
+    for (std::size_t i = 0; i < pictures; ++i) {
+        std::vector<std::uint8_t> data(bytes * 3 / 4 / pictures); // Each three bytes are four characters.
+        for (std::uint8_t& byte : data) byte = static_cast<std::uint8_t>(random());
+        scene.layers.append({.id = {2, i}, .name = "Picture", .kind = Layer::Kind::image, .imageData = Bytes(std::move(data))});
+    }
+    document.setScene(std::move(scene));
+    const std::string path = (std::filesystem::temp_directory_path() / "larkspool-bench-large.larkspool").string();
+    DocumentFile file{TweenDocument()};
+    file.save(document, path);
+    return path;
+}
+
+void measureOpening()
+{
+    constexpr std::size_t bytes = 60'000'000;
+    const std::string path = largeDocument(bytes);
+    std::printf("document of %.1f MB\n", static_cast<double>(std::filesystem::file_size(path)) / 1e6);
+    World world;
+    std::optional<DocumentFile> file;
+    report("read", timesOf([&](int) { file = DocumentFile::open(path); }, 5));
+    report("window of it, painted", timesOf([&](int) { shownWindow(*file, world).reset(); }, 5));
+    std::filesystem::remove(path);
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    const auto start = std::chrono::steady_clock::now();
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication toolkit(count, arguments);
+    applyLook();
+    {
+        World world;
+        const auto window = shownWindow(DocumentFile(TweenDocument()), world);
+        const double first = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+        std::printf("  %-58s   median    95 of 100         work\n", "");
+        report("from the start to the first window, painted", {first, first, first});
+        report("a further window, painted", timesOf([&](int) { shownWindow(DocumentFile(TweenDocument()), world).reset(); }, 10));
+    }
+    const std::string only = count > 1 ? arguments[1] : "";
+    const auto isAsked = [&](const char* part) { return only.empty() || only == part; };
+    if (isAsked("cards")) measureCanvas("cards", cardsDocument());
+    if (isAsked("text")) measureCanvas("text", textDocument());
+    if (isAsked("timeline")) measureTimeline();
+    if (isAsked("opening")) measureOpening();
+}

@@ -1,0 +1,293 @@
+#include "views/transcript_rows.h"
+
+#include "views/controls.h"
+#include "views/icons.h"
+#include "views/markdown_html.h"
+#include "views/theme.h"
+
+#include <QBoxLayout>
+#include <QDesktopServices>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QStyleOption>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace larkspool {
+
+namespace {
+
+constexpr double cardRadius = 8, bubbleRadius = 12, bubbleShare = 0.84;
+constexpr int bubblePaddingX = 12, bubblePaddingY = 8, highestDetails = 240, badgeIndent = 24;
+
+struct GlyphIcon {
+    std::string_view glyph;
+    const char* icon;
+};
+constexpr GlyphIcon glyphIcons[] = {
+    {"doc.text.magnifyingglass", "read-scene"},
+    {"wand.and.stars", "wand"},
+    {"wrench.and.screwdriver", "wrench"},
+    {"exclamationmark.triangle", "warning"},
+    {"checkmark.circle", "done"},
+    {"chevron.right", "chevron-right"},
+    {"chevron.down", "chevron-down"},
+    {AssistantPanel::titleGlyph, "assistant"},
+    {AssistantPanel::clearGlyph, "trash"},
+    {AssistantPanel::sendGlyph, "send"},
+};
+
+void fillRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawRoundedRect(rect, radius, radius);
+}
+
+void colorWords(QLabel& label, const QColor& color)
+{
+    QPalette palette = label.palette();
+    palette.setColor(QPalette::WindowText, color);
+    label.setPalette(palette);
+}
+
+QLabel* iconLabel(const QString& icon, int size, const QColor& color, QWidget* parent)
+{
+    auto* result = new QLabel(parent);
+    result->setFixedSize(size, size);
+    result->setPixmap(iconPixmap(icon, size, color, parent->devicePixelRatioF()));
+    return result;
+}
+
+/// The line of a card that is pressed to open it.
+class CardHead final : public QAbstractButton {
+public:
+    explicit CardHead(QWidget* parent) : QAbstractButton(parent)
+    {
+        setFocusPolicy(Qt::TabFocus);
+        setCursor(Qt::PointingHandCursor);
+        setCheckable(true);
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+            click();
+        else
+            QAbstractButton::keyPressEvent(event);
+    }
+    void paintEvent(QPaintEvent*) override
+    {
+        QStyleOption option;
+        option.initFrom(this);
+        if (!hasFocus() || !(option.state & QStyle::State_KeyboardFocusChange)) return;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(theme().focusRing, 2));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), cardRadius, cardRadius);
+    }
+};
+
+QWidget* answerRow(const AssistantMarkdownText& text, QWidget* parent)
+{
+    QLabel* answer = label({}, TextStyle::body, LabelTone::text, parent);
+    answer->setTextFormat(Qt::RichText);
+    answer->setWordWrap(true);
+    answer->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
+    answer->setText(markdownHTML(text));
+    answer->setAccessibleName(QString::fromStdString(text.source));
+    QObject::connect(answer, &QLabel::linkActivated, answer, [](const QString& link) {
+        const QUrl url(link);
+        if (url.scheme() == "https" || url.scheme() == "http")
+            QDesktopServices::openUrl(url); // What the model writes is not trusted.
+    });
+    return answer;
+}
+
+QWidget* callRow(const ToolCallCard& card, QWidget* parent)
+{
+    const ToolCallCard::Friendly friendly = card.friendly();
+    return new CardRow({.glyph = friendly.glyph,
+                        .words = QString::fromStdString(friendly.label),
+                        .badge = QString::fromStdString(friendly.badge.value_or(""))},
+                       ToolCallCard::prettyJSON(card.input), parent);
+}
+
+QWidget* resultRow(const ToolResultCard& card, QWidget* parent)
+{
+    const ToolResultCard::Summary summary = card.summary();
+    const bool isFailure = summary.tone == ToolResultCard::Tone::bad;
+    return new CardRow(
+        {.glyph = summary.glyph, .words = QString::fromStdString(summary.text), .isFailure = isFailure, .isDone = !isFailure},
+        card.details(), parent);
+}
+
+} // namespace
+
+QString iconForGlyph(std::string_view glyph)
+{
+    const auto found = std::ranges::find(glyphIcons, glyph, &GlyphIcon::glyph);
+    return found != std::ranges::end(glyphIcons) ? found->icon : QString();
+}
+
+// ---------------------------------------------------------------- the person's words
+
+BubbleRow::BubbleRow(QString words, QWidget* parent) : QWidget(parent), words_(std::move(words))
+{
+    setFont(textFont(TextStyle::body));
+    setAccessibleName(words_);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+}
+
+QRect BubbleRow::textRect(int width) const
+{
+    const int room = std::max(static_cast<int>(width * bubbleShare) - 2 * bubblePaddingX, 1);
+    return fontMetrics().boundingRect(QRect(0, 0, room, 1 << 20), Qt::TextWordWrap | Qt::TextWrapAnywhere, words_);
+}
+
+int BubbleRow::heightForWidth(int width) const
+{
+    return textRect(width).height() + 2 * bubblePaddingY;
+}
+
+QSize BubbleRow::sizeHint() const
+{
+    return {120, heightForWidth(std::max(width(), 120))};
+}
+
+void BubbleRow::paintEvent(QPaintEvent*)
+{
+    const QRect text = textRect(width());
+    const QRect bubble(width() - text.width() - 2 * bubblePaddingX, 0, text.width() + 2 * bubblePaddingX, height());
+    QPainter painter(this);
+    fillRounded(painter, bubble, bubbleRadius, theme().accentSoft);
+    painter.setPen(theme().text);
+    painter.drawText(bubble.adjusted(bubblePaddingX, bubblePaddingY, -bubblePaddingX, -bubblePaddingY),
+                     Qt::TextWordWrap | Qt::TextWrapAnywhere, words_);
+}
+
+// ---------------------------------------------------------------- cards
+
+CardRow::CardRow(const Look& look, std::string details, QWidget* parent)
+    : QWidget(parent), text_(std::move(details)), isFailure_(look.isFailure)
+{
+    const Theme& t = theme();
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+
+    head_ = new CardHead(this);
+    head_->setAccessibleName(look.badge.isEmpty() ? look.words : look.words + ", " + look.badge);
+    head_->setToolTip("Show all of it");
+    auto* lines = new QVBoxLayout(head_);
+    lines->setContentsMargins(10, 6, 8, 6);
+    lines->setSpacing(0);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(8);
+    const QColor tone = isFailure_ ? t.dangerText : look.isDone ? t.success : t.icon;
+    row->addWidget(iconLabel(iconForGlyph(look.glyph), 16, tone, head_), 0, Qt::AlignTop);
+    QLabel* words = label(look.words, TextStyle::bodyMedium, LabelTone::text, head_);
+    words->setWordWrap(true);
+    words->setMinimumHeight(18);
+    if (isFailure_) colorWords(*words, t.dangerText);
+    row->addWidget(words, 1);
+    chevron_ = iconLabel(iconForGlyph(chevronGlyph(isExpanded())), 12, t.textSecondary, head_);
+    row->addWidget(chevron_, 0, Qt::AlignVCenter);
+    lines->addLayout(row);
+    if (!look.badge.isEmpty()) {
+        QLabel* badge = label(look.badge, TextStyle::caption, LabelTone::secondary, head_);
+        badge->setWordWrap(true);
+        badge->setContentsMargins(badgeIndent, 0, 0, 0);
+        lines->addWidget(badge);
+    }
+    for (QLabel* part : head_->findChildren<QLabel*>()) part->setAttribute(Qt::WA_TransparentForMouseEvents);
+    column->addWidget(head_);
+    connect(head_, &QAbstractButton::clicked, this, [this](bool isOpen) { setExpanded(isOpen); });
+}
+
+void CardRow::setExpanded(bool expanded)
+{
+    if (expanded == isExpanded()) return;
+    head_->setChecked(expanded);
+    chevron_->setPixmap(iconPixmap(iconForGlyph(chevronGlyph(expanded)), 12, theme().textSecondary, devicePixelRatioF()));
+    if (!expanded) {
+        delete details_;
+        details_ = nullptr;
+        return;
+    }
+    details_ = new QPlainTextEdit(this);
+    details_->setAccessibleName("All of it");
+    details_->setReadOnly(true);
+    details_->setFrameShape(QFrame::NoFrame);
+    details_->setFont([] {
+        QFont mono("DejaVu Sans Mono");
+        mono.setPixelSize(11);
+        return mono;
+    }());
+    QPalette palette = details_->palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    palette.setColor(QPalette::Text, theme().text);
+    details_->setPalette(palette);
+    details_->setPlainText(QString::fromStdString(text_));
+    details_->document()->setDocumentMargin(10);
+    const int lines = std::min(details_->document()->blockCount() + 1, 40);
+    details_->setFixedHeight(std::min(lines * details_->fontMetrics().lineSpacing() + 24, highestDetails));
+    layout()->addWidget(details_);
+}
+
+void CardRow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    fillRounded(painter, rect(), cardRadius, isFailure_ ? theme().dangerSoft : theme().field);
+}
+
+QWidget* transcriptRowView(const TranscriptRow& row, QWidget* parent)
+{
+    struct View {
+        QWidget* parent;
+
+        QWidget* operator()(const PersonBubble& bubble) const
+        {
+            return new BubbleRow(QString::fromStdString(bubble.text), parent);
+        }
+        QWidget* operator()(const AssistantMarkdownText& text) const { return answerRow(text, parent); }
+        QWidget* operator()(const ToolCallCard& card) const { return callRow(card, parent); }
+        QWidget* operator()(const ToolResultCard& card) const { return resultRow(card, parent); }
+    };
+    return std::visit(View{parent}, row);
+}
+
+// ---------------------------------------------------------------- errors
+
+ErrorRow::ErrorRow(QWidget* parent) : QWidget(parent)
+{
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(10, 8, 10, 8);
+    row->setSpacing(8);
+    row->addWidget(iconLabel("warning", 16, theme().dangerText, this), 0, Qt::AlignTop);
+    words_ = label({}, TextStyle::body, LabelTone::text, this);
+    words_->setWordWrap(true);
+    words_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    colorWords(*words_, theme().dangerText);
+    row->addWidget(words_, 1);
+}
+
+void ErrorRow::setWords(const QString& words)
+{
+    words_->setText(words);
+    setAccessibleName(words);
+}
+
+void ErrorRow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    fillRounded(painter, rect(), cardRadius, theme().dangerSoft);
+}
+
+} // namespace larkspool
