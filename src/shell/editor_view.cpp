@@ -20,7 +20,13 @@ EditorView::EditorView(TweenDocument document, Services services)
 
 void EditorView::endWhatIsUnderWay()
 {
-    if (overlay_.isDragging()) releaseCanvas({});
+    if (overlay_.isDragging()) {
+        const InteractionOverlay::State& press = overlay_.state();
+        if (press.bodyDragArmed || press.dragMutated)
+            releaseCanvas({});
+        else
+            cancelCanvasPress(); // It is no drag yet, and no click either.
+    }
     if (press_ && press_->gesture) releaseTimelineItems({});
     cancelTimelinePress(); // One that is no drag yet is no tap either.
     endMarquee();

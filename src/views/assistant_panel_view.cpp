@@ -66,7 +66,7 @@ public:
         setFocusPolicy(Qt::TabFocus);
         setAttribute(Qt::WA_Hover);
         setToolTip("Put this into the field below");
-        QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+        QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
         policy.setHeightForWidth(true);
         setSizePolicy(policy);
     }
@@ -139,7 +139,6 @@ Composer::Composer(int mostLines, QWidget* parent) : QPlainTextEdit(parent), mos
     setFrameShape(QFrame::NoFrame);
     setFont(textFont(TextStyle::body));
     setTabChangesFocus(true);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     QPalette palette = this->palette();
     palette.setColor(QPalette::Base, Qt::transparent);
@@ -154,9 +153,10 @@ Composer::Composer(int mostLines, QWidget* parent) : QPlainTextEdit(parent), mos
 
 void Composer::fitHeight()
 {
-    const double lines = std::clamp(document()->documentLayout()->documentSize().height(), 1.0, static_cast<double>(mostLines_));
-    const int margins = 2 * static_cast<int>(document()->documentMargin());
-    setFixedHeight(static_cast<int>(std::ceil(lines * fontMetrics().lineSpacing())) + margins);
+    const double lines = document()->documentLayout()->documentSize().height(), shown = std::clamp<double>(lines, 1, mostLines_);
+    const double height = shown * QFontMetricsF(font()).lineSpacing() + 2 * document()->documentMargin();
+    setVerticalScrollBarPolicy(lines > mostLines_ ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    setFixedHeight(static_cast<int>(std::ceil(height)));
 }
 
 void Composer::keyPressEvent(QKeyEvent* event)

@@ -270,6 +270,7 @@ void CanvasView::resizeEvent(QResizeEvent*)
 
 void CanvasView::wheelEvent(QWheelEvent* event)
 {
+    if (context_.editor.isDraggingCanvas()) return; // What is dragged keeps the view that it was pressed in.
     if (event->modifiers() & Qt::ControlModifier) {
         zoomTo(zoom_ * std::exp2(event->angleDelta().y() / 480.0), asPoint(event->position()));
         return;

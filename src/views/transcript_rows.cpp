@@ -5,15 +5,20 @@
 #include "views/markdown_html.h"
 #include "views/theme.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QBoxLayout>
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QStyleOption>
+#include <QTextBrowser>
+#include <QTextDocument>
 #include <QUrl>
+#include <QWheelEvent>
 
 #include <algorithm>
+#include <cmath>
 
 namespace larkspool {
 
@@ -70,6 +75,7 @@ public:
         setFocusPolicy(Qt::TabFocus);
         setCursor(Qt::PointingHandCursor);
         setCheckable(true);
+        setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred); // As high as its words ask at the width that there is.
     }
 
 protected:
@@ -92,20 +98,59 @@ protected:
     }
 };
 
-QWidget* answerRow(const AssistantMarkdownText& text, QWidget* parent)
+/// An answer of the model, as high as its text.
+class AnswerRow final : public QTextBrowser {
+public:
+    AnswerRow(const AssistantMarkdownText& text, QWidget* parent) : QTextBrowser(parent)
+    {
+        setAccessibleName(QString::fromStdString(text.source));
+        setFrameShape(QFrame::NoFrame);
+        setFont(textFont(TextStyle::body));
+        setFocusPolicy(Qt::ClickFocus);
+        setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        QPalette colors = palette();
+        colors.setColor(QPalette::Base, Qt::transparent);
+        colors.setColor(QPalette::Text, theme().text);
+        setPalette(colors);
+        document()->setDocumentMargin(0);
+        setOpenLinks(false);
+        connect(this, &QTextBrowser::anchorClicked, this, [](const QUrl& url) {
+            if (url.scheme() == "https" || url.scheme() == "http") QDesktopServices::openUrl(url); // The model is not trusted.
+        });
+        setHtml(markdownHTML(text));
+        fitHeight();
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override
+    {
+        QTextBrowser::resizeEvent(event);
+        fitHeight(); // Lines are broken anew.
+    }
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); } // It is the transcript that scrolls.
+
+private:
+    void fitHeight() { setFixedHeight(static_cast<int>(std::ceil(document()->size().height()))); }
+};
+
+/// The words with places to break in what is longer than a line may be: within an identifier where its parts meet.
+QString breakable(const QString& words)
 {
-    QLabel* answer = label({}, TextStyle::body, LabelTone::text, parent);
-    answer->setTextFormat(Qt::RichText);
-    answer->setWordWrap(true);
-    answer->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
-    answer->setText(markdownHTML(text));
-    answer->setAccessibleName(QString::fromStdString(text.source));
-    QObject::connect(answer, &QLabel::linkActivated, answer, [](const QString& link) {
-        const QUrl url(link);
-        if (url.scheme() == "https" || url.scheme() == "http")
-            QDesktopServices::openUrl(url); // What the model writes is not trusted.
-    });
-    return answer;
+    constexpr int longEnough = 8, tooLong = 24;
+    QString result;
+    int run = 0;
+    for (const QChar c : words) {
+        run = c.isSpace() ? 0 : run + 1;
+        result += c;
+        const bool isJoint = run >= longEnough && c.isPunct();
+        const bool isPart = c.isHighSurrogate() || c.isMark() || c == QChar(0x200D);
+        if (isPart || (!isJoint && run < tooLong)) continue;
+        result += QChar(0x200B);
+        run = 0;
+    }
+    return result;
 }
 
 QWidget* callRow(const ToolCallCard& card, QWidget* parent)
@@ -136,24 +181,29 @@ QString iconForGlyph(std::string_view glyph)
 
 // ---------------------------------------------------------------- the person's words
 
-BubbleRow::BubbleRow(QString words, QWidget* parent) : QWidget(parent), words_(std::move(words))
+BubbleRow::BubbleRow(const QString& words, QWidget* parent) : QWidget(parent), words_(new QTextDocument(this))
 {
-    setFont(textFont(TextStyle::body));
-    setAccessibleName(words_);
-    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+    setAccessibleName(words);
+    words_->setDefaultFont(textFont(TextStyle::body));
+    words_->setDocumentMargin(0);
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    words_->setDefaultTextOption(option);
+    words_->setPlainText(words);
+    QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
 }
 
-QRect BubbleRow::textRect(int width) const
+QSize BubbleRow::textSize(int width) const
 {
-    const int room = std::max(static_cast<int>(width * bubbleShare) - 2 * bubblePaddingX, 1);
-    return fontMetrics().boundingRect(QRect(0, 0, room, 1 << 20), Qt::TextWordWrap | Qt::TextWrapAnywhere, words_);
+    words_->setTextWidth(std::max(width * bubbleShare - 2 * bubblePaddingX, 1.0));
+    return {static_cast<int>(std::ceil(words_->idealWidth())), static_cast<int>(std::ceil(words_->size().height()))};
 }
 
 int BubbleRow::heightForWidth(int width) const
 {
-    return textRect(width).height() + 2 * bubblePaddingY;
+    return textSize(width).height() + 2 * bubblePaddingY;
 }
 
 QSize BubbleRow::sizeHint() const
@@ -163,13 +213,14 @@ QSize BubbleRow::sizeHint() const
 
 void BubbleRow::paintEvent(QPaintEvent*)
 {
-    const QRect text = textRect(width());
+    const QSize text = textSize(width());
     const QRect bubble(width() - text.width() - 2 * bubblePaddingX, 0, text.width() + 2 * bubblePaddingX, height());
     QPainter painter(this);
     fillRounded(painter, bubble, bubbleRadius, theme().accentSoft);
-    painter.setPen(theme().text);
-    painter.drawText(bubble.adjusted(bubblePaddingX, bubblePaddingY, -bubblePaddingX, -bubblePaddingY),
-                     Qt::TextWordWrap | Qt::TextWrapAnywhere, words_);
+    painter.translate(bubble.x() + bubblePaddingX, bubblePaddingY);
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.palette.setColor(QPalette::Text, theme().text);
+    words_->documentLayout()->draw(&painter, context);
 }
 
 // ---------------------------------------------------------------- cards
@@ -192,9 +243,9 @@ CardRow::CardRow(const Look& look, std::string details, QWidget* parent)
     row->setSpacing(8);
     const QColor tone = isFailure_ ? t.dangerText : look.isDone ? t.success : t.icon;
     row->addWidget(iconLabel(iconForGlyph(look.glyph), 16, tone, head_), 0, Qt::AlignTop);
-    QLabel* words = label(look.words, TextStyle::bodyMedium, LabelTone::text, head_);
+    QLabel* words = label(breakable(look.words), TextStyle::bodyMedium, LabelTone::text, head_);
     words->setWordWrap(true);
-    words->setMinimumHeight(18);
+    words->setMinimumSize(1, 18); // A word that is longer than the line is cut rather than widening all.
     if (isFailure_) colorWords(*words, t.dangerText);
     row->addWidget(words, 1);
     chevron_ = iconLabel(iconForGlyph(chevronGlyph(isExpanded())), 12, t.textSecondary, head_);
@@ -256,7 +307,7 @@ QWidget* transcriptRowView(const TranscriptRow& row, QWidget* parent)
         {
             return new BubbleRow(QString::fromStdString(bubble.text), parent);
         }
-        QWidget* operator()(const AssistantMarkdownText& text) const { return answerRow(text, parent); }
+        QWidget* operator()(const AssistantMarkdownText& text) const { return new AnswerRow(text, parent); }
         QWidget* operator()(const ToolCallCard& card) const { return callRow(card, parent); }
         QWidget* operator()(const ToolResultCard& card) const { return resultRow(card, parent); }
     };
@@ -273,14 +324,14 @@ ErrorRow::ErrorRow(QWidget* parent) : QWidget(parent)
     row->addWidget(iconLabel("warning", 16, theme().dangerText, this), 0, Qt::AlignTop);
     words_ = label({}, TextStyle::body, LabelTone::text, this);
     words_->setWordWrap(true);
-    words_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    words_->setMinimumWidth(1);
     colorWords(*words_, theme().dangerText);
     row->addWidget(words_, 1);
 }
 
 void ErrorRow::setWords(const QString& words)
 {
-    words_->setText(words);
+    words_->setText(breakable(words));
     setAccessibleName(words);
 }
 

@@ -7,6 +7,7 @@
 
 class QLabel;
 class QPlainTextEdit;
+class QTextDocument;
 
 namespace larkspool {
 
@@ -16,7 +17,7 @@ QString iconForGlyph(std::string_view glyph);
 /// The words of the person, in a bubble at the right.
 class BubbleRow final : public QWidget {
 public:
-    BubbleRow(QString words, QWidget* parent);
+    BubbleRow(const QString& words, QWidget* parent);
 
     bool hasHeightForWidth() const override { return true; }
     int heightForWidth(int width) const override;
@@ -26,9 +27,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QRect textRect(int width) const;
+    QSize textSize(int width) const;
 
-    QString words_;
+    QTextDocument* words_; ///< Laid out anew for each width that is asked about.
 };
 
 /// A card that opens to show all that it stands for.

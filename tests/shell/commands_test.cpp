@@ -287,8 +287,7 @@ TEST(CommandAvailability, WhatTheProgramDoesNotHaveSaysSoWhateverIsSelected)
         EXPECT_EQ(offered.reason, info.missing);
     }
     using enum Command;
-    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates, quickRender, quickRenderFromPlayhead, toggleAssistant, replaceImage,
-                                          replaceVideo}));
+    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates, replaceImage, replaceVideo}));
 }
 
 TEST(CommandConditions, ThoseOfTheSheetsAskForEnoughToWorkOn)

@@ -225,6 +225,49 @@ TEST(EditorView, UndoDuringAPressThatIsNoDragIsNoTap)
     EXPECT_TRUE(editor.state().timelineSelection.empty());
 }
 
+/// A group of two layers that fill it: a click on the selected group would go on to the child under the pointer.
+TweenScene sceneOfAGroup()
+{
+    Layer child{.id = idOf(3), .kind = Layer::Kind::rectangle, .size = {200, 200}};
+    Layer group{.id = idOf(2), .kind = Layer::Kind::group, .transform = {.x = 100, .y = 100}, .size = {200, 200}};
+    group.children = {child};
+    TweenScene scene{.id = idOf(100), .width = 1920, .height = 1080, .duration = 10};
+    scene.layers = {group};
+    return scene;
+}
+
+TEST(EditorView, ACommandDuringAPressOnTheCanvasMakesNoClickOfIt)
+{
+    const CGPoint inside{200, 200};
+    TestEditor clicked(sceneOfAGroup());
+    clicked.view().selectLayers({idOf(2)});
+    clicked.view().pressCanvas({.view = inside}, {});
+    clicked.view().releaseCanvas({});
+    ASSERT_EQ(clicked.state().selectedLayerIDs, LayerIDs{idOf(3)}) << "what a click does";
+
+    TestEditor editor(sceneOfAGroup());
+    editor.view().selectLayers({idOf(2)});
+    editor.view().pressCanvas({.view = inside}, {});
+    editor.view().mutate("Rename", [](TweenScene& scene) { scene.name = SharedString("renamed"); });
+    EXPECT_FALSE(editor.view().isDraggingCanvas());
+    EXPECT_EQ(editor.state().selectedLayerIDs, LayerIDs{idOf(2)});
+    EXPECT_EQ(editor.undoCount(), 1u);
+}
+
+TEST(EditorView, ACommandDuringADragOnTheCanvasComesAfterIt)
+{
+    TestEditor editor(sceneOfAGroup());
+    editor.view().selectLayers({idOf(2)});
+    editor.view().pressCanvas({.view = {200, 200}}, {});
+    editor.view().dragCanvas({.view = {250, 200}});
+    const TweenScene dragged = editor.scene();
+    EXPECT_NE(dragged, sceneOfAGroup());
+    editor.view().mutate("Rename", [](TweenScene& scene) { scene.name = SharedString("renamed"); });
+    EXPECT_EQ(editor.undoCount(), 2u);
+    editor.undo();
+    EXPECT_EQ(editor.scene(), dragged);
+}
+
 TEST(EditorView, UndoTakesBackColoursAndScrubsThatAreStillUnderWay)
 {
     TestEditor editor(smallScene());

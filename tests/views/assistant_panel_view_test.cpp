@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTextBrowser>
 
 #include <gtest/gtest.h>
 
@@ -89,6 +90,15 @@ protected:
         write(words);
         QTest::keyClick(&composer(), Qt::Key_Return);
     }
+    QWidget& transcript() { return *panel->findChild<QScrollArea*>()->widget(); }
+    int lowestRow()
+    {
+        int bottom = 0;
+        for (const QWidget* row : transcript().findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            if (row->isVisible()) bottom = std::max(bottom, row->geometry().bottom());
+        return bottom;
+    }
+    int roomBelowRows() { return transcript().height() - lowestRow(); }
     bool waitForTheEnd()
     {
         return QTest::qWaitFor([this] { return !assistant.session().inFlight; }, 20'000);
@@ -124,7 +134,11 @@ TEST_F(AssistantPanelViewTest, AConversationOfTwoPatchesOfWhichOneFailsIsShownAn
          {"Applying changes", "edit layer", "Applied 1 change(s)", "Something went wrong: apply failed: Layer "})
         EXPECT_TRUE(showsWords(*panel, words)) << words;
     EXPECT_EQ(rows<CardRow>(), 6u);
+    EXPECT_EQ(panel->findChild<QScrollArea*>()->widget()->width(), panel->findChild<QScrollArea*>()->viewport()->width())
+        << "however long an identifier is, nothing is wider than the panel";
     EXPECT_EQ(layerName(), "Two");
+    panel->resize(288, 300);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return roomBelowRows() < 60; }, 1000)) << roomBelowRows();
 
     EXPECT_EQ(desk.editor->undoManager().undoMenuItemTitle(), "Undo Assistant: Name the box");
     desk.editor->undo();
@@ -265,6 +279,22 @@ TEST_F(AssistantPanelViewTest, ScrollsToItsEndWithEveryMessage)
     EXPECT_TRUE(QTest::qWaitFor([&] { return bar->value() == bar->maximum(); }));
 }
 
+TEST_F(AssistantPanelViewTest, TheTranscriptIsNoHigherThanItsRows)
+{
+    AssistantSession& session = assistant.session();
+    for (int i = 0; i < 10; ++i) {
+        session.history.push_back({.role = AssistantMessage::Role::user,
+                                   .content = {AssistantText{"Words of a person that take more than a line in a panel as narrow"},
+                                               AssistantToolResult{"t", std::string(70, 'x'), true}}});
+        session.history.push_back({.role = AssistantMessage::Role::assistant,
+                                   .content = {AssistantText{"- An answer that takes more than a line as well, and a second one"},
+                                               AssistantToolUse{"t", "apply_patch", JSON::Object{}}}});
+    }
+    session.changed.tell();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return lowestRow() > 1000; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return roomBelowRows() < 60; }, 1000)) << roomBelowRows();
+}
+
 TEST_F(AssistantPanelViewTest, TheConversationOutlivesThePanel)
 {
     replyText("A box.");
@@ -273,7 +303,7 @@ TEST_F(AssistantPanelViewTest, TheConversationOutlivesThePanel)
     write("draft");
     panel.reset();
     open();
-    EXPECT_TRUE(showsWords(*panel, "A box."));
+    EXPECT_TRUE(findControl<QTextBrowser>(*panel, "A box."));
     EXPECT_EQ(composer().toPlainText(), "draft");
 }
 

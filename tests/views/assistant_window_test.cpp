@@ -6,6 +6,8 @@
 #include "views/find_control.h"
 #include "views/window_test.h"
 
+#include <QTextBrowser>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -83,7 +85,7 @@ TEST_F(AssistantWindowTest, WhatTheModelDoesIsShownAndUndoneByTheMenu)
     window->perform(Command::toggleAssistant);
     QTest::keyClicks(composer(), "Add a dot");
     QTest::keyClick(composer(), Qt::Key_Return);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return showsWords(*window, "There it is."); }, 20'000));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return findControl<QTextBrowser>(*window, "There it is."); }, 20'000));
     ASSERT_EQ(window->editor().scene().layers.size(), 1u);
     EXPECT_EQ(window->editor().scene().layers[0].name, "Dot");
     EXPECT_EQ(window->editor().undoManager().undoMenuItemTitle(), "Undo Assistant: Add a dot");
