@@ -2,6 +2,7 @@
 
 #include "canvas/canvas_geometry.h"
 #include "document/line_curve.h"
+#include "editing/scene_lookup.h"
 #include "evaluation/group_layout.h"
 #include "evaluation/interpolation.h"
 #include "evaluation/span_effects.h"
@@ -183,17 +184,30 @@ std::optional<UUID> topmostChildHit(const Layer& group, CGPoint scenePt, CGPoint
     return std::nullopt;
 }
 
+bool isOpenToEdits(const TweenScene& scene, const UUID& layerID)
+{
+    const auto isOpen = [&](const UUID& id) {
+        const Layer* layer = findLayer(scene, id);
+        return layer && !layer->isHidden && !layer->isLocked;
+    };
+    return isOpen(layerID) && std::ranges::all_of(ancestorsOf(scene, layerID), isOpen);
+}
+
 std::optional<UUID> topmostSelectedHit(const TweenScene& scene, const LayerIDs& selection, CGPoint scenePt, double time)
 {
-    std::optional<UUID> hit;
-    if (selection.empty()) return hit;
+    std::vector<UUID> hits; // The frontmost last.
+    if (selection.empty()) return std::nullopt;
     walkPlacedLayers(scene.layers, {}, time, [&](const Layer& layer, const ParentFrame& parent) {
         if (!selection.contains(layer.id) || !canBeHit(layer, time)) return;
         const double determinant = parent.toScene.determinant();
         if (determinant == 0 || !std::isfinite(determinant)) return;
-        if (areaHolds(layer, parent.toScene.inverted().apply(scenePt), time)) hit = layer.id;
+        if (areaHolds(layer, parent.toScene.inverted().apply(scenePt), time)) hits.push_back(layer.id);
     });
-    return hit;
+    const auto surroundingsCanBeHit = [&](const UUID& hit) {
+        return std::ranges::all_of(ancestorsOf(scene, hit), [&](const UUID& id) { return canBeHit(*findLayer(scene, id), time); });
+    };
+    const auto frontmost = std::find_if(hits.rbegin(), hits.rend(), surroundingsCanBeHit);
+    return frontmost == hits.rend() ? std::nullopt : std::optional(*frontmost);
 }
 
 bool selectionContainsDescendant(const LayerIDs& selection, const Layer& of)

@@ -27,7 +27,10 @@ std::optional<UUID> topmostChildHit(const Layer& group, CGPoint scenePt, CGPoint
 /// its x and y in the point's space.
 bool areaHolds(const Layer& placed, CGPoint point, double time);
 
-/// The frontmost layer of the selection, at any depth, under the point.
+/// Whether a person may take hold of the layer and its handles: neither it nor a layer around it is hidden or locked.
+bool isOpenToEdits(const TweenScene& scene, const UUID& layerID);
+
+/// The frontmost layer of the selection, at any depth, under the point. What lies in a layer that is never hit is not hit either.
 std::optional<UUID> topmostSelectedHit(const TweenScene& scene, const LayerIDs& selection, CGPoint scenePt, double time);
 
 /// Whether a layer anywhere below this one is selected.

@@ -67,11 +67,6 @@ std::vector<std::pair<UUID, CGRect>> framesForMarquee(const TweenScene& scene, d
     return frames;
 }
 
-bool offersHandles(const Layer& layer)
-{
-    return !layer.isHidden && !layer.isLocked;
-}
-
 CGRect movedBy(CGRect rect, CGPoint way)
 {
     if (rect.isNull()) return rect;
@@ -92,7 +87,7 @@ std::optional<HandleHit> handleHit(const TweenScene& scene, const LayerIDs& sele
                                    const SceneFit& fit)
 {
     const Layer* primary = selectedAnyLayer(scene, selection);
-    if (!primary || !offersHandles(*primary)) return std::nullopt;
+    if (!primary || !isOpenToEdits(scene, primary->id)) return std::nullopt;
     const std::optional<SelectionFrame> frame = selectionFrame(scene, primary->id, playhead);
     if (!frame) return std::nullopt;
 
@@ -510,7 +505,8 @@ void InteractionOverlay::finishClick(Modifiers modifiers)
 {
     const std::optional<UUID> clicked = state_.pendingDrillChildID ? state_.pendingDrillChildID : state_.clickFallbackTopID;
     if (!clicked) return;
-    if (!modifiers.shift) drag_->outcome.selection.clear();
+    // The press may have selected the group around what is clicked.
+    drag_->outcome.selection = modifiers.shift ? drag_->beforeSelection : LayerIDs{};
     drag_->outcome.selection.insert(*clicked);
 }
 

@@ -91,6 +91,7 @@ void applyAlign(Layer& layer, CGPoint delta, double playhead, RandomSource& rand
         return;
     }
     const double aligned = positionAt(layer, axis, playhead) + (axis == Property::x ? delta.x : delta.y);
+    if (!std::isfinite(aligned)) return;
     if (std::abs(playhead) > sameKeyframeTime && !hasKeyframeAtStart(layer, axis))
         upsertKeyframe(layer, axis, 0, positionAt(layer, axis, 0), random);
     upsertKeyframe(layer, axis, playhead, aligned, random);

@@ -67,6 +67,7 @@ std::optional<Edit> pastedLayers(const TweenScene& scene, const Array<Layer>& la
         Layer layer = regenerateIDs(source, random);
         layer.transform.x += pasteShift;
         layer.transform.y += pasteShift;
+        layer.pipRendition = false; // It left the zoom whose view it showed, without which nothing could delete it.
         edit.selection.layerIDs.insert(layer.id);
         edit.scene.layers.append(std::move(layer));
     }

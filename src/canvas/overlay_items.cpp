@@ -34,7 +34,7 @@ std::optional<OverlayItems::Frame> primaryFrame(const Editor& editor, const Scen
     constexpr SelectionHandle corners[] = {SelectionHandle::nw, SelectionHandle::ne, SelectionHandle::se, SelectionHandle::sw};
     for (std::size_t i = 0; i < 4; ++i) drawn.corners[i] = frame->viewPoint(corners[i], fit);
     // What cannot be edited shows its frame alone.
-    if (primary->isLocked || primary->isHidden) return drawn;
+    if (!isOpenToEdits(editor.scene, primary->id)) return drawn;
     if (frame->isLine) {
         for (const CGPoint& point : linePointsInScene(editor.scene, primary->id, editor.playhead))
             drawn.linePoints.push_back(fit.viewFromScene(point));

@@ -49,7 +49,8 @@ SnapTargets cacheSnapTargets(const TweenScene& scene, const LayerIDs& excluded, 
     for (const Layer& layer : scene.layers) {
         if (!offersTargets(layer, excluded, time)) continue;
         const CGRect box = boxInParent(layer, time);
-        if (!box.isNull()) add(targets, box, /*fromLayer=*/true, layer.name.string());
+        // The left of a mirrored group is where it is seen.
+        if (!box.isNull()) add(targets, unionOf(box, box), /*fromLayer=*/true, layer.name.string());
     }
     return targets;
 }

@@ -101,13 +101,21 @@ private:
         return {rule_.gx == 0 ? 0 : way.x / rule_.gx, rule_.gy == 0 ? 0 : way.y / rule_.gy};
     }
 
+    /// The width for a height of 1, where it is kept: a rendition has that of its zoom, whichever handle is dragged.
+    std::optional<double> keptAspect() const
+    {
+        if (!begin_.parentZoomSize && !isProportional()) return std::nullopt;
+        const CGSize kept = begin_.parentZoomSize.value_or(initial());
+        const double aspect = kept.width / kept.height;
+        return aspect > 0 && std::isfinite(aspect) ? std::optional(aspect) : std::nullopt;
+    }
+
     void keepZoomsAspect(CGPoint change)
     {
-        if (!begin_.parentZoomSize) return;
-        const double aspect = begin_.parentZoomSize->width / begin_.parentZoomSize->height;
-        if (!(aspect > 0) || !std::isfinite(aspect)) return;
-        if (std::abs(change.y) > std::abs(change.x)) size_.width = wholeSide(size_.height * aspect);
-        else size_.height = wholeSide(size_.width / aspect);
+        const std::optional<double> aspect = keptAspect();
+        if (!begin_.parentZoomSize || !aspect) return;
+        if (std::abs(change.y) > std::abs(change.x)) size_.width = wholeSide(size_.height * *aspect);
+        else size_.height = wholeSide(size_.width / *aspect);
     }
 
     /// The box along one axis: where it begins and how long it is.
@@ -135,14 +143,15 @@ private:
     {
         const std::optional<Side> across = snapped({x_, size_.width}, rule_.gx, begin_.ancestorOffset.x, begin_.scene.width);
         const std::optional<Side> down = snapped({y_, size_.height}, rule_.gy, begin_.ancestorOffset.y, begin_.scene.height);
+        const std::optional<double> aspect = keptAspect();
         if (across) takeAcross(*across);
-        if (down && !(across && isProportional())) takeDown(*down);
-        if (!isProportional() || !(initial().width > 0) || !(initial().height > 0)) return;
+        if (down && !(across && aspect)) takeDown(*down);
+        if (!aspect) return;
         if (across) {
-            size_.height = wholeSide(size_.width * initial().height / initial().width);
+            size_.height = wholeSide(size_.width / *aspect);
             y_ = std::round(anchored(begin_.layer.transform.y, rule_.ay, initial().height, size_.height));
         } else if (down) {
-            size_.width = wholeSide(size_.height * initial().width / initial().height);
+            size_.width = wholeSide(size_.height * *aspect);
             x_ = std::round(anchored(begin_.layer.transform.x, rule_.ax, initial().width, size_.width));
         }
     }

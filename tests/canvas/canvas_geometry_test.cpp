@@ -63,6 +63,15 @@ TEST(CanvasGeometry, TheUnionGoesAroundSelectedLayersAtAnyDepth)
     EXPECT_TRUE(unionAABBOfSelected(scene, {}, 0).isNull());
 }
 
+TEST(CanvasGeometry, TheUnionGoesAroundLayersWhereThePlayheadHasThem)
+{
+    Layer moving = box(1, 0, 0, 20, 20);
+    addKeyframe(moving, Keyframe::AnimatableProperty::x, 0, 0);
+    addKeyframe(moving, Keyframe::AnimatableProperty::x, 1, 300);
+    Interpolation::invalidate();
+    EXPECT_EQ(unionAABBOfSelected(canvasOf({moving}), {idOf(1)}, 1), (CGRect{{300, 0}, {20, 20}}));
+}
+
 TEST(CanvasGeometry, AGroupsBoxIsInSceneCoordinates)
 {
     const TweenScene scene = canvasOf({groupAt(1, 100, 100, {groupAt(2, 10, 10, {box(3, 5, 5, 20, 20)})}), box(4, 0, 0, 9, 9)});

@@ -133,6 +133,14 @@ TEST(CanvasHit, ALineIsHitFourteenPointsAroundAndThreeQuartersOfItsStrokeBeyond)
     }
 }
 
+TEST(CanvasHit, TheRadiusOfALineScalesWithIt)
+{
+    Layer line = lineThrough(1, {{0, 100}, {300, 100}}, /*strokeWidth=*/2); // 15.5 around.
+    line.transform.scaleX = line.transform.scaleY = 2; // About (200, 200): it is seen at the scene's top, 31 around.
+    EXPECT_TRUE(pointIsInside({200, 30.9}, line));
+    EXPECT_FALSE(pointIsInside({200, 31.1}, line));
+}
+
 TEST(CanvasHit, ACurvedLineIsHitAlongItsCurve)
 {
     // From (300, 0) to (300, 300) the curve has the controls (350, 50) and (350, 250): its middle is (337.5, 150).
@@ -244,6 +252,17 @@ TEST(CanvasHit, ChildrenAreHitWhereAStackPutsThem)
     EXPECT_EQ(topmostChildHit(row, {100 + 70, 20}, {100, 0}, 0), std::nullopt);
 }
 
+TEST(CanvasHit, AChildThatIsHiddenLockedOrOutsideItsSpansIsNotHitAndTheOneBehindItIs)
+{
+    Layer hidden = box(3, 0, 0, 50, 50), locked = box(4, 0, 0, 50, 50), later = box(5, 0, 0, 50, 50);
+    hidden.isHidden = locked.isLocked = true;
+    later.spans = {TimeSpan{.start = 1, .end = 2}};
+    const Layer group = groupAt(1, 100, 100, {box(2, 0, 0, 50, 50), hidden, locked, later});
+    Interpolation::invalidate();
+    EXPECT_EQ(topmostChildHit(group, {120, 120}, {100, 100}, 0), idOf(2));
+    EXPECT_EQ(topmostChildHit(group, {120, 120}, {100, 100}, 1), idOf(5));
+}
+
 TEST(CanvasHit, ASelectedLayerIsFoundAtAnyDepth)
 {
     Layer turned = groupAt(1, 100, 100, {box(2, 0, 0, 100, 100), box(3, 0, 0, 20, 20)});
@@ -252,6 +271,32 @@ TEST(CanvasHit, ASelectedLayerIsFoundAtAnyDepth)
     EXPECT_EQ(topmostSelectedHit(scene, {idOf(3)}, {190, 190}, 0), idOf(3)) << "through what lies over it";
     EXPECT_EQ(topmostSelectedHit(scene, {idOf(3)}, {110, 110}, 0), std::nullopt);
     EXPECT_EQ(topmostSelectedHit(scene, {idOf(3), idOf(4)}, {190, 190}, 0), idOf(4));
+}
+
+TEST(CanvasHit, ASelectedLayerInWhatIsNeverHitIsNotHitEither)
+{
+    enum class Around { nothing, hidden, locked, later };
+    struct Case {
+        const char* what;
+        Around around;
+        std::optional<UUID> hit;
+        bool isOpen;
+    };
+    for (const Case& c : {Case{"in a plain group", Around::nothing, idOf(3), true},
+                          Case{"in a hidden one", Around::hidden, std::nullopt, false},
+                          Case{"in a locked one", Around::locked, std::nullopt, false},
+                          Case{"in one outside its spans", Around::later, std::nullopt, true}}) {
+        SCOPED_TRACE(c.what);
+        Layer group = groupAt(1, 0, 0, {groupAt(2, 0, 0, {box(3, 0, 0, 50, 50)})});
+        group.isHidden = c.around == Around::hidden;
+        group.isLocked = c.around == Around::locked;
+        if (c.around == Around::later) group.spans = {TimeSpan{.start = 1, .end = 2}};
+        const TweenScene scene = canvasOf({group});
+        Interpolation::invalidate();
+        EXPECT_EQ(topmostSelectedHit(scene, {idOf(3)}, {20, 20}, 0), c.hit);
+        EXPECT_EQ(isOpenToEdits(scene, idOf(3)), c.isOpen);
+    }
+    EXPECT_FALSE(isOpenToEdits(canvasOf({}), idOf(3))) << "no such layer";
 }
 
 TEST(CanvasHit, ASelectionIsKnownToHoldADescendant)

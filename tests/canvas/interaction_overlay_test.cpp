@@ -62,6 +62,39 @@ TEST(CanvasPress, ALockedOrHiddenLayerOffersNeitherItsHandlesNorItself)
     }
 }
 
+TEST(CanvasPress, NorDoesALayerInALockedOrHiddenGroup)
+{
+    for (const bool locks : {true, false}) {
+        SCOPED_TRACE(locks ? "locked" : "hidden");
+        Layer group = groupAt(1, 100, 100, {box(2, 0, 0, 200, 100)});
+        (locks ? group.isLocked : group.isHidden) = true;
+        for (const CGPoint& point : {CGPoint{100, 100}, CGPoint{200, 76}, CGPoint{150, 150}}) {
+            CanvasHand hand(canvasOf({group}));
+            hand.select({idOf(2)}).press(point);
+            EXPECT_EQ(hand.state().dragMode, Mode{Kind::marquee});
+        }
+        CanvasHand shown(canvasOf({group}));
+        shown.select({idOf(2)});
+        const OverlayItems items = overlayItems({}, shown.editor(), {});
+        ASSERT_TRUE(items.frame);
+        EXPECT_TRUE(items.frame->handles.empty());
+        EXPECT_FALSE(items.frame->rotateHandle);
+    }
+}
+
+TEST(CanvasPress, ALineHasNeitherRotateHandleNorHandlesOfAFrame)
+{
+    Layer line = box(1, 100, 100, 200, 2);
+    line.kind = Layer::Kind::line;
+    line.linePoints = {CGPoint{1, 1}, CGPoint{199, 1}};
+    CanvasHand above(canvasOf({line}));
+    above.select({idOf(1)}).press({200, 76});
+    EXPECT_EQ(above.state().dragMode, Mode{Kind::marquee});
+    CanvasHand onTheEdge(canvasOf({line}));
+    onTheEdge.select({idOf(1)}).press({200, 100});
+    EXPECT_EQ(onTheEdge.state().dragMode, Mode{Kind::body});
+}
+
 TEST(CanvasPress, AnUnselectedLayerIsSelectedAtOnceAloneOrWithShiftBesideTheOthers)
 {
     const TweenScene scene = canvasOf({box(1, 0, 0, 50, 50), box(2, 100, 100, 50, 50)});
@@ -90,6 +123,13 @@ TEST(CanvasPress, AClickOnASelectedGroupSelectsTheChildUnderThePointer)
     EXPECT_EQ(hand.selection(), (LayerIDs{idOf(3)})) << "from child to child";
     hand.click({175, 125});
     EXPECT_EQ(hand.selection(), (LayerIDs{idOf(1)})) << "between the children";
+}
+
+TEST(CanvasPress, WithShiftAClickAddsAChildButNotTheGroupAroundIt)
+{
+    CanvasHand hand(canvasOf({groupAt(1, 100, 100, {box(2, 0, 0, 50, 50), box(3, 100, 0, 50, 50)})}));
+    hand.select({idOf(2)}).hold(shift).click({220, 125});
+    EXPECT_EQ(hand.selection(), (LayerIDs{idOf(2), idOf(3)}));
 }
 
 TEST(CanvasPress, ADragOfASelectedGroupMovesItAndDrillsNowhere)
@@ -137,6 +177,16 @@ TEST(CanvasMarquee, ItSelectsVisibleTopLevelLayersThatItReachesInto)
     hand.release();
     EXPECT_FALSE(hand.state().marqueeRect);
     EXPECT_EQ(hand.undoCount(), 0u);
+}
+
+TEST(CanvasMarquee, APictureInPictureZoomTakesPart)
+{
+    Layer zoom = box(1, 100, 100, 50, 50);
+    zoom.kind = Layer::Kind::zoom;
+    zoom.zoomType = ZoomType::pictureInPicture;
+    CanvasHand hand(canvasOf({zoom}));
+    hand.press({20, 20}).moveTo(100, 100);
+    EXPECT_EQ(hand.selection(), (LayerIDs{idOf(1)}));
 }
 
 TEST(CanvasMarquee, WithShiftItAddsAndWithoutThePressEmptiesTheSelection)
@@ -211,6 +261,16 @@ TEST(OptionDrag, ASelectionIsClonedAsAWhole)
     EXPECT_EQ(hand.selection(), (LayerIDs{idOf(1), idOf(3)}));
 }
 
+TEST(OptionDrag, TheCloneOfTheLayerThatWasHitIsThePrimaryOne)
+{
+    CanvasHand hand(canvasOf({box(1, 0.25, 0, 50, 50), box(2, 100.5, 100, 50, 50)}));
+    hand.select({idOf(1), idOf(2)}).hold({.command = true, .option = true}).press({120, 120}).moveTo(10, 0);
+    ASSERT_EQ(hand.scene().layers.size(), 4u);
+    EXPECT_EQ(hand.state().initialLayer->id, hand.scene().layers[3].id);
+    EXPECT_EQ(hand.scene().layers[3].transform.x, 111) << "110.5, rounded: a way of 10.5";
+    EXPECT_EQ(hand.scene().layers[1].transform.x, 10.75);
+}
+
 TEST(OptionDrag, AnUnselectedLayerIsClonedAlone)
 {
     CanvasHand hand(canvasOf({box(1, 0, 0, 50, 50), box(2, 100, 100, 50, 50)}));
@@ -256,6 +316,23 @@ TEST(WaitGuard, OutsideTheHoldAndForOtherPropertiesADragGoesOn)
     EXPECT_EQ(resizes.layer(1).size.width, 60);
 }
 
+TEST(WaitGuard, ASelectedLayerIsHeldAtAnyDepthAndOneThatIsNotSelectedHoldsNothing)
+{
+    Layer held = box(2, 0, 0, 50, 50);
+    addKeyframe(held, Property::y, 0, 0, /*wait=*/2);
+    addKeyframe(held, Property::y, 3, 100);
+    const TweenScene scene = canvasOf({groupAt(1, 100, 100, {held})});
+    CanvasHand child(scene);
+    child.select({idOf(2)}).playhead(1).hold(command).press({120, 120}).moveTo(10, 0);
+    EXPECT_EQ(child.beeps, 1);
+    EXPECT_EQ(child.scene(), scene);
+
+    CanvasHand group(scene);
+    group.select({idOf(1)}).playhead(1).hold(command).press({120, 120}).moveTo(10, 0);
+    EXPECT_EQ(group.beeps, 0);
+    EXPECT_EQ(group.place(1), (CGPoint{110, 100}));
+}
+
 TEST(WaitGuard, AResizeIntoAHoldIsRefusedWithTheGhostInPlace)
 {
     Layer held = box(1, 100, 100, 50, 50);
@@ -295,6 +372,22 @@ TEST(CanvasGuides, AMovingEdgeIsCaughtAndItsGuideIsTold)
     EXPECT_FALSE(hand.state().activeGuideX);
     EXPECT_EQ(hand.state().activeGuideXLabel, "");
     EXPECT_FALSE(hand.state().cachedSnapX.empty()) << "left to the next begin";
+}
+
+TEST(CanvasGuides, TheEndOfADragEmptiesThem)
+{
+    Layer card = box(2, 400, 400, 100, 100);
+    CanvasHand hand(canvasOf({box(1, 100, 100, 50, 50), card}));
+    hand.press({120, 120}).moveTo(347, 347); // Three from the card's middle on both axes.
+    ASSERT_EQ(hand.state().activeGuideX, 450);
+    ASSERT_EQ(hand.state().activeGuideY, 450);
+    hand.release();
+    EXPECT_FALSE(hand.state().activeGuideX);
+    EXPECT_FALSE(hand.state().activeGuideY);
+    EXPECT_FALSE(hand.state().activeGuideXFromLayer);
+    EXPECT_FALSE(hand.state().activeGuideYFromLayer);
+    EXPECT_EQ(hand.state().activeGuideXLabel, "");
+    EXPECT_EQ(hand.state().activeGuideYLabel, "");
 }
 
 TEST(CanvasGuides, WithCommandNoGuideShows)
@@ -494,7 +587,9 @@ TEST(LinePoints, AnEndOfAPresetTurnsAndStretchesItAboutTheOther)
 
 TEST(CanvasCursors, ThePointerTellsWhatAPressWouldDo)
 {
-    const TweenScene scene = canvasOf({box(1, 100, 100, 200, 100), box(2, 400, 400, 50, 50)});
+    Layer locked = box(3, 600, 400, 50, 50), hidden = box(4, 600, 500, 50, 50);
+    locked.isLocked = hidden.isHidden = true;
+    const TweenScene scene = canvasOf({box(1, 100, 100, 200, 100), box(2, 400, 400, 50, 50), locked, hidden});
     const InteractionOverlay::Editor editor{.scene = scene, .selection = {idOf(1)}};
     struct Case {
         const char* where;
@@ -506,7 +601,11 @@ TEST(CanvasCursors, ThePointerTellsWhatAPressWouldDo)
                           Case{"rotate handle", {200, 76}, {}, CanvasCursor::closedHand},
                           Case{"nw", {100, 100}, {}, CanvasCursor::resizeNWSE}, Case{"n", {200, 100}, {}, CanvasCursor::resizeNS},
                           Case{"ne", {300, 100}, {}, CanvasCursor::resizeNESW}, Case{"e", {300, 150}, {}, CanvasCursor::resizeEW},
+                          Case{"se", {300, 200}, {}, CanvasCursor::resizeNWSE}, Case{"s", {200, 200}, {}, CanvasCursor::resizeNS},
+                          Case{"sw", {100, 200}, {}, CanvasCursor::resizeNESW}, Case{"w", {100, 150}, {}, CanvasCursor::resizeEW},
                           Case{"a layer", {420, 420}, {}, CanvasCursor::pointer},
+                          Case{"a locked layer", {620, 420}, {}, CanvasCursor::arrow},
+                          Case{"a hidden layer", {620, 520}, {}, CanvasCursor::arrow},
                           Case{"nothing", {700, 500}, {}, CanvasCursor::arrow}}) {
         SCOPED_TRACE(c.where);
         InteractionOverlay overlay;

@@ -122,6 +122,35 @@ TEST(Align, AKeyframedLayerGetsAKeyframeAtThePlayheadAndOneAtTheStart)
     EXPECT_EQ(keysOf(after(atStart, 'a'), Property::x), "1.0:40 3.0:60 0.0:0");
 }
 
+TEST(Align, TheHeightIsKeyframedByItself)
+{
+    Layer layer = layerNamed('a', {{7, 8}, {100, 50}});
+    layer.keyframes = {keyAt(Property::x, 1, 5), keyAt(Property::y, 1, 40), keyAt(Property::y, 3, 60)};
+    layer.keyframes.edit()[1].easing = Easing::linear();
+    const auto edit = alignSelected(sceneHolding({layer}), idsNamed("a"), AlignEdge::bottom, 2);
+    EXPECT_EQ(keysOf(after(edit, 'a'), Property::y), "1.0:40 3.0:60 0.0:40 2.0:450");
+    EXPECT_EQ(keysOf(after(edit, 'a'), Property::x), "1.0:5");
+    EXPECT_EQ(after(edit, 'a').transform, layer.transform);
+}
+
+TEST(Align, APlayheadNextToTheStartNeedsNoKeyframeThere)
+{
+    Layer layer = layerNamed('a', {{7, 8}, {100, 50}});
+    layer.keyframes = {keyAt(Property::x, 1, 40)};
+    const TweenScene scene = sceneHolding({layer});
+    EXPECT_EQ(after(alignSelected(scene, idsNamed("a"), AlignEdge::left, 0.0005), 'a').keyframes.size(), 2u);
+    EXPECT_EQ(after(alignSelected(scene, idsNamed("a"), AlignEdge::left, 0.002), 'a').keyframes.size(), 3u);
+}
+
+TEST(Align, TheFramesAreThoseAtThePlayhead)
+{
+    Layer moving = layerNamed('a', {{0, 0}, {10, 10}});
+    moving.keyframes = {keyAt(Property::x, 0, 50), keyAt(Property::x, 2, 90)};
+    const TweenScene scene = sceneHolding({moving, layerNamed('b', {{70, 0}, {10, 10}})});
+    EXPECT_EQ(placeOf(alignSelected(scene, idsNamed("ab"), AlignEdge::left, 0), 'b'), (CGPoint{50, 0}));
+    EXPECT_EQ(placeOf(alignSelected(scene, idsNamed("ab"), AlignEdge::right, 2), 'b'), (CGPoint{90, 0}));
+}
+
 TEST(Align, AKeyframeAtTheStartIsNotAddedAgain)
 {
     Layer layer = layerNamed('a', {{0, 0}, {100, 50}});
@@ -179,6 +208,27 @@ TEST(Align, PlacesBeyondAllNumbersAreNotWritten)
         const auto edit = alignSelected(scene, idsNamed("ab"), edge, 0);
         EXPECT_NO_THROW(encodedJson(edit ? edit->scene : scene));
     }
+}
+
+TEST(Align, AKeyframeBeyondAllNumbersIsNotWritten)
+{
+    // The group's own place lies as far to the right as its child to the left of it: together they show about the middle.
+    Layer group = groupNamed('g', {layerNamed('a', {{-1.7e308, 0}, {10, 10}})});
+    group.keyframes = {keyAt(Property::x, 0, 1.7e308)};
+    const TweenScene scene = sceneHolding({group, layerNamed('b', {{1.7e308, 0}, {10, 10}})});
+    const auto edit = alignSelected(scene, idsNamed("gb"), AlignEdge::right, 0);
+    EXPECT_NO_THROW(encodedJson(edit ? edit->scene : scene));
+}
+
+TEST(Arranging, TheSelectionStays)
+{
+    Studio studio(sceneHolding({layerNamed('a'), layerNamed('b', {{30, 7}, {10, 10}}), layerNamed('c', {{90, 0}, {10, 10}})}),
+                  idsNamed("abc"));
+    const LayerIDs& selection = studio.state.selectedLayerIDs;
+    ASSERT_TRUE(studio.perform(distributeSelected(studio.scene(), selection, DistributeAxis::horizontal, 0)));
+    ASSERT_TRUE(studio.perform(alignSelected(studio.scene(), selection, AlignEdge::top, 0)));
+    ASSERT_TRUE(studio.perform(nudgeSelected(studio.scene(), selection, {1, 1}, 0)));
+    EXPECT_EQ(studio.selected(), "a b c");
 }
 
 TEST(Distribute, SpacesTheMiddlesEvenly)

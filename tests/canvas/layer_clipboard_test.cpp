@@ -81,8 +81,10 @@ TEST(CopySelection, WithNothingSelectedThePasteboardKeepsWhatItHeld)
 TEST(CopySelection, WhatItHeldIsReplaced)
 {
     MemoryPasteboard pasteboard = holding(PasteboardType::png, pngOf(1, 1));
+    pasteboard.setImage(makeImage(PixelBuffer(1, 1)));
     EXPECT_TRUE(copySelection(source(), idsNamed("a"), pasteboard));
     EXPECT_EQ(pasteboard.data(PasteboardType::png), std::nullopt);
+    EXPECT_EQ(pasteboard.image(), nullptr);
 }
 
 TEST(CopySelection, LayersThatNoFileCanHoldLeaveThePasteboardAlone)
@@ -110,6 +112,18 @@ TEST(PasteSelection, PutsTheLayersInFrontSelectedAndShifted)
     EXPECT_NE(g.children[0].id, idNamed('b'));
 }
 
+TEST(PasteSelection, TheViewOfAZoomThatLeavesItIsALayerThatCanBeDeleted)
+{
+    Layer zoom = kindNamed('z', Layer::Kind::zoom, {{0, 0}, {400, 300}});
+    Layer view = layerNamed('v');
+    view.pipRendition = true;
+    zoom.children = {view};
+    Studio studio(sceneHolding({zoom}));
+    ASSERT_TRUE(studio.perform(pasteSelection(studio.scene(), copied(studio.scene(), idsNamed("v")))));
+    EXPECT_FALSE(studio.scene().layers[1].pipRendition);
+    EXPECT_TRUE(studio.scene().layers[0].children[0].pipRendition);
+}
+
 TEST(PasteSelection, PastedThreeTimesTheCopiesLieOnOneAnother)
 {
     Studio studio(source());
@@ -134,6 +148,31 @@ TEST(PasteSelection, AMoveAlongKeyframesStays)
     layer.keyframes = {keyAt(Keyframe::AnimatableProperty::x, 1, 40)};
     const auto edit = pasteSelection(source(), copied(sceneHolding({layer}), idsNamed("a")));
     EXPECT_EQ(edit.value().scene.layers.back().keyframes[0].value, KeyValue(40.0));
+}
+
+TEST(PasteSelection, IntoAnotherWindowGoesTheRoadOfEveryEdit)
+{
+    Layer zoom = kindNamed('z', Layer::Kind::zoom, {{990, 0}, {300, 300}});
+    Layer text = kindNamed('t', Layer::Kind::text, {{3, 4}, {1, 1}});
+    text.text = SharedString("four");
+    text.fontSize = 20;
+    const MemoryPasteboard pasteboard = copied(sceneHolding({zoom, text, layerNamed('a')}), idsNamed("zt"));
+
+    Studio other(sceneHolding({layerNamed('x')}));
+    const std::vector<std::uint8_t> before = other.file();
+    ASSERT_TRUE(other.perform(pasteSelection(other.scene(), pasteboard)));
+    EXPECT_EQ(other.manager.undoActionName(), "Paste");
+    EXPECT_EQ(other.selected(), "z t");
+    const TweenScene scene = other.scene();
+    EXPECT_EQ(treeOf(scene), "x z t");
+    // Half as high as wide like the scene, and with its right edge at the scene's.
+    EXPECT_EQ(scene.layers[1].size, (CGSize{300, 150}));
+    EXPECT_EQ(scene.layers[1].transform, (Transform{.x = 700, .y = 20}));
+    // 4 glyphs of 10, and 4; the line of 20 + 5, and 4.
+    EXPECT_EQ(scene.layers[2].size, (CGSize{44, 29}));
+    EXPECT_EQ(scene.layers[2].transform, (Transform{.x = 23, .y = 24}));
+    other.manager.undo();
+    EXPECT_EQ(other.file(), before);
 }
 
 TEST(PasteSelection, LayersGoBeforeAPicture)

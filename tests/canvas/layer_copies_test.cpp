@@ -136,7 +136,7 @@ TEST(Duplicate, NothingSelectedNothingCopied)
     EXPECT_FALSE(duplicateSelected(scene, idsNamed("z")));
 }
 
-TEST(Duplicate, AnOptionDragCopiesWithoutNameAndShiftAndTellsWhichCopyIsWhose)
+TEST(Duplicate, ACopyWithoutAStyleKeepsNameAndPlaceAndTellsWhoseItIs)
 {
     Array<Layer> layers{layerNamed('a', {{5, 6}, {10, 10}}), groupNamed('g', {layerNamed('b')})};
     CopiedIDs newIDs;

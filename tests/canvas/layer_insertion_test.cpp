@@ -1,5 +1,6 @@
 #include "canvas/layer_insertion.h"
 
+#include "canvas/layer_names.h"
 #include "canvas/layers_fixture.h"
 #include "support/memory_user_defaults.h"
 
@@ -143,6 +144,25 @@ TEST(LayerPanel, AGradientFieldCoversTheScene)
     expectBox(field, 0, 0, 1000, 500);
 }
 
+TEST(LayerInsertion, BothFamiliesNumberOnBehindTheNamesInUseAtAnyDepth)
+{
+    const auto named = [](const char* name) {
+        Layer layer;
+        layer.name = SharedString(name);
+        return layer;
+    };
+    const Layer group =
+        groupNamed('g', {named("Zoom 7"), named("Gradient Field 2"), named("Gradientfield 5"), named("Hotspot 8")});
+    const TweenScene scene =
+        sceneHolding({named("Zoom 1"), named("Zoom"), named("Zoom x"), named("Zoomy 30"), named("Hot Spot 4"), group});
+    EXPECT_EQ(added(addZoomLayer(scene, center), "Add Zoom").name, "Zoom 8");
+    EXPECT_EQ(added(insertLayer(scene, Kind::zoom, center, ""), "Add Zoom").name, "Zoom 8");
+    EXPECT_EQ(added(addHotspotLayer(scene, center), "Add Hot Spot").name, "Hot Spot 5");
+    EXPECT_EQ(added(insertLayer(scene, Kind::hotspot, center, ""), "Add Hotspot").name, "Hotspot 9");
+    EXPECT_EQ(added(addGradientFieldLayer(scene), "Add Gradient Field").name, "Gradient Field 3");
+    EXPECT_EQ(added(insertLayer(scene, Kind::gradientField, center, ""), "Add Gradientfield").name, "Gradientfield 6");
+}
+
 TEST(LayerPanel, FilesAreOneStepAndCascade)
 {
     const Layer first = kindNamed('a', Kind::image, {{100, 50}, {10, 10}}),
@@ -247,6 +267,41 @@ TEST(CanvasInsertion, ALineIsAThinDarkArrow)
     EXPECT_EQ(line.strokeWidth, 3);
     EXPECT_FALSE(line.lineArrowStart);
     EXPECT_TRUE(line.lineArrowEnd);
+}
+
+TEST(CanvasInsertion, ATextLooksLikeTheLastOneInABoxOfItsOwn)
+{
+    const Layer first = added(insertLayer(empty, Kind::text, center, "Default"), "Add Text");
+    Layer expected{.id = first.id, .name = SharedString("Text 1")};
+    expected.videoClip.id = first.videoClip.id;
+    seedTextLayer(expected, empty, "Default");
+    expected.transform = {.x = 400, .y = 220};
+    expected.size = {200, 60};
+    EXPECT_EQ(first, expected);
+
+    Layer last = kindNamed('t', Kind::text);
+    last.fontName = SharedString("Some Font");
+    last.fontSize = 90;
+    last.textColor = {1, 0, 0, 1};
+    const Layer second = added(insertLayer(sceneHolding({last}), Kind::text, center, "Default"), "Add Text");
+    EXPECT_EQ(second.fontName, "Some Font");
+    EXPECT_EQ(second.fontSize, 90);
+    EXPECT_EQ(second.textColor, (ColorRGBA{1, 0, 0, 1}));
+    EXPECT_EQ(second.size, (CGSize{200, 60})) << "whatever the font";
+}
+
+TEST(CanvasInsertion, KindsWithoutSeedsAreAsEveryLayerBegins)
+{
+    for (const Kind kind :
+         {Kind::ellipse, Kind::path, Kind::group, Kind::cursor, Kind::hotspot, Kind::gradientField, Kind::zoom}) {
+        SCOPED_TRACE(fileValue(kind));
+        const Layer layer = added(insertLayer(empty, kind, center, ""), ("Add " + capitalizedKind(kind)).c_str());
+        Layer plain{.id = layer.id, .name = layer.name, .kind = kind, .transform = layer.transform, .size = layer.size};
+        plain.videoClip.id = layer.videoClip.id;
+        EXPECT_EQ(layer, plain);
+    }
+    const Layer cursor = added(insertCursorLayer(empty, CursorVariant::arrow, center), "Add Cursor");
+    EXPECT_EQ(cursor.fill, Layer{}.fill) << "only the panel's is clear";
 }
 
 TEST(CanvasInsertion, ImagesAndVideosComeFromFiles)

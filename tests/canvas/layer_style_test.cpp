@@ -139,6 +139,17 @@ TEST(LayerStyle, IsPastedToAllSelectedLayersInOneStep)
     EXPECT_EQ(studio.file(), before);
 }
 
+TEST(LayerStyle, IsTheSameInEveryWindow)
+{
+    LayerStyleClipboard clipboard;
+    copyProperties(sceneHolding({styled('s', Kind::ellipse)}), idsNamed("s"), clipboard);
+    const TweenScene other = sceneHolding({layerNamed('a', {{50, 60}, {70, 80}})});
+    const auto edit = pasteProperties(other, idsNamed("a"), clipboard, /*includePositionAndSize=*/true);
+    EXPECT_EQ(after(edit, 'a').strokeWidth, 6);
+    EXPECT_EQ(after(edit, 'a').size, (CGSize{3, 4}));
+    EXPECT_EQ(after(edit, 'a').transform.rotation, 3);
+}
+
 TEST(LayerStyle, IsThatOfTheFirstSelectedLayer)
 {
     LayerStyleClipboard clipboard;

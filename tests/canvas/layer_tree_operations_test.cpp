@@ -140,6 +140,36 @@ TEST(Ungroup, TheGroupIsTakenAsItIsAtThePlayhead)
     EXPECT_EQ(after(ungroupSelection(sceneHolding({group}), idsNamed("g"), 2), 'a').transform.x, 30);
 }
 
+TEST(Ungroup, TheMiddleOfTheChildrenIsThatAtThePlayhead)
+{
+    Layer a = layerNamed('a', {{0, 0}, {20, 20}}), b = layerNamed('b', {{20, 0}, {20, 20}});
+    b.keyframes = {keyAt(Property::x, 0, 20), keyAt(Property::x, 2, 60)};
+    Layer group = groupNamed('g', {a, b}, {100, 0});
+    group.transform.scaleX = 2;
+    // At 0 the children reach to 40 with their middle at 20: that of a goes from 10 to 0, and 100 further.
+    EXPECT_EQ(after(ungroupSelection(sceneHolding({group}), idsNamed("g"), 0), 'a').transform.x, 90);
+    // At 2 they reach to 80 with their middle at 40: that of a goes to -20, the stored one of b from 30 to 20.
+    const auto edit = ungroupSelection(sceneHolding({group}), idsNamed("g"), 2);
+    EXPECT_EQ(after(edit, 'a').transform, (Transform{.x = 70, .scaleX = 2}));
+    EXPECT_EQ(after(edit, 'b').transform, (Transform{.x = 110, .scaleX = 2}));
+    EXPECT_EQ(after(edit, 'b').keyframes, b.keyframes);
+}
+
+TEST(Ungroup, AStackIsTakenAsItIsAtThePlayhead)
+{
+    Layer a = layerNamed('a', {{20, 5}, {60, 40}}), b = layerNamed('b', {{0, 0}, {50, 40}});
+    a.keyframes = {keyAt(Property::width, 0, 60), keyAt(Property::width, 2, 100)};
+    Layer group = groupNamed('g', {a, b});
+    group.groupLayout = GroupLayout::horizontal;
+    group.keyframes = {keyAt(Property::groupGap, 0, 10), keyAt(Property::groupGap, 2, 30)};
+    const auto start = ungroupSelection(sceneHolding({group}), idsNamed("g"), 0);
+    EXPECT_EQ(after(start, 'a').size.width, 60);
+    EXPECT_EQ(after(start, 'b').transform.x, 20 + 60 + 10);
+    const auto end = ungroupSelection(sceneHolding({group}), idsNamed("g"), 2);
+    EXPECT_EQ(after(end, 'a').size.width, 100);
+    EXPECT_EQ(after(end, 'b').transform.x, 20 + 100 + 30);
+}
+
 TEST(Ungroup, AllButTransformAndSizeStaysAsStored)
 {
     Layer child = layerNamed('a', {{5, 6}, {10, 10}});

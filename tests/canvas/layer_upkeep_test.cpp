@@ -52,6 +52,24 @@ TEST(ZoomNormalisation, AZoomAndTheKeyframesOfItsPlaceAreHeldWithinTheScene)
     }
 }
 
+TEST(ZoomNormalisation, APlaceIsHeldOnAllFourSides)
+{
+    struct Case {
+        const char* what;
+        CGPoint place, held;
+    };
+    for (const Case& c : {Case{"left and above", {-1, -2}, {0, 0}}, Case{"right", {961, 3}, {960, 3}},
+                          Case{"below", {3, 541}, {3, 540}}, Case{"just within", {960, 540}, {960, 540}}}) {
+        SCOPED_TRACE(c.what);
+        Layer zoom = zoomAt({c.place, {960, 540}});
+        zoom.keyframes = {keyAt(Property::x, 1, c.place.x), keyAt(Property::y, 1, c.place.y)};
+        const Layer held = normalizedZoom(zoom);
+        EXPECT_EQ((CGPoint{held.transform.x, held.transform.y}), c.held);
+        EXPECT_EQ(held.keyframes[0].value, KeyValue(c.held.x));
+        EXPECT_EQ(held.keyframes[1].value, KeyValue(c.held.y));
+    }
+}
+
 TEST(ZoomNormalisation, AKeyframeThatHoldsNoNumberStays)
 {
     Layer zoom = zoomAt({{0, 0}, {960, 540}});

@@ -36,7 +36,11 @@ TEST(Restacking, MovesOneLayerAmongItsSiblings)
                           Case{"backward, nested", sendBackward, "c", "a g(c b d) e", "Send Backward"},
                           Case{"backward, at the back already", sendBackward, "a", "nothing", ""},
                           Case{"backward, the backmost child", sendBackward, "b", "nothing", ""},
-                          Case{"nothing selected", bringForward, "", "nothing", ""},
+                          Case{"to the front, nothing selected", bringToFront, "", "nothing", ""},
+                          Case{"to the back, nothing selected", sendToBack, "", "nothing", ""},
+                          Case{"forward, nothing selected", bringForward, "", "nothing", ""},
+                          Case{"backward, nothing selected", sendBackward, "", "nothing", ""},
+                          Case{"of several, the first is nested", sendToBack, "be", "nothing", ""},
                           Case{"of several, the first of the tree", bringToFront, "ag", "g(b c d) e a", "Bring to Front"},
                           Case{"of none of the scene", sendToBack, "z", "nothing", ""}}) {
         SCOPED_TRACE(c.what);

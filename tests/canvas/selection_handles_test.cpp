@@ -31,6 +31,20 @@ TEST(SelectionHandles, TheEightStandAtCornersAndMiddlesOfTheFrame)
     }
 }
 
+TEST(SelectionHandles, TheyTurnAndScaleWithTheLayer)
+{
+    Layer layer = box(1, 100, 100, 200, 100);
+    layer.transform.rotation = 90; // About (200, 150): the top left corner goes to the top right.
+    const SelectionFrame turned = frameOf(canvasOf({layer}), 1);
+    expectPoint(turned.viewPoint(SelectionHandle::nw, {}), {250, 50});
+    expectPoint(turned.viewPoint(SelectionHandle::e, {}), {200, 250});
+    expectPoint(turned.viewPoint(SelectionHandle::se, {}), {150, 250});
+    layer.transform = {.x = 100, .y = 100, .scaleX = 2};
+    const SelectionFrame wide = frameOf(canvasOf({layer}), 1);
+    expectPoint(wide.viewPoint(SelectionHandle::nw, {}), {0, 100});
+    expectPoint(wide.viewPoint(SelectionHandle::se, {}), {400, 200});
+}
+
 TEST(SelectionHandles, AHandleIsTakenWithinTenPointsOfTheView)
 {
     const SelectionFrame frame = frameOf(canvasOf({box(1, 100, 100, 200, 100)}), 1);

@@ -86,6 +86,41 @@ TEST(SnapTargets, ADynamicGroupOffersWhatItCoversScaledAboutItsMiddle)
     EXPECT_THAT(values(targets.y), ElementsAre(0, 300, 600, 10, 60, 110));
 }
 
+TEST(SnapTargets, AMirroredGroupHasItsLeftWhereItIsSeen)
+{
+    Layer group = named(groupAt(1, 10, 10, {box(2, 0, 0, 100, 100)}), "Pair");
+    group.transform.scaleX = -2; // From -40 to 160, as with a scale of 2.
+    Interpolation::invalidate();
+    const SnapTargets targets = cacheSnapTargets(canvasOf({group}), {}, 0);
+    EXPECT_THAT(values(targets.x), ElementsAre(0, 400, 800, -40, 60, 160));
+    EXPECT_EQ(targets.x[3].label, "Pair · left");
+}
+
+TEST(SnapTargets, AFixedGroupOffersItsOwnBox)
+{
+    Layer group = groupAt(1, 10, 20, {box(2, 300, 300, 10, 10)});
+    group.groupSizeMode = GroupSizeMode::fixed;
+    Interpolation::invalidate();
+    const SnapTargets targets = cacheSnapTargets(canvasOf({group}), {}, 0);
+    EXPECT_THAT(values(targets.x), ElementsAre(0, 400, 800, 10, 110, 210));
+    EXPECT_THAT(values(targets.y), ElementsAre(0, 300, 600, 20, 120, 220));
+}
+
+TEST(SnapTargets, PlacesAndRotationsAreThoseAtThePlayhead)
+{
+    Layer moving = box(1, 0, 0, 100, 100);
+    addKeyframe(moving, Keyframe::AnimatableProperty::x, 0, 30);
+    addKeyframe(moving, Keyframe::AnimatableProperty::x, 1, 300);
+    Interpolation::invalidate();
+    EXPECT_THAT(values(cacheSnapTargets(canvasOf({moving}), {}, 1).x), ElementsAre(0, 400, 800, 300, 350, 400));
+
+    Layer turning = box(2, 0, 0, 10, 10);
+    addKeyframe(turning, Keyframe::AnimatableProperty::rotation, 0, 0);
+    addKeyframe(turning, Keyframe::AnimatableProperty::rotation, 1, 90);
+    EXPECT_TRUE(offers(turning, 0));
+    EXPECT_FALSE(offers(turning, 1));
+}
+
 TEST(SnapGuides, TheRadiusIsSixPointsOfTheView)
 {
     EXPECT_EQ(snapRadius({.scale = 1}), 6);

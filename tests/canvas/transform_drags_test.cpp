@@ -155,6 +155,28 @@ TEST(Resize, ASnappedProportionalResizeKeepsItsAspect)
     expectRect(fromCorner, rect(0, -75, 300, 225));
 }
 
+TEST(Resize, AProportionalResizeThatSnapsInHeightAloneTakesItsWidthFromThat)
+{
+    // 394 x 197: the bottom edge at 297 snaps to 300, and the right one, at 444, is near nothing.
+    const Layer layer = box(1, 50, 100, 200, 100);
+    expectRect(resizedBox(beginOf(layer), dragOf(H::se, 194, 97, {.shift = true})), rect(50, 100, 400, 200));
+    // The top edge at 3 snaps to 0, and the bottom one stays at 200.
+    expectRect(resizedBox(beginOf(layer), dragOf(H::ne, 194, -97, {.shift = true})), rect(50, 0, 400, 200));
+}
+
+TEST(Resize, ARenditionThatSnapsKeepsTheAspectOfItsZoom)
+{
+    ResizeBegin begin = beginOf(box(1, 100, 100, 200, 150));
+    begin.parentZoomSize = CGSize{400, 300};
+    // The right edge at 397 snaps to 400: 300 wide and so 225 high, about the middle at 175.
+    expectRect(resizedBox(begin, dragOf(H::e, 97, 0, {})), rect(100, 63, 300, 225));
+    // The bottom edge at 297 snaps to 300: 200 high and so 267 wide, about the middle at 200.
+    expectRect(resizedBox(begin, dragOf(H::s, 0, 47, {})), rect(67, 100, 267, 200));
+    // One that has had another aspect takes the zoom's: 297 wide at first, with the right edge at 397.
+    begin.layer = box(1, 100, 100, 200, 100);
+    expectRect(resizedBox(begin, dragOf(H::se, 97, 48.5, {})), rect(100, 100, 300, 225));
+}
+
 TEST(Resize, WithOptionASnappedBoxKeepsItsMiddle)
 {
     expectRect(resizedBox(beginOf(box(1, 100, 100, 200, 100)), dragOf(H::e, 97, 0, {.option = true})), rect(0, 100, 400, 100));
@@ -226,6 +248,8 @@ TEST(Rotation, ItSnapsWithinThreeDegreesOfAStep)
     };
     for (const Case& c : {Case{"43 with steps of 45", 0, 43, {.shift = true}, 45},
                           Case{"41 with steps of 45", 0, 41, {.shift = true}, 41},
+                          Case{"three degrees off", 42, 0, {.shift = true}, 45},
+                          Case{"a little more", 41.99, 0, {.shift = true}, 41.99},
                           Case{"28 with steps of 15", 0, 28, {}, 30}, Case{"26 with steps of 15", 0, 26, {}, 26},
                           Case{"28 with Command", 0, 28, {.command = true}, 28},
                           Case{"below 0", -10, -6, {}, -15}, Case{"on top of what there was", 350, 20, {}, 370},
