@@ -1,15 +1,10 @@
 #include "views/export_progress_view.h"
 
 #include "views/controls.h"
-#include "views/icons.h"
-#include "views/picture.h"
-#include "views/tabular_text.h"
+#include "views/film_picture.h"
 #include "views/theme.h"
 
 #include <QBoxLayout>
-#include <QPainter>
-#include <QPainterPath>
-#include <QProgressBar>
 
 #include <cmath>
 #include <utility>
@@ -20,105 +15,10 @@ namespace {
 
 constexpr int sheetWidth = 536, padding = 24, dialogButton = 32, leastButtonWidth = 96;
 constexpr QSize pictureSize(488, 274);
-constexpr double pictureRadius = 6;
 const char* const preparing = "Preparing…";
-constexpr int barHeight = 6, badgeSide = 32, percentWidth = 72;
-
-/// The frame as large as it is shown. Small text stays readable, as every pixel counts.
-QImage scaled(const PixelBuffer& frame, double ratio)
-{
-    QImage image = seenInPlace(frame).scaled(pictureSize * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    image.setDevicePixelRatio(ratio);
-    return image;
-}
-
-/// The sign of a failure.
-class Badge final : public QWidget {
-public:
-    explicit Badge(QWidget* parent) : QWidget(parent) { setFixedSize(badgeSide, badgeSide); }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(theme().dangerSoft);
-        painter.drawEllipse(rect());
-        const QPixmap sign = iconPixmap("warning", 16, theme().dangerText, devicePixelRatioF());
-        painter.drawPixmap((badgeSide - 16) / 2, (badgeSide - 16) / 2, sign);
-    }
-};
+constexpr int percentWidth = 72;
 
 } // namespace
-
-/// The last frame that the export has told of, fitted between bars.
-class ExportProgressSheet::LivePicture final : public QWidget {
-public:
-    explicit LivePicture(QWidget* parent) : QWidget(parent)
-    {
-        setFixedSize(pictureSize);
-        setAttribute(Qt::WA_OpaquePaintEvent); // What lies below the sheet is not painted anew with every frame.
-        setAccessibleName("Live picture");
-    }
-
-    void show(LiveFrame frame)
-    {
-        if (frame == frame_) return;
-        frame_ = std::move(frame);
-        update();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        const Theme& t = theme();
-        QPainter painter(this);
-        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-        painter.fillRect(rect(), t.panel);
-        QPainterPath corners;
-        corners.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), pictureRadius, pictureRadius);
-        painter.fillPath(corners, t.backdrop);
-        if (frame_) {
-            const QImage image = scaled(*frame_, devicePixelRatioF());
-            const QSizeF size = image.deviceIndependentSize();
-            painter.setClipPath(corners);
-            painter.drawImage(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), image);
-            painter.setClipping(false);
-        }
-        painter.setPen(t.hairlineStrong);
-        painter.drawPath(corners);
-    }
-
-private:
-    LiveFrame frame_;
-};
-
-class ExportProgressSheet::Bar final : public QProgressBar {
-public:
-    explicit Bar(QWidget* parent) : QProgressBar(parent)
-    {
-        setRange(0, 1000);
-        setTextVisible(false);
-        setFixedHeight(barHeight);
-        setAccessibleName("Progress");
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        const double part = static_cast<double>(value()) / maximum();
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        QPainterPath track;
-        track.addRoundedRect(rect(), barHeight / 2.0, barHeight / 2.0);
-        painter.fillPath(track, theme().field);
-        painter.setClipPath(track);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(theme().accent);
-        painter.drawRoundedRect(QRectF(0, 0, width() * part, height()), barHeight / 2.0, barHeight / 2.0);
-    }
-};
 
 ExportProgressSheet::ExportProgressSheet(QWidget& window, Steps steps)
     : Sheet(window, "Export", sheetWidth), steps_(std::move(steps))
@@ -140,13 +40,14 @@ QWidget* ExportProgressSheet::buildProgress()
     column->setSpacing(0);
     column->addWidget(label("Exporting MP4...", TextStyle::title, LabelTone::text, page));
     column->addSpacing(16);
-    picture_ = new LivePicture(page);
+    picture_ = new FilmPicture("Live picture", page);
+    picture_->setFixedSize(pictureSize);
     column->addWidget(picture_);
     column->addSpacing(20);
 
     auto* row = new QHBoxLayout;
     row->setSpacing(16);
-    bar_ = new Bar(page);
+    bar_ = new ThinProgressBar(page);
     row->addWidget(bar_, 1);
     percent_ = label(preparing, TextStyle::section, LabelTone::text, page);
     percent_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -166,7 +67,7 @@ QWidget* ExportProgressSheet::buildFailure()
     auto* row = new QHBoxLayout(page);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(16);
-    row->addWidget(new Badge(page), 0, Qt::AlignTop);
+    row->addWidget(new FailureBadge(page), 0, Qt::AlignTop);
     auto* column = new QVBoxLayout;
     column->setSpacing(0);
     column->addWidget(label("Export failed", TextStyle::title, LabelTone::text, page));
@@ -191,10 +92,10 @@ void ExportProgressSheet::show(const ExportRun::State& state)
         error_->setText(QString::fromStdString(*state.exportError));
     } else {
         const double part = state.exportProgress.value_or(0);
-        bar_->setValue(static_cast<int>(std::floor(part * bar_->maximum())));
+        bar_->showPart(part);
         // The encoder takes a while of pictures before it gives the first one back.
         percent_->setText(part > 0 ? QString("%1%").arg(static_cast<int>(std::floor(part * 100))) : QString(preparing));
-        picture_->show(state.liveFrame);
+        picture_->showFrame(state.liveFrame);
     }
     if (!turns) return;
 

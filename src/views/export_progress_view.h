@@ -8,6 +8,9 @@ class QPushButton;
 
 namespace larkspool {
 
+class FilmPicture;
+class ThinProgressBar;
+
 /// The sheet of an export that runs, with its live picture, or of one that has failed.
 class ExportProgressSheet final : public Sheet {
 public:
@@ -22,9 +25,6 @@ public:
     void show(const ExportRun::State& state);
 
 private:
-    class LivePicture;
-    class Bar;
-
     QWidget* buildProgress();
     QWidget* buildFailure();
     void stop();
@@ -32,8 +32,8 @@ private:
     Steps steps_;
     QWidget* progress_ = nullptr;
     QWidget* failure_ = nullptr;
-    LivePicture* picture_ = nullptr;
-    Bar* bar_ = nullptr;
+    FilmPicture* picture_ = nullptr;
+    ThinProgressBar* bar_ = nullptr;
     QLabel* percent_ = nullptr;
     QPushButton* stop_ = nullptr;
     QLabel* error_ = nullptr;

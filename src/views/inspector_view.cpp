@@ -74,6 +74,11 @@ InspectorView::InspectorView(EditorContext context, QWidget* parent)
     whole->addWidget(scroll_);
 }
 
+InspectorView::~InspectorView()
+{
+    hide(); // The field that has the keyboard ends its visit while all that it works on is there.
+}
+
 void InspectorView::resizeEvent(QResizeEvent* event)
 {
     Surface::resizeEvent(event);

@@ -19,6 +19,7 @@ namespace larkspool {
 class InspectorView final : public Surface {
 public:
     InspectorView(EditorContext context, QWidget* parent);
+    ~InspectorView() override;
 
     /// Shows the editor's state.
     void refresh();

@@ -197,7 +197,8 @@ public:
 TEST(MediaBookmarks, ResolveToAFileThatIsThere)
 {
     TestBookmarks bookmarks;
-    bookmarks.resolved = {{"s", {"/stays.mp4"}}, {"m", {"/moved.mp4"}}, {"o", {"/old.mp4", /*isStale=*/true}}, {"g", {"/gone.mp4"}}};
+    bookmarks.resolved = {
+        {"s", {"/stays.mp4"}}, {"m", {"/moved.mp4"}}, {"o", {"/old.mp4", /*isStale=*/true}}, {"g", {"/gone.mp4"}}};
     const FileExists exists = [](const std::string& path) { return path != "/gone.mp4"; };
     struct Case {
         const char* when;

@@ -577,8 +577,7 @@ TEST(MixMatchSheet, ABiasOutOfItsRangeIsHeld)
 {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     for (const auto& [stored, expected] : {std::pair{-3.0, 0.0}, {7.0, 1.0}, {nan, 0.0}, {0.25, 0.25}}) {
-        MemoryUserDefaults defaults;
-        defaults.set("lksMixMatchBias", stored);
+        MemoryUserDefaults defaults({{"lksMixMatchBias", stored}});
         EXPECT_EQ(MixMatchSheet::opened(defaults, 2).bias, expected);
     }
 }

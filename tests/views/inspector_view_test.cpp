@@ -39,7 +39,9 @@ protected:
         Interpolation::invalidate(); // The layers of all tests have the same ids.
         editor_ = std::make_unique<EditorForViews>(std::move(scene));
         editor_->editor->setPlayhead(playhead);
-        view_ = std::make_unique<InspectorView>(editor_->context([this] { view_->refresh(); }), nullptr);
+        view_ = std::make_unique<InspectorView>(editor_->context([this] {
+            if (view_) view_->refresh();
+        }), nullptr);
         view_->resize(288, 1400);
         view_->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(view_.get()));
