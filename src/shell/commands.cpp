@@ -56,12 +56,6 @@ constexpr CommandCondition media{primaryIsOneOf<Layer::Kind::image, Layer::Kind:
 constexpr CommandCondition aGroup{primaryIsOneOf<Layer::Kind::group>, "Select a group first."};
 /// @}
 
-/// @name What this version of the program does not have.
-/// @{
-constexpr std::string_view noQuickRender = "Quick Render is not in this version yet.";
-constexpr std::string_view noMediaPanels = "Choosing images and videos by a menu is not in this version yet.";
-/// @}
-
 constexpr Shortcut plain(std::string_view key)
 {
     return {key, {}};
@@ -141,10 +135,9 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     ofWindow(saveDocumentAs, Menu::file, "Save As…").on(commandShift("S")),
     ofWindow(revertDocument, Menu::file, "Revert to Saved"),
     posted(exportMP4, "LKSExportMP4", Menu::file, "Export MP4...").on(command("E")).inNewSection(),
-    posted(quickRender, "LKSQuickRender", Menu::file, "Quick Render").on(commandOption("R")).without(noQuickRender),
+    posted(quickRender, "LKSQuickRender", Menu::file, "Quick Render").on(commandOption("R")),
     posted(quickRenderFromPlayhead, "", Menu::file, "Quick Render From Playhead…")
-        .on(commandOptionShift("R"), commandOption("P"))
-        .without(noQuickRender),
+        .on(commandOptionShift("R"), commandOption("P")),
 
     ofWindow(undo, Menu::edit, "Undo").on(command("Z")).needing(canUndo),
     ofWindow(redo, Menu::edit, "Redo").on(commandShift("Z")).needing(canRedo),
@@ -219,8 +212,8 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     posted(lockToggle, "LKSLockToggle", Menu::none, "Lock or Unlock").needing(layers),
     posted(renameLayer, "LKSRenameLayer", Menu::none, "Rename").needing(oneLayer),
     posted(resetLayerName, "LKSResetLayerName", Menu::none, "Reset Name").needing(renamed),
-    posted(replaceImage, "LKSReplaceImage", Menu::none, "Replace Image").needing(image).without(noMediaPanels),
-    posted(replaceVideo, "LKSReplaceVideo", Menu::none, "Replace Video").needing(video).without(noMediaPanels),
+    posted(replaceImage, "LKSReplaceImage", Menu::none, "Replace Image").needing(image),
+    posted(replaceVideo, "LKSReplaceVideo", Menu::none, "Replace Video").needing(video),
     posted(replaceFont, "LKSReplaceFont", Menu::none, "Replace Font…"),
     posted(showCropEditor, "LKSShowCropEditor", Menu::none, "Crop…").needing(media),
     posted(drillIntoGroup, "LKSDrillIntoGroup", Menu::none, "Select into Group").needing(aGroup),
@@ -244,12 +237,12 @@ constexpr std::array insertTable = {
     InsertItem{"Ellipse", {Kind::ellipse}},
     InsertItem{"Path", {Kind::path}},
     InsertItem{"Text", {Kind::text}},
-    InsertItem{"Image…", {Kind::image}, noMediaPanels},
+    InsertItem{"Image…", {Kind::image}},
     InsertItem{"Group", {Kind::group}},
     InsertItem{"Line", {Kind::line}},
     InsertItem{"Gradient Field", {Kind::gradientField}},
     InsertItem{"Hot Spot", {Kind::hotspot}},
-    InsertItem{"Video…", {Kind::video}, noMediaPanels},
+    InsertItem{"Video…", {Kind::video}},
     InsertItem{"Zoom", {Kind::zoom}},
 };
 

@@ -27,6 +27,22 @@ struct Work {
     std::string path;
 };
 
+/// What does not become a whole film is removed here: at the end of the program nobody else may hear of it any more.
+void write(Work& work, const FilmExporter& exporter, Exporter::ExportOptions options,
+           const std::function<void(const std::string& path)>& remove)
+{
+    work.path = makeQuickRenderURL();
+    options.motionBlurSamples = 1;
+    options.outputScale = quickRenderScale;
+    try {
+        exporter.exportScene(work.scene, work.path, work.startTime, std::nullopt, work.clips, options);
+    } catch (...) {
+        remove(work.path);
+        throw;
+    }
+    if (options.cancel && options.cancel->isCancelled()) remove(work.path);
+}
+
 bool isCancel(const std::exception& error)
 {
     return textualForm(error).find("userCancelled") != std::string::npos;
@@ -81,11 +97,8 @@ void QuickRender::render(const TweenScene& scene, double startTime, std::optiona
     task_ = std::make_unique<FilmTask>(
         services_.tasks,
         FilmTask::Steps{.write =
-                            [work, exporter = services_.exporter](Exporter::ExportOptions options) {
-                                work->path = makeQuickRenderURL();
-                                options.motionBlurSamples = 1;
-                                options.outputScale = quickRenderScale;
-                                exporter.exportScene(work->scene, work->path, work->startTime, std::nullopt, work->clips, options);
+                            [work, exporter = services_.exporter, remove = services_.removeFile](const auto& options) {
+                                write(*work, exporter, options, remove);
                             },
                         .news = [this](const FilmNews& news) { show(news); },
                         .end =
@@ -130,7 +143,6 @@ void QuickRender::finish(const std::exception_ptr& error, const std::string& pat
         lastFingerprint_ = std::move(fingerprint);
         state_->phase = QuickRenderState::Playing{path};
     } catch (const std::exception& failure) {
-        services_.removeFile(path);
         if (isCancel(failure))
             state_.reset();
         else

@@ -45,7 +45,8 @@ public:
         Tasks tasks;
         FilmExporter exporter = FilmExporter::reference();
         Exporter::FileExists fileExists = Exporter::fileExists;
-        std::function<void(const std::string& path)> removeFile = removeQuietly; ///< A file that is not there is no failure.
+        /// A file that is not there is no failure. Called on any thread.
+        std::function<void(const std::string& path)> removeFile = removeQuietly;
         std::function<void()> changed; ///< Called after every change of the state.
     };
 

@@ -16,8 +16,10 @@
 #include "views/layer_palette_view.h"
 #include "views/layer_panel_view.h"
 #include "views/layer_sheets.h"
+#include "views/media_surfaces.h"
 #include "views/notice_bar.h"
 #include "views/panel_splitter.h"
+#include "views/quick_render_flow.h"
 #include "views/scene_strip_view.h"
 #include "views/theme.h"
 #include "views/timeline_sheets.h"
@@ -112,9 +114,14 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
                                     .tasks = workspace_.background.tasks(),
                                     .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
                                     .documentName = [this] { return file_.displayName(); },
-                                    .documentFolder =
-                                        [this] { return std::filesystem::path(file_.path()).parent_path().string(); },
+                                    .documentFolder = [this] { return documentFolder(); },
                                     .sheetsChanged = [this] { refresh(); }});
+    quickRenders_ = std::make_unique<QuickRenderFlow>(
+        *this, QuickRenderFlow::Services{.editor = *editor_,
+                                         .playback = *playback_,
+                                         .tasks = workspace_.background.tasks(),
+                                         .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
+                                         .sheetChanged = [this] { refresh(); }});
     timelineSheets_ = std::make_unique<TimelineSheets>(
         *this, TimelineSheets::Services{.editor = *editor_, .playback = *playback_, .changed = [this] { refresh(); }});
     layerSheets_ = std::make_unique<LayerSheets>(
@@ -125,6 +132,7 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
                                      .videos = [this] { return canvas_->videos(); },
                                      .changed = [this] { refresh(); }});
     buildLayout();
+    buildMedia();
     buildAssistant();
     buildMenus();
     // Settings take effect at once, but not in the midst of what changes them.
@@ -153,6 +161,7 @@ void EditorWindow::buildLayout()
     strip_ = new SceneStripView(context, this);
     strip_->setFixedHeight(sceneStripHeight);
     const auto add = [this](const LayerPaletteCommands::Item& item) {
+        if (item.needsFile) return media_->add(item.kind);
         editor_->perform(LayerPaletteCommands::add(editor_->scene(), item, canvas_->visibleCenter(), workspace_.defaults));
         refresh();
     };
@@ -197,6 +206,27 @@ void EditorWindow::buildLayout()
 
     connect(new QShortcut(QKeySequence("F6"), this), &QShortcut::activated, this, [this] { goToRegion(1); });
     connect(new QShortcut(QKeySequence("Shift+F6"), this), &QShortcut::activated, this, [this] { goToRegion(-1); });
+}
+
+void EditorWindow::buildMedia()
+{
+    media_ = std::make_unique<MediaSurfaces>(
+        *this, *canvas_,
+        MediaSurfaces::Services{.editor = *editor_,
+                                .tasks = workspace_.background.tasks(),
+                                .changed = [this] { refresh(); },
+                                .documentFolder = [this] { return documentFolder(); },
+                                .isBusy = [this] { return isCovered() || editor_->isDraggingCanvas(); },
+                                .runPanel = workspace_.runOpenPanel,
+                                .runAlert = workspace_.runAlert});
+    canvas_->dropFiles = [this](std::vector<std::string> paths, CGPoint at) { media_->take(std::move(paths), at); };
+    canvas_->dropKind = [this](Layer::Kind kind, CGPoint at) { media_->insert(kind, at); };
+    strip_->pickMusic = [this] { media_->pickMusic(); };
+}
+
+std::string EditorWindow::documentFolder() const
+{
+    return std::filesystem::path(file_.path()).parent_path().string();
 }
 
 void EditorWindow::buildAssistant()
@@ -313,6 +343,8 @@ void EditorWindow::perform(Command command)
 void EditorWindow::receive(Command command, const LayerInsertion& insertion)
 {
     if (timelineSheets_->take(command) || layerSheets_->take(command)) return;
+    const bool comesOfFile = insertion.kind == Layer::Kind::image || insertion.kind == Layer::Kind::video;
+    if (command == Command::insertLayerOfKind && comesOfFile) return media_->insert(insertion.kind, canvas_->visibleCenter());
     const CommandSurroundings around{.pasteboard = workspace_.pasteboard,
                                      .styles = workspace_.styles,
                                      .viewportCenter = canvas_->visibleCenter(),
@@ -326,7 +358,8 @@ void EditorWindow::receive(Command command, const LayerInsertion& insertion)
 
 bool EditorWindow::isCovered() const
 {
-    return exports_->isOpen() || timelineSheets_->isOpen() || layerSheets_->isOpen();
+    return exports_->isOpen() || quickRenders_->isOpen() || timelineSheets_->isOpen() || layerSheets_->isOpen() ||
+           (media_ && media_->isOpen());
 }
 
 void EditorWindow::performInWindow(Command command)
@@ -337,6 +370,8 @@ void EditorWindow::performInWindow(Command command)
     case Command::saveDocumentAs: saveAs(); return;
     case Command::revertDocument: revert(); return;
     case Command::exportMP4: return exports_->start();
+    case Command::quickRender: return quickRenders_->start(QuickRender::From::beginning);
+    case Command::quickRenderFromPlayhead: return quickRenders_->start(QuickRender::From::playhead);
     case Command::showRetime:
     case Command::showMoveModal:
     case Command::showDilateModal:
@@ -345,6 +380,8 @@ void EditorWindow::performInWindow(Command command)
     case Command::mixAndMatch:
     case Command::replaceFont:
     case Command::showCropEditor: return layerSheets_->open(command);
+    case Command::replaceImage:
+    case Command::replaceVideo: return media_->open(command);
     case Command::zoomIn: return canvas_->zoomIn();
     case Command::zoomOut: return canvas_->zoomOut();
     case Command::zoomReset: return canvas_->resetZoom();
@@ -474,6 +511,7 @@ bool EditorWindow::mayLoseChanges()
 
 void EditorWindow::closeEvent(QCloseEvent* event)
 {
+    quickRenders_->close();
     timelineSheets_->close();
     layerSheets_->close();
     if (!mayLoseChanges()) return event->ignore();
@@ -489,6 +527,7 @@ void EditorWindow::showEvent(QShowEvent* event)
     if (std::exchange(isShown_, true)) return;
     sizePanels();
     canvas_->fit(CanvasView::FitTo::scene);
+    if (!file_.path().empty()) media_->reconnect();
 }
 
 void EditorWindow::recallWindow()

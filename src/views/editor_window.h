@@ -25,7 +25,9 @@ class InspectorTabs;
 class InspectorView;
 class LayerPanelView;
 class LayerSheets;
+class MediaSurfaces;
 class PanelSplitter;
+class QuickRenderFlow;
 class SceneStripView;
 class TimelineSheets;
 class TimelineView;
@@ -85,6 +87,8 @@ private:
     bool mayLoseChanges();
     void showTitle();
     void buildAssistant();
+    void buildMedia();
+    std::string documentFolder() const; ///< Empty for a document without a file.
     /// Shows the assistant and puts the keyboard there, or shows the properties again. While it is off, its settings are shown.
     void toggleAssistant();
     /// Has the sound of the document at hand, if its file is there.
@@ -104,8 +108,10 @@ private:
     Observation conversation_;
     std::unique_ptr<Menus> menus_;
     std::unique_ptr<ExportFlow> exports_;
+    std::unique_ptr<QuickRenderFlow> quickRenders_;
     std::unique_ptr<TimelineSheets> timelineSheets_;
     std::unique_ptr<LayerSheets> layerSheets_;
+    std::unique_ptr<MediaSurfaces> media_;
     CanvasView* canvas_ = nullptr;
     QPointer<QWidget> dockedPalette_; ///< Null while the palette has a window of its own.
     QPointer<QWidget> palette_;       ///< That window.

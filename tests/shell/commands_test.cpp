@@ -287,7 +287,7 @@ TEST(CommandAvailability, WhatTheProgramDoesNotHaveSaysSoWhateverIsSelected)
         EXPECT_EQ(offered.reason, info.missing);
     }
     using enum Command;
-    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates, replaceImage, replaceVideo}));
+    EXPECT_EQ(missing, (std::set<Command>{checkForUpdates}));
 }
 
 TEST(CommandConditions, ThoseOfTheSheetsAskForEnoughToWorkOn)
