@@ -89,9 +89,9 @@ Alert videoLinkedNotice()
     return {.style = Alert::Style::informational,
             .title = "Videos Are Linked, Not Embedded",
             .text = "Larkspool links to your video file rather than copying it into the document, and tracks it across moves and "
-                    "renames automatically. If Larkspool ever can't find the file (for example after the source is deleted or moved "
-                    "to another volume), it'll ask you to point it at the current location. You can also right-click the layer at "
-                    "any time to replace the video.",
+                    "renames automatically. If Larkspool ever can't find the file (for example after the source is deleted or "
+                    "moved to another volume), it'll ask you to point it at the current location. You can also right-click the "
+                    "layer at any time to replace the video.",
             .buttons = {"OK"}};
 }
 
@@ -138,12 +138,14 @@ void MediaFlow::addVideoLayers()
 
 void MediaFlow::insertImageLayer(CGPoint at)
 {
-    chooseAndRead(imagesPanel(), WantedMedia::images, [this, at](ReadMedia media) { place(std::move(media), at, droppedCascade); });
+    chooseAndRead(imagesPanel(), WantedMedia::images,
+                  [this, at](ReadMedia media) { place(std::move(media), at, droppedCascade); });
 }
 
 void MediaFlow::insertVideoLayer(CGPoint at)
 {
-    chooseAndRead(videosPanel(), WantedMedia::videos, [this, at](ReadMedia media) { place(std::move(media), at, droppedCascade); });
+    chooseAndRead(videosPanel(), WantedMedia::videos,
+                  [this, at](ReadMedia media) { place(std::move(media), at, droppedCascade); });
 }
 
 void MediaFlow::importMediaFiles(std::vector<std::string> paths, CGPoint at, double cascadeOffset)

@@ -100,7 +100,8 @@ public:
     void pickAudioFile();
     /// @}
 
-    /// Mends the links of a document that was opened: first without a word, then by asking. What is mended by one answer is one step.
+    /// Mends the links of a document that was opened: first without a word, then by asking. What is mended by one answer is one
+    /// step.
     void reconnectMissingVideosIfNeeded();
 
     /// Tells once in a person's life how videos are kept.

@@ -180,8 +180,8 @@ TEST_F(MediaFlowTest, TheNoticeOfLinkedVideosIsShownOnceOverAllDocuments)
     EXPECT_EQ(alerts_[0].text,
               "Larkspool links to your video file rather than copying it into the document, and tracks it across moves and renames "
               "automatically. If Larkspool ever can't find the file (for example after the source is deleted or moved to another "
-              "volume), it'll ask you to point it at the current location. You can also right-click the layer at any time to replace "
-              "the video.");
+              "volume), it'll ask you to point it at the current location. You can also right-click the layer at any time to "
+              "replace the video.");
     EXPECT_THAT(alerts_[0].buttons, ElementsAre("OK"));
     EXPECT_TRUE(defaults_.boolean(DefaultsKey::shownVideoLinkedNotice));
     EXPECT_EQ(undoName(), "Add Video");

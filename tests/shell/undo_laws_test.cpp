@@ -54,11 +54,12 @@ public:
     void doAnythingOnTheCanvas()
     {
         if (random_.chance(2)) view().selectLayers(anyLayers());
-        const std::array things{&Person::dragOnCanvas, &Person::dragOnCanvas, &Person::dragAHandle, &Person::dragAndCancelOnCanvas,
-                                &Person::duplicate,    &Person::paste,        &Person::group,       &Person::ungroup,
-                                &Person::restack,      &Person::align,        &Person::distributeOnCanvas, &Person::nudge,
-                                &Person::crop,         &Person::mixAndMatch,  &Person::importMedia, &Person::replaceMedia,
-                                &Person::deleteLayers};
+        const std::array things{&Person::dragOnCanvas,          &Person::dragOnCanvas, &Person::dragAHandle,
+                                &Person::dragAndCancelOnCanvas, &Person::duplicate,    &Person::paste,
+                                &Person::group,                 &Person::ungroup,      &Person::restack,
+                                &Person::align,                 &Person::nudge,        &Person::distributeOnCanvas,
+                                &Person::crop,                  &Person::mixAndMatch,  &Person::importMedia,
+                                &Person::replaceMedia,          &Person::deleteLayers};
         (this->*things[random_.index(things.size())])();
     }
 
@@ -240,8 +241,8 @@ private:
         const auto frame = selectionFrame(editor_.scene(), layer, playhead());
         if (!frame) return;
         const SceneFit fit{};
-        pressAndWander(random_.chance(3) ? rotateHandleViewPoint(*frame, fit)
-                                         : frame->viewPoint(static_cast<SelectionHandle>(random_.index(selectionHandleCount)), fit));
+        const auto handle = static_cast<SelectionHandle>(random_.index(selectionHandleCount));
+        pressAndWander(random_.chance(3) ? rotateHandleViewPoint(*frame, fit) : frame->viewPoint(handle, fit));
         view().releaseCanvas({});
     }
     void dragAndCancelOnCanvas()
@@ -275,12 +276,13 @@ private:
     }
     void distributeOnCanvas()
     {
-        editor_.perform(distributeSelected(editor_.scene(), selected(),
-                                           random_.chance(2) ? DistributeAxis::horizontal : DistributeAxis::vertical, playhead()));
+        const DistributeAxis axis = random_.chance(2) ? DistributeAxis::horizontal : DistributeAxis::vertical;
+        editor_.perform(distributeSelected(editor_.scene(), selected(), axis, playhead()));
     }
     void nudge()
     {
-        editor_.perform(nudgeSelected(editor_.scene(), selected(), {random_.between(-9, 9), nudgeStep(random_.chance(2))}, playhead()));
+        const CGPoint delta{random_.between(-9, 9), nudgeStep(random_.chance(2))};
+        editor_.perform(nudgeSelected(editor_.scene(), selected(), delta, playhead()));
     }
     void crop()
     {
@@ -291,9 +293,10 @@ private:
     void mixAndMatch()
     {
         using Category = MixMatchCategory;
-        editor_.perform(applyMixAndMatch(
-            editor_.scene(), selected(),
-            {.categories = {Category::fill, Category::rotation}, .bias = random_.between(0, 1), .distributeAsSet = random_.chance(2)}));
+        const MixMatchSettings settings{.categories = {Category::fill, Category::rotation},
+                                        .bias = random_.between(0, 1),
+                                        .distributeAsSet = random_.chance(2)};
+        editor_.perform(applyMixAndMatch(editor_.scene(), selected(), settings));
     }
     /// The layer of an image or a video that was read.
     static Layer media(Layer::Kind kind, std::uint8_t content)
