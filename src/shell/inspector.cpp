@@ -1,6 +1,7 @@
 #include "shell/inspector.h"
 
 #include "canvas/canvas_geometry.h"
+#include "canvas/layer_insertion.h"
 #include "canvas/layer_names.h"
 #include "document/normalisers.h"
 #include "editing/keyframe_upsert.h"
@@ -22,6 +23,7 @@ using Property = Keyframe::AnimatableProperty;
 using ItemKind = TimelineItemRef::Kind;
 
 constexpr double unchangedWithin = 0.0001;
+constexpr double viewportShare = 0.4, viewportMargin = 0.03; ///< Of the scene's sides; of its width.
 constexpr std::int64_t highestFps = 240;
 constexpr double shortestScene = 0.1, longestScene = 3600; ///< Seconds.
 
@@ -343,6 +345,29 @@ std::optional<Edit> Inspector::toggleKeyframe(const TweenScene& scene, const Lay
         }
     });
     return edit;
+}
+
+void Inspector::setZoomType(Layer& zoom, ZoomType type, CGSize sceneSize, RandomSource& random)
+{
+    zoom.zoomType = type;
+    if (type != ZoomType::pictureInPicture || std::ranges::any_of(zoom.children, &Layer::pipRendition)) return;
+    const double frameWidth = std::max(zoom.size.width, 1.0), frameHeight = std::max(zoom.size.height, 1.0);
+    const double scale = std::min(sceneSize.width / frameWidth, sceneSize.height / frameHeight) * viewportShare;
+    const double margin = sceneSize.width * viewportMargin;
+
+    Layer viewport = newLayer(Layer::Kind::rectangle, random);
+    viewport.name = SharedString("Viewport");
+    viewport.pipRendition = true;
+    viewport.size = {frameWidth * scale, frameHeight * scale};
+    // A viewport stands in the scene, not in its zoom.
+    const bool isRight = zoom.transform.x + frameWidth * 0.5 <= sceneSize.width * 0.5;
+    const bool isBelow = zoom.transform.y + frameHeight * 0.5 <= sceneSize.height * 0.5;
+    viewport.transform.x = isRight ? sceneSize.width - margin - viewport.size.width : margin;
+    viewport.transform.y = isBelow ? sceneSize.height - margin - viewport.size.height : margin;
+    viewport.fill = ColorRGBA::white;
+    viewport.cornerRadius = margin * 0.5;
+    viewport.shadow = ShadowPreset::medium;
+    zoom.children.append(std::move(viewport));
 }
 
 std::string Inspector::diamondHelp(Diamond diamond, double playhead)

@@ -117,6 +117,10 @@ CGPoint croppedPositionOffset(const Layer& layer);
 std::optional<Edit> toggleKeyframe(const TweenScene& scene, const LayerIDs& selection, Keyframe::AnimatableProperty property,
                                    double playhead, RandomSource& random = systemRandom());
 
+/// Makes the zoom one of that type. A picture-in-picture zoom shows nothing but in its viewports: one without gets its first, of the
+/// zoom's own shape and up to 0.4 of the scene's sides, in the corner of the scene that is farthest from what the zoom frames.
+void setZoomType(Layer& zoom, ZoomType type, CGSize sceneSize, RandomSource& random = systemRandom());
+
 /// The diamond's help: what a click would do.
 std::string diamondHelp(Diamond diamond, double playhead);
 

@@ -4,6 +4,7 @@
 #include "views/drag_mode_view.h"
 #include "views/input.h"
 #include "views/layer_palette_view.h"
+#include "views/media_panels.h"
 #include "views/theme.h"
 
 #include <QDragEnterEvent>
@@ -12,6 +13,7 @@
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
 #include <QPainter>
+#include <QUrl>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -234,7 +236,8 @@ void CanvasView::fit(FitTo what)
 
 CGPoint CanvasView::visibleCenter() const
 {
-    return sceneFit().sceneFromView({width() * 0.5, height() * 0.5});
+    // The palette covers the left edge: in a scene that was fitted this is the scene's own centre.
+    return sceneFit().sceneFromView({(width() + (palette_ ? paletteInset : 0)) * 0.5, height() * 0.5});
 }
 
 void CanvasView::flashZoomHUD()
@@ -326,15 +329,27 @@ void CanvasView::mouseReleaseEvent(QMouseEvent* event)
 
 void CanvasView::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (LayerPaletteView::dragged(*event->mimeData())) event->acceptProposedAction();
+    if (LayerPaletteView::dragged(*event->mimeData())) return event->acceptProposedAction();
+    if (!event->mimeData()->hasUrls() || !dropFiles) return;
+    event->setDropAction(Qt::CopyAction); // The files stay where they are.
+    event->accept();
 }
 
 void CanvasView::dropEvent(QDropEvent* event)
 {
+    const CGPoint there = sceneFit().sceneFromView(asPoint(event->position()));
     const LayerPaletteCommands::Item* item = LayerPaletteView::dragged(*event->mimeData());
+    if (!item && event->mimeData()->hasUrls() && dropFiles) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+        return dropFiles(localPaths(event->mimeData()->urls()), there);
+    }
     if (!item) return;
     event->acceptProposedAction();
-    const CGPoint there = sceneFit().sceneFromView(asPoint(event->position()));
+    if (item->needsFile) {
+        if (dropKind) dropKind(item->kind, there);
+        return;
+    }
     context_.editor.perform(LayerPaletteCommands::add(context_.editor.scene(), *item, there, context_.editor.defaults()));
     context_.changed();
 }

@@ -10,8 +10,11 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 class QNativeGestureEvent;
 
@@ -44,6 +47,12 @@ public:
     CGPoint visibleCenter() const;
     /// The pictures of the scene's videos, for another picture of the same layers.
     VideoPictures* videos() { return &videos_; }
+
+    /// @name What is dropped on the canvas and comes from files, at a point of the scene. Either may be absent.
+    /// @{
+    std::function<void(std::vector<std::string> paths, CGPoint at)> dropFiles; ///< Without paths where none is on this computer.
+    std::function<void(Layer::Kind kind, CGPoint at)> dropKind;                ///< Of a palette's item that needs a file.
+    /// @}
 
 protected:
     bool event(QEvent* event) override;

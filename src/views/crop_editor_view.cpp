@@ -30,6 +30,7 @@ constexpr int besideCard = 96, aboveCard = 48, aroundView = 124; ///< Around the
 constexpr QSize mostShown(2 * mostCard.width(), 2 * mostCard.height());
 
 const char* const loadingText = "The picture is being read…";
+const char* const keysHelp = ": arrow keys move it by 1 px, with Shift by 10. Click a handle, or press Tab, to choose it.";
 const char* const missingText = "The picture cannot be read. Close this, and replace the file or connect it again.";
 
 /// In the order of Tab: first all of it, then round the frame.
@@ -105,7 +106,7 @@ QImage shownOf(const ImageRef& preview)
 
 CropView::CropView(CropEditorSheet& sheet, QWidget* parent) : QWidget(parent), sheet_(sheet)
 {
-    setAccessibleName("Crop");
+    setAccessibleName("Crop Frame");
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
 }
@@ -311,11 +312,11 @@ void CropView::paintLabel(QPainter& painter) const
     painter.setPen(theme().text);
     painter.setFont(textFont(TextStyle::value));
     paintTabular(painter, {rect.left(), rect.top() + 16, rect.width(), 20}, Qt::AlignHCenter, measures());
-    const CropHandle moved = overlay().activeHandle.value_or(overlay().selectedHandle.value_or(CropHandle::body));
+    QString words = inWords(larkspool::label(overlay().activeHandle.value_or(overlay().selectedHandle.value_or(CropHandle::body))));
+    if (!overlay().activeHandle) words += keysHelp;
     painter.setPen(theme().textSecondary);
     painter.setFont(textFont(TextStyle::caption));
-    painter.drawText(QRectF(rect.left(), rect.top() + 38, rect.width(), 18), Qt::AlignCenter,
-                     inWords(larkspool::label(moved)) + ": arrow keys move it by 1 px, with Shift by 10. Click a handle, or press Tab, to choose it.");
+    painter.drawText(QRectF(rect.left(), rect.top() + 38, rect.width(), 18), Qt::AlignCenter, words);
 }
 
 void CropView::paintMagnifier(QPainter& painter) const

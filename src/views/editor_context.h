@@ -5,6 +5,7 @@
 #include "shell/playback.h"
 
 #include <functional>
+#include <string>
 
 namespace larkspool {
 
@@ -16,6 +17,7 @@ struct EditorContext {
     std::function<void()> changed;
     std::function<void(Command command)> perform; ///< Carries a command out in this window, as its menu item would.
     std::function<void()> sceneCreated{}; ///< Tells that a person has added a scene. May be absent.
+    std::function<std::string()> documentFolder = [] { return std::string(); }; ///< Empty for a document without a file.
 };
 
 } // namespace larkspool

@@ -35,6 +35,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QScreen>
 #include <QSettings>
 #include <QShortcut>
 
@@ -88,7 +89,8 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     setAttribute(Qt::WA_DeleteOnClose);
     Interpolation::invalidate();
     setMinimumSize(smallestSize);
-    resize(defaultSize);
+    // Never wider or taller than the screen: Export stands at the right edge.
+    resize(defaultSize.boundedTo(screen()->availableSize()).expandedTo(smallestSize));
     editor_ = std::make_unique<EditorView>(
         file_.saved(), EditorView::Services{.defaults = workspace_.defaults,
                                             .timers = timers_,
@@ -151,7 +153,8 @@ EditorWindow::~EditorWindow()
 void EditorWindow::buildLayout()
 {
     const EditorContext context{*editor_, *playback_, [this] { refresh(); }, [this](Command command) { perform(command); },
-                                [this] { workspace_.center.post(EditorNotification::sceneCreated); }};
+                                [this] { workspace_.center.post(EditorNotification::sceneCreated); },
+                                [this] { return documentFolder(); }};
     canvas_ = new CanvasView(context, this);
     toast_ = new Toast(canvas_, [this] { return editor_->rippleToastMessage(); });
     layers_ = new LayerPanelView(context, this);

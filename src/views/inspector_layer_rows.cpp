@@ -192,6 +192,24 @@ MenuField* InspectorView::enumMenu(const QString& name, E Layer::* field)
         });
 }
 
+MenuField* InspectorView::zoomTypeMenu()
+{
+    return menuField(
+        "Zoom Type",
+        [this] {
+            return words(Inspector::isMixedAcrossSelection(shown_.resolved, &Layer::zoomType)
+                             ? Inspector::mixedText
+                             : larkspool::label(shown_.first().zoomType));
+        },
+        [this](QMenu& menu) {
+            for (const EnumCase<ZoomType>& one : EnumTable<ZoomType>::cases)
+                menu.addAction(words(one.label), this, [this, type = one.value] {
+                    const TweenScene scene = context_.editor.scene();
+                    editLayers("Zoom Type", [&](Layer& layer) { Inspector::setZoomType(layer, type, {scene.width, scene.height}); });
+                });
+        });
+}
+
 void InspectorView::buildLayers()
 {
     buildLayerHead();
@@ -200,7 +218,7 @@ void InspectorView::buildLayers()
         case Inspector::Section::transform: buildTransform(); break;
         case Inspector::Section::zoom: {
             QVBoxLayout* rows = addSection(words(Inspector::title(section)));
-            addRow(rows, "Type", {enumMenu("Zoom Type", &Layer::zoomType)});
+            addRow(rows, "Type", {zoomTypeMenu()});
             break;
         }
         case Inspector::Section::size: buildSize(); break;

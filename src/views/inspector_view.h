@@ -78,6 +78,7 @@ private:
     Segments* enumSegments(const QString& name, E Layer::* field);
     template <typename E>
     MenuField* enumMenu(const QString& name, E Layer::* field);
+    MenuField* zoomTypeMenu();
     /// A number of an item of the timeline. Nothing came of `edit` where the number changes nothing.
     NumberField* itemField(const QString& name, const char* action, NumberField::Look look,
                            std::function<std::optional<double>()> read, std::function<std::optional<Edit>(double)> edit);

@@ -1,6 +1,5 @@
 #include "views/layer_palette_view.h"
 
-#include "shell/commands.h"
 #include "views/controls.h"
 #include "views/icons.h"
 #include "views/kind_icon.h"
@@ -31,15 +30,6 @@ QString words(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// Why a layer of a kind cannot be added by a button; empty if it can.
-std::string_view whyNot(const LayerPaletteCommands::Item& item)
-{
-    if (!item.needsFile) return {};
-    const auto inMenu =
-        std::ranges::find_if(insertItems(), [&](const InsertItem& entry) { return entry.insertion.kind == item.kind; });
-    return inMenu != insertItems().end() ? inMenu->missing : std::string_view();
-}
-
 class PaletteButton final : public QToolButton {
 public:
     PaletteButton(const LayerPaletteCommands::Item& item, QWidget* parent) : QToolButton(parent), item_(item)
@@ -50,9 +40,7 @@ public:
         setAutoRaise(true);
         setFocusPolicy(Qt::TabFocus);
         setAccessibleName(words(item.title));
-        const std::string_view reason = whyNot(item);
-        setEnabled(!item.needsFile);
-        setToolTip(reason.empty() ? words(item.title) : words(item.title) + "\n" + words(reason));
+        setToolTip(words(item.title) + (item.needsFile ? "…" : ""));
     }
 
 protected:

@@ -19,6 +19,12 @@ QString words(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+/// As a menu shows it letter by letter: an ampersand alone would underline what comes after.
+QString literal(QString text)
+{
+    return text.replace('&', "&&");
+}
+
 void allow(QAction& action, const CommandAvailability& availability)
 {
     action.setEnabled(availability.isEnabled);
@@ -45,7 +51,7 @@ void Menus::addCommand(QMenu& menu, const CommandInfo& info)
 {
     if (info.startsSection) menu.addSeparator();
     if (info.command == Command::insertLayerOfKind) return;
-    QAction* action = menu.addAction(words(info.title));
+    QAction* action = menu.addAction(literal(words(info.title)));
     QList<QKeySequence> keys;
     if (info.shortcut) keys << QKeySequence(QString::fromStdString(portableText(*info.shortcut)));
     if (info.alternative) keys << QKeySequence(QString::fromStdString(portableText(*info.alternative)));
@@ -61,7 +67,7 @@ void Menus::addRecents(QMenu& menu)
     QObject::connect(recents, &QMenu::aboutToShow, recents, [this, recents] {
         recents->clear();
         for (const std::string& path : steps_.recentDocuments()) {
-            QAction* action = recents->addAction(QFileInfo(QString::fromStdString(path)).completeBaseName());
+            QAction* action = recents->addAction(literal(QFileInfo(QString::fromStdString(path)).completeBaseName()));
             action->setToolTip(QString::fromStdString(path));
             QObject::connect(action, &QAction::triggered, action, [this, path] { steps_.openDocument(path); });
         }
@@ -74,7 +80,7 @@ void Menus::addInsertions(QMenu& menu)
     QMenu* layers = menu.addMenu(words(insertLayerMenuTitle));
     QMenu* cursors = nullptr;
     const auto add = [this](QMenu& to, const InsertItem& item) {
-        QAction* action = to.addAction(words(item.title));
+        QAction* action = to.addAction(literal(words(item.title)));
         QObject::connect(action, &QAction::triggered, action, [this, &item] { steps_.insert(item.insertion); });
         insertions_.emplace_back(&item, action);
     };

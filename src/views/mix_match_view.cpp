@@ -126,9 +126,20 @@ void MixMatchSheetView::buildPreview()
     around->setContentsMargins(Switch::ringRoom, 0, 0, 0);
     preview_ = new ScenePreview(
         {.scene = [this] { return outcome(); }, .playhead = subject_.playhead, .videos = subject_.videos}, whole);
-    preview_->setFixedHeight(std::clamp(parentWidget()->height() - besidePreview, leastPreview, mostPreview));
     around->addWidget(preview_);
     addWide(whole);
+    fitPreview();
+}
+
+void MixMatchSheetView::fitPreview()
+{
+    preview_->setFixedHeight(std::clamp(parentWidget()->height() - besidePreview, leastPreview, mostPreview));
+}
+
+void MixMatchSheetView::resizeEvent(QResizeEvent* event)
+{
+    FormSheet::resizeEvent(event);
+    fitPreview();
 }
 
 TweenScene MixMatchSheetView::outcome()

@@ -32,9 +32,13 @@ public:
 
     void present();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void buildSheet(UserDefaults& defaults, Steps steps);
     void buildPreview();
+    void fitPreview();
     void buildSections();
     void addSection(QWidget* parent, QVBoxLayout& column, std::string_view section);
     void buildBias();

@@ -8,15 +8,12 @@
 
 #include <QApplication>
 #include <QContextMenuEvent>
-#include <QFileDialog>
 #include <QInputDialog>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QUrl>
-#include <QFileInfo>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -494,21 +491,12 @@ void SceneStripView::showTransitionMenu(std::int64_t index, QPoint position)
 
 void SceneStripView::showMusicMenu(QPoint position)
 {
-    if (!document_.audio) return pickAudioFile();
+    if (!pickMusic) return;
+    if (!document_.audio) return pickMusic();
     QMenu menu(this);
-    menu.addAction("Replace…", this, [this] { pickAudioFile(); });
+    menu.addAction("Replace…", this, [this] { pickMusic(); });
     menu.addAction("Remove", this, [this] { editDocument([](TweenDocument& document) { document.audio.reset(); }); });
     menu.exec(position);
-}
-
-void SceneStripView::pickAudioFile()
-{
-    const QString path = QFileDialog::getOpenFileName(this, words(SceneStrip::musicPanelMessage), {},
-                                                      "Music (*.mp3 *.m4a *.aac *.wav *.aif *.aiff)");
-    if (path.isEmpty()) return;
-    const std::string url = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded).toStdString();
-    const std::string name = QFileInfo(path).fileName().toStdString();
-    editDocument([&](TweenDocument& document) { SceneStrip::setMusic(document, url, name); });
 }
 
 void SceneStripView::rename(std::int64_t index)

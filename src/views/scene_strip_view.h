@@ -22,6 +22,8 @@ public:
     /// Shows the editor's state.
     void refresh();
 
+    std::function<void()> pickMusic; ///< Asks for the music of the document. May be absent.
+
     std::vector<AccessibleItem> accessibleItems() const override;
 
 protected:
@@ -65,7 +67,6 @@ private:
     void showAddMenu(QPoint position);
     void showTransitionMenu(std::int64_t index, QPoint position);
     void showMusicMenu(QPoint position);
-    void pickAudioFile();
     void rename(std::int64_t index);
     void finishRename(NameField::End end);
 

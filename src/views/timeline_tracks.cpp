@@ -1,5 +1,6 @@
 #include "views/timeline_tracks.h"
 
+#include "platform/media_file.h"
 #include "timeline/pulses_track.h"
 #include "timeline/ripple_settings.h"
 #include "timeline/snap.h"
@@ -521,7 +522,9 @@ void TimelineTracks::showTrimPreview()
 {
     if (const std::optional<VideoTrimOverlayState>& trim = context_.editor.videoTrimOverlay()) {
         if (!trimPreview_) trimPreview_ = new TrimPreview(window());
-        trimPreview_->show(*trim, mapTo(window(), QPointF(trim->x, trim->y)).toPoint());
+        VideoTrimOverlayState shown = *trim;
+        shown.videoPath = mediaPath(shown.videoPath, context_.documentFolder());
+        trimPreview_->show(shown, mapTo(window(), QPointF(trim->x, trim->y)).toPoint());
     } else if (trimPreview_) {
         trimPreview_->end();
     }

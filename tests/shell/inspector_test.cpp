@@ -43,6 +43,46 @@ EditorState stateOf(const TweenScene& scene)
     return state;
 }
 
+TEST(InspectorZoomType, APictureInPictureGetsOneViewportInTheFarthestCorner)
+{
+    struct Case {
+        const char* description;
+        double x, y;
+        CGPoint viewport;
+    };
+    // The zoom is 400 by 200 in a scene of 1000 by 800. The viewport is 0.4 of the scene's width, 400 by 200 as well (0.4 of the
+    // height would be 320, for which it would have to be 640 wide), and 30 from the edges.
+    const Case cases[] = {
+        {"framing the upper left", 0, 0, {570, 570}},
+        {"framing the upper right", 600, 0, {30, 570}},
+        {"framing the lower left", 0, 600, {570, 30}},
+        {"framing the lower right", 600, 600, {30, 30}},
+        {"framing the middle", 300, 300, {570, 570}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.description);
+        Layer zoom = shape(Layer::Kind::zoom);
+        zoom.size = {400, 200};
+        zoom.transform.x = c.x;
+        zoom.transform.y = c.y;
+        Inspector::setZoomType(zoom, ZoomType::pictureInPicture, {1000, 800});
+        ASSERT_EQ(zoom.children.size(), 1U);
+        const Layer viewport = zoom.children[0];
+        EXPECT_TRUE(viewport.pipRendition);
+        EXPECT_EQ(viewport.size, (CGSize{400, 200}));
+        EXPECT_EQ(viewport.transform.x, c.viewport.x);
+        EXPECT_EQ(viewport.transform.y, c.viewport.y);
+
+        Inspector::setZoomType(zoom, ZoomType::fullScreen, {1000, 800});
+        EXPECT_EQ(zoom.zoomType, ZoomType::fullScreen);
+        Inspector::setZoomType(zoom, ZoomType::pictureInPicture, {1000, 800});
+        EXPECT_EQ(zoom.children.size(), 1U) << "the viewport it has is kept";
+    }
+    Layer camera = shape(Layer::Kind::zoom);
+    Inspector::setZoomType(camera, ZoomType::fullScreen, {1000, 800});
+    EXPECT_TRUE(camera.children.empty());
+}
+
 TEST(InspectorSubject, ItemsOfTheTimelineComeBeforeLayersAndLayersBeforeTheScene)
 {
     using Kind = InspectorSubject::Kind;

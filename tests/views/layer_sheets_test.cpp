@@ -1,11 +1,13 @@
 #include "views/layer_sheets.h"
 
-#include "canvas/layer_upkeep.h"
+#include "canvas/mix_match.h"
 #include "editing/scene_lookup.h"
 #include "support/png_bytes.h"
 #include "views/crop_editor_view.h"
+#include "views/editor_window.h"
 #include "views/find_control.h"
 #include "views/form_controls.h"
+#include "views/inspector_fields.h"
 #include "views/scene_preview.h"
 #include "views/slider.h"
 #include "views/window_test.h"
@@ -346,6 +348,21 @@ TEST_F(MixMatchViewTest, WhatCannotBeDealtIsDisabledWithAReason)
     expectNoTrace();
 }
 
+TEST_F(MixMatchViewTest, TheSheetFitsIntoTheSmallestWindow)
+{
+    window.resize(1024, 680);
+    open(Command::mixAndMatch, {tileA, title});
+    click("Select All");
+    QTest::qWait(1);
+    const QWidget& sheet = *findControl<QWidget>(window, "Mix & Match");
+    EXPECT_LE(sheet.childrenRect().height(), 680);
+    EXPECT_LE(sheet.childrenRect().bottom(), 680);
+    const int height = preview().height();
+    window.resize(1024, 1000);
+    QTest::qWait(1);
+    EXPECT_GT(preview().height(), height);
+}
+
 TEST_F(MixMatchViewTest, AWordTurnsItsSwitch)
 {
     open(Command::mixAndMatch, {tileA, tileB});
@@ -468,8 +485,8 @@ protected:
         open(Command::showCropEditor, {layerID});
         tasks.workAndDrain();
     }
-    CropView& view() const { return *findControl<CropView>(window, "Crop"); }
-    const CropEditorSheet& sheet() const { return window.findChild<CropEditorSheetView*>()->sheet(); }
+    CropView& view() const { return *findControl<CropView>(window, "Crop Frame"); }
+    const CropEditorSheet& sheet() const { return findControl<CropEditorSheetView>(window, "Crop")->sheet(); }
     QPoint at(double x, double y) const
     {
         const QRectF picture = view().pictureRect();
@@ -620,12 +637,12 @@ TEST_F(CropViewTest, TabGoesThroughTheHandlesAndOn)
     using enum CropHandle;
     for (const CropHandle handle : {nw, n, ne, e, se, s, sw, w}) {
         press(Qt::Key_Tab);
-        EXPECT_EQ(focusName(window), "Crop");
+        EXPECT_EQ(focusName(window), "Crop Frame");
         EXPECT_EQ(sheet().overlay().selectedHandle, handle);
     }
-    EXPECT_EQ(wayOfTab(4), QStringList({"Crop", "Reset", "Cancel", "Done", "Crop"}));
+    EXPECT_EQ(wayOfTab(4), QStringList({"Crop Frame", "Reset", "Cancel", "Done", "Crop Frame"}));
     EXPECT_EQ(sheet().overlay().selectedHandle, body);
-    EXPECT_EQ(wayOfTab(3, Qt::ShiftModifier), QStringList({"Crop", "Done", "Cancel", "Reset"}));
+    EXPECT_EQ(wayOfTab(3, Qt::ShiftModifier), QStringList({"Crop Frame", "Done", "Cancel", "Reset"}));
     press(Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_EQ(sheet().overlay().selectedHandle, w);
     press(Qt::Key_Backtab, Qt::ShiftModifier);
@@ -682,6 +699,133 @@ TEST_F(CropViewTest, HandlesAreToldToThoseWhoCannotSeeThem)
     EXPECT_EQ(items[1].name, "Top Left");
     items[1].press();
     EXPECT_EQ(sheet().overlay().selectedHandle, CropHandle::nw);
+}
+
+// ---------------------------------------------------------------- in the window of a document
+
+/// A window of a document with the small scene.
+class SheetsInWindowTest : public testing::Test {
+protected:
+    SheetsInWindowTest()
+    {
+        TweenDocument document;
+        document.scenes = {smallScene()};
+        window = new EditorWindow(DocumentFile(document), workspace);
+        window->setAttribute(Qt::WA_DeleteOnClose, false);
+        window->resize(1400, 900);
+        window->show();
+        (void)QTest::qWaitForWindowExposed(window);
+        window->activateWindow();
+        workspace.registry.setPrimaryID(std::nullopt);
+        before = window->editor().scene();
+    }
+    ~SheetsInWindowTest() override { delete window; }
+
+    void select(LayerIDs selection)
+    {
+        window->editor().selectLayers(std::move(selection));
+        window->refresh();
+    }
+    bool shows(const char* sheet) const { return findControl<QWidget>(*window, sheet) != nullptr; }
+    /// Waits until the picture is there.
+    bool canConfirm(const char* button) const
+    {
+        return QTest::qWaitFor([&] { return findControl<QAbstractButton>(*window, button)->isEnabled(); });
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window->focusWidget(), key, modifiers); }
+    const Layer& image()
+    {
+        shown = window->editor().scene();
+        return *findLayer(shown, photo);
+    }
+
+    MemoryUserDefaults defaults;
+    MemoryPasteboard pasteboard;
+    Workspace workspace{.defaults = defaults, .pasteboard = pasteboard, .recents = RecentDocuments("")};
+    EditorWindow* window = nullptr;
+    TweenScene before, shown;
+};
+
+TEST_F(SheetsInWindowTest, MixAndMatchOpensByItsKeysAndKeepsCommandsAway)
+{
+    select({tileA});
+    QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
+    EXPECT_FALSE(shows("Mix & Match")) << "one layer is too few";
+    select({tileA, tileB});
+    QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
+    ASSERT_TRUE(shows("Mix & Match"));
+    workspace.center.post("LKSDelete");
+    workspace.center.post("LKSInsertLayerOfKind", LayerInsertion{.kind = Layer::Kind::rectangle});
+    EXPECT_EQ(window->editor().scene(), before) << "a sheet is in front";
+    press(Qt::Key_Return);
+    EXPECT_FALSE(shows("Mix & Match"));
+    EXPECT_EQ(window->editor().undoManager().undoActionName(), "Mix & Match");
+    EXPECT_NE(window->editor().scene(), before);
+    window->perform(Command::undo);
+    EXPECT_EQ(window->editor().scene(), before);
+}
+
+TEST_F(SheetsInWindowTest, TheCropEditorOpensByTheNotificationThatCarriesTheLayer)
+{
+    std::optional<CropEditorRequest> carried;
+    const Observation observation = workspace.center.addObserver("LKSShowCropEditor", [&](const Notification& notification) {
+        if (const CropEditorRequest* request = notification.as<CropEditorRequest>()) carried = *request;
+    });
+    select({photo});
+    window->perform(Command::showCropEditor);
+    EXPECT_EQ(carried, (CropEditorRequest{.layerID = photo, .freshToggle = true}));
+    ASSERT_TRUE(shows("Crop Frame"));
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(shows("Crop Frame"));
+    EXPECT_EQ(window->editor().scene(), before);
+
+    select({});
+    workspace.center.post("LKSShowCropEditor", CropEditorRequest{.layerID = idOf(77)});
+    EXPECT_FALSE(shows("Crop Frame")) << "the layer is gone";
+    workspace.center.post("LKSShowCropEditor", CropEditorRequest{.layerID = photo});
+    ASSERT_TRUE(shows("Crop Frame")) << "whatever is selected";
+    ASSERT_TRUE(canConfirm("Done"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(image().cropMode, CropMode::none) << "it was no fresh toggle";
+}
+
+TEST_F(SheetsInWindowTest, ChoosingManualInTheInspectorTurnsTheCropOnWithDone)
+{
+    select({photo});
+    Segments* modes = findControl<Segments>(*window, "Crop");
+    ASSERT_TRUE(modes);
+    EXPECT_FALSE(findControl<QAbstractButton>(*window, "Edit Crop…"));
+    modes->chosen(2);
+    ASSERT_TRUE(shows("Crop Frame"));
+    EXPECT_EQ(image().cropMode, CropMode::none);
+    ASSERT_TRUE(canConfirm("Done"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(image().cropMode, CropMode::manual);
+    EXPECT_EQ(window->editor().undoManager().undoActionName(), "Edit Crop");
+    ASSERT_TRUE(findControl<QAbstractButton>(*window, "Edit Crop…")) << "to come back to it";
+    findControl<QAbstractButton>(*window, "Edit Crop…")->click();
+    EXPECT_TRUE(shows("Crop Frame"));
+    press(Qt::Key_Escape);
+    findControl<Segments>(*window, "Crop")->chosen(0);
+    EXPECT_EQ(image().cropMode, CropMode::none);
+    EXPECT_EQ(window->editor().undoManager().undoActionName(), "Edit Crop");
+}
+
+TEST_F(SheetsInWindowTest, AClosedWindowTakesItsSheetAlong)
+{
+    select({photo});
+    window->perform(Command::showCropEditor);
+    window->close();
+    EXPECT_FALSE(shows("Crop Frame"));
+    EXPECT_EQ(window->editor().scene(), before);
+}
+
+TEST_F(SheetsInWindowTest, ReplaceFontOpensByItsCommand)
+{
+    window->perform(Command::replaceFont);
+    EXPECT_TRUE(showsWords(*window, "Replace With"));
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(showsWords(*window, "Replace With"));
 }
 
 } // namespace

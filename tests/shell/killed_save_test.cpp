@@ -1,0 +1,142 @@
+#include "shell/document_file.h"
+
+#include "platform/file_io.h"
+#include "support/test_media.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+// A program that is killed while it saves, as by the system when memory runs out. Nothing of it runs after that.
+
+namespace larkspool {
+namespace {
+
+/// A document of some megabytes, all of one width, so that a file of two halves is told from a whole one.
+TweenDocument largeDocument(double width)
+{
+    TweenDocument document;
+    document.scenes = {TweenScene{.id = {1, 1}, .width = width}};
+    TweenScene scene = document.scene();
+    for (std::uint64_t i = 0; i < 3000; ++i) {
+        Layer layer{.id = {2, i}};
+        layer.videoClip.id = {3, i};
+        layer.size.width = width;
+        scene.layers.append(std::move(layer));
+    }
+    document.setScene(std::move(scene));
+    return document;
+}
+
+/// Another process, which saves the documents in turn, over and over, and tells of its first save by a byte in the pipe. Only what
+/// stands in memory before is used in it.
+pid_t startSaving(const std::string& path, const TweenDocument& first, const TweenDocument& second, int tellTo)
+{
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    try {
+        DocumentFile file = DocumentFile(TweenDocument());
+        for (int i = 0;; ++i) {
+            file.save(i % 2 ? second : first, path);
+            if (i == 0 && ::write(tellTo, "s", 1) != 1) ::_exit(2);
+        }
+    } catch (...) {
+        ::_exit(1);
+    }
+}
+
+/// What the killed process was left to do: nothing, if it ended by the signal.
+bool wasKilled(pid_t child)
+{
+    ::kill(child, SIGKILL);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {}
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+}
+
+class Pipe {
+public:
+    Pipe() { EXPECT_EQ(::pipe(ends_), 0); }
+    ~Pipe()
+    {
+        ::close(ends_[0]);
+        ::close(ends_[1]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int writeEnd() const { return ends_[1]; }
+    void waitForByte() const
+    {
+        char byte = 0;
+        EXPECT_EQ(::read(ends_[0], &byte, 1), 1);
+    }
+
+private:
+    int ends_[2] = {-1, -1};
+};
+
+TEST(KilledSave, LeavesTheOldOrTheNewFileWhole)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path("Board.larkspool");
+    const TweenDocument one = largeDocument(1000), other = largeDocument(2000);
+    const std::vector<std::uint8_t> oneWhole = encodedData(one), otherWhole = encodedData(other);
+    ASSERT_NE(oneWhole, otherWhole);
+    ASSERT_GT(oneWhole.size(), 1u << 20) << "large enough to be met in the middle";
+
+    // How long a save takes on this machine, so that the kills fall everywhere into the second and the third.
+    const auto start = std::chrono::steady_clock::now();
+    DocumentFile(TweenDocument()).save(one, path);
+    const auto saving = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count();
+
+    std::mt19937 random(20'260'721);
+    std::size_t killsInTheMidst = 0, timesOne = 0, timesOther = 0;
+    for (int kill = 0; kill < 40; ++kill) {
+        const Pipe pipe;
+        const std::size_t filesBefore = folder.names().size();
+        const pid_t child = startSaving(path, one, other, pipe.writeEnd());
+        ASSERT_GT(child, 0);
+        pipe.waitForByte();
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % (2 * static_cast<std::uint64_t>(saving) + 1)));
+        ASSERT_TRUE(wasKilled(child)) << "the saving ended by itself";
+
+        const std::vector<std::uint8_t> left = readWholeFile(path);
+        ASSERT_TRUE(left == oneWhole || left == otherWhole) << "kill " << kill << " left " << left.size() << " bytes";
+        (left == oneWhole ? timesOne : timesOther)++;
+        const DocumentFile opened = DocumentFile::open(path);
+        EXPECT_TRUE(opened.saved() == one || opened.saved() == other);
+        EXPECT_TRUE(opened.diagnostics().empty());
+        if (folder.names().size() > filesBefore) ++killsInTheMidst; // A file beside it that never took the name.
+    }
+    EXPECT_GT(timesOne, 0u);
+    EXPECT_GT(timesOther, 0u);
+    EXPECT_GT(killsInTheMidst, 0u) << "no kill has met a file that was being written";
+}
+
+TEST(KilledSave, TheNextSaveGoesWell)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path("Board.larkspool");
+    const TweenDocument one = largeDocument(1000), other = largeDocument(2000);
+    const Pipe pipe;
+    const pid_t child = startSaving(path, one, other, pipe.writeEnd());
+    ASSERT_GT(child, 0);
+    pipe.waitForByte();
+    ASSERT_TRUE(wasKilled(child));
+
+    DocumentFile file = DocumentFile::open(path);
+    TweenDocument third = largeDocument(3000);
+    file.save(third, path);
+    EXPECT_TRUE(DocumentFile::open(path).saved() == third);
+}
+
+} // namespace
+} // namespace larkspool
