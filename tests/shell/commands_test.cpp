@@ -329,15 +329,14 @@ TEST(InsertMenu, HasEveryKindAndEveryCursor)
     EXPECT_THAT(cursors, ElementsAre("Arrow", "Pointer", "Grab", "Grabbing", "I-Beam", "Duplicate", "Wait"));
 }
 
-TEST(InsertMenu, NeedsADocumentAndForMediaAPanelThatIsNotThere)
+TEST(InsertMenu, NeedsADocumentAndNothingElse)
 {
     for (const InsertItem& item : insertItems()) {
         SCOPED_TRACE(item.title);
-        const bool isMedia = item.insertion.kind == Layer::Kind::image || item.insertion.kind == Layer::Kind::video;
-        EXPECT_FALSE(availability(item, {}).isEnabled);
-        const CommandAvailability offered = availability(item, {.front = EditorFocusedValues{}});
-        EXPECT_EQ(offered.isEnabled, !isMedia);
-        EXPECT_EQ(offered.reason.empty(), !isMedia);
+        const CommandAvailability alone = availability(item, {});
+        EXPECT_FALSE(alone.isEnabled);
+        EXPECT_FALSE(alone.reason.empty());
+        EXPECT_TRUE(availability(item, {.front = EditorFocusedValues{}}).isEnabled);
     }
 }
 

@@ -11,15 +11,18 @@
 #include "views/window_test.h"
 
 #include <QDropEvent>
+#include <QElapsedTimer>
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 #include <QToolButton>
 #include <QUrl>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <filesystem>
 
@@ -31,6 +34,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr int patience = 20'000;
+constexpr qint64 frozen = 1000; ///< Milliseconds. A quiet machine takes less than a tenth of it.
 constexpr std::size_t locate = 0, skip = 1, skipAll = 2;
 
 /// A window and a person who answers its panels and alerts from lists made before.
@@ -241,9 +245,18 @@ TEST_F(MediaSurfacesTest, TwoHundredDroppedFilesComeAllAtOnce)
         names.push_back("many" + std::to_string(i) + ".png");
         std::filesystem::copy_file(path("wide.png"), path(names.back()), std::filesystem::copy_options::skip_existing);
     }
+    QElapsedTimer sinceBeat;
+    qint64 longestPause = 0;
+    QTimer beat;
+    QObject::connect(&beat, &QTimer::timeout, &beat, [&] { longestPause = std::max(longestPause, sinceBeat.restart()); });
+    sinceBeat.start();
+    beat.start(1);
     drop(names);
     EXPECT_THAT(layers(), IsEmpty());
     ASSERT_TRUE(QTest::qWaitFor([this] { return !layers().empty(); }, patience));
+    settle();
+    RecordProperty("longestPauseMilliseconds", static_cast<int>(longestPause));
+    EXPECT_LT(longestPause, frozen);
     EXPECT_EQ(layers().size(), 200u);
     EXPECT_EQ(undoName(), "Add 200 Items");
     editor().undo();
