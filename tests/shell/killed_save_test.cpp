@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <random>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -25,7 +28,7 @@ TweenDocument largeDocument(double width)
     TweenDocument document;
     document.scenes = {TweenScene{.id = {1, 1}, .width = width}};
     TweenScene scene = document.scene();
-    for (std::uint64_t i = 0; i < 3000; ++i) {
+    for (std::uint64_t i = 0; i < 1500; ++i) {
         Layer layer{.id = {2, i}};
         layer.videoClip.id = {3, i};
         layer.size.width = width;
@@ -35,8 +38,7 @@ TweenDocument largeDocument(double width)
     return document;
 }
 
-/// Another process, which saves the documents in turn, over and over, and tells of its first save by a byte in the pipe. Only what
-/// stands in memory before is used in it.
+/// Another process, which saves the documents in turn, over and over, and tells of its first save by a byte in the pipe.
 pid_t startSaving(const std::string& path, const TweenDocument& first, const TweenDocument& second, int tellTo)
 {
     const pid_t child = ::fork();
@@ -52,7 +54,7 @@ pid_t startSaving(const std::string& path, const TweenDocument& first, const Twe
     }
 }
 
-/// What the killed process was left to do: nothing, if it ended by the signal.
+/// Kills the process. False if it had ended by itself.
 bool wasKilled(pid_t child)
 {
     ::kill(child, SIGKILL);
@@ -92,20 +94,20 @@ TEST(KilledSave, LeavesTheOldOrTheNewFileWhole)
     ASSERT_NE(oneWhole, otherWhole);
     ASSERT_GT(oneWhole.size(), 1u << 20) << "large enough to be met in the middle";
 
-    // How long a save takes on this machine, so that the kills fall everywhere into the second and the third.
+    // How long a save takes on this machine, so that the kills fall everywhere into the second save to the fourth.
     const auto start = std::chrono::steady_clock::now();
     DocumentFile(TweenDocument()).save(one, path);
     const auto saving = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start).count();
 
     std::mt19937 random(20'260'721);
     std::size_t killsInTheMidst = 0, timesOne = 0, timesOther = 0;
-    for (int kill = 0; kill < 40; ++kill) {
+    for (int kill = 0; kill < 30; ++kill) {
         const Pipe pipe;
         const std::size_t filesBefore = folder.names().size();
         const pid_t child = startSaving(path, one, other, pipe.writeEnd());
         ASSERT_GT(child, 0);
         pipe.waitForByte();
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % (2 * static_cast<std::uint64_t>(saving) + 1)));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % (3 * static_cast<std::uint64_t>(saving) + 1)));
         ASSERT_TRUE(wasKilled(child)) << "the saving ended by itself";
 
         const std::vector<std::uint8_t> left = readWholeFile(path);

@@ -361,6 +361,9 @@ TEST_F(MediaFlowTest, OneLocatedFolderMendsWhatLiesInItInOneStep)
     EXPECT_EQ(layers()[1].videoURL.string(), url("other.mp4"));
     EXPECT_EQ(document().scenes[1].layers[0].videoURL.string(), url("other.mp4"));
     EXPECT_EQ(undoCount(), 1u);
+    editor_->undo();
+    EXPECT_EQ(layers()[1].videoURL, "/gone/other.mp4");
+    EXPECT_EQ(document().scenes[1].layers[0].videoURL, "/gone/other.mp4") << "one step takes back every scene";
 }
 
 TEST_F(MediaFlowTest, SkippingAllAsksNoMore)

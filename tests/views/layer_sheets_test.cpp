@@ -19,6 +19,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iostream>
+
 namespace larkspool {
 namespace {
 
@@ -404,17 +407,19 @@ TEST_F(LargeMixMatchTest, FiveHundredLayersArePreviewedAtOnce)
     preview().picture();
     const double opening = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     click("Select All");
-    double longest = 0;
-    for (int value = 0; value <= 1000; value += 100) {
+    std::vector<double> updates;
+    for (int value = 20; value <= 1000; value += 20) {
+        const QImage last = preview().picture().copy();
         clock.restart();
         bias().setValue(value);
-        preview().picture();
-        longest = std::max(longest, static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        const QImage& next = preview().picture();
+        updates.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        EXPECT_NE(next, last);
     }
-    RecordProperty("opening_ms", std::to_string(opening));
-    RecordProperty("longest_ms", std::to_string(longest));
-    std::cout << "opens in " << opening << " ms, updates within " << longest << " ms\n";
-    EXPECT_LT(longest, 1000) << "far beyond a frame on any machine";
+    std::ranges::sort(updates);
+    const double usual = updates[updates.size() / 2], longest = updates.back();
+    std::cout << "opens in " << opening << " ms, updates within " << usual << " ms, at most " << longest << " ms\n";
+    EXPECT_LT(usual, 250) << "far beyond a frame on any machine";
 }
 
 // ---------------------------------------------------------------- replace font

@@ -2,9 +2,9 @@
 
 #include "canvas/layer_insertion.h"
 #include "canvas/layer_names.h"
-#include "editing/scene_lookup.h"
+#include "evaluation/interpolation.h"
 #include "export/exporter.h"
-#include "platform/png_writer.h"
+#include "rendering/text_fitting.h"
 #include "support/film_probe.h"
 #include "support/memory_user_defaults.h"
 #include "support/test_media.h"
@@ -20,8 +20,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 // A film from nothing, by mouse and keyboard alone. What the document is to be is kept beside, and told by the rules: of what the
@@ -39,8 +42,7 @@ class StoryTest : public testing::Test {
 protected:
     StoryTest()
     {
-        // Times are to be those of the pixels.
-        defaults.set(DefaultsKey::timelinePlayheadSnap.name, "off");
+        // Times are to be those of the pixels, taken to the nearest frame.
         defaults.set(DefaultsKey::timelineSnapToSpans.name, false);
         defaults.set(DefaultsKey::timelineSnapToKeyframes.name, false);
         defaults.set(DefaultsKey::timelineSnapToPulses.name, false);
@@ -115,7 +117,7 @@ protected:
     }
     /// @}
 
-    /// @name The timeline, in pixels of the window. Its tracks begin 200 to the right of its edge and end 16 before the other one.
+    /// @name The timeline, in pixels of the window. Its tracks begin 200 after its left edge and end 16 before its right one.
     /// @{
     TimelineView& timeline()
     {
@@ -128,13 +130,13 @@ protected:
     {
         return timeline().mapTo(window.get(), QPoint(static_cast<int>(std::lround(200 + time * pixelsPerSecond())), y));
     }
-    /// The time of the pixel that is nearest to `time`.
-    double shown(double time) { return std::lround(time * pixelsPerSecond()) / pixelsPerSecond(); }
-    double dragOnTimeline(QPoint from, int way)
+    double nearestFrame(double time) const
     {
-        hand->press(from).moveBy(way / 2).moveBy(way - way / 2).release();
-        return way / pixelsPerSecond();
+        const auto fps = static_cast<double>(expected.fps);
+        return std::round(time * fps) / fps;
     }
+    /// The frame at the pixel that is nearest to `time`.
+    double shown(double time) { return nearestFrame(std::lround(time * pixelsPerSecond()) / pixelsPerSecond()); }
     /// Takes a time over from what was made, if it is the expected one.
     static void agree(double& time, double made)
     {
@@ -170,18 +172,20 @@ protected:
 
 TEST_F(StoryTest, AFilmFromNothing)
 {
-    constexpr int spansY = 79, railY = 52, plusX = 153; // The first row of the selected layer, the rail, and a button in the gutter.
+    // The first row of the selected layer, the rail, and the button in the gutter that adds a span.
+    constexpr int spansY = 79, railY = 52, plusX = 153;
+
 
     // The scene.
     type("Scene Width", "640");
     expected.width = 640;
-    expectStep("Change Scene");
+    expectStep("Edit Scene Width");
     type("Scene Height", "360");
     expected.height = 360;
-    expectStep("Change Scene");
+    expectStep("Edit Scene Height");
     type("Duration", "2");
     expected.duration = 2;
-    expectStep("Change Scene");
+    expectStep("Edit Duration");
     hand->key(Qt::Key_2, Qt::ControlModifier);
 
     // A rectangle: added, resized, moved, its corners retyped twice.
@@ -214,10 +218,10 @@ TEST_F(StoryTest, AFilmFromNothing)
 
     type("Corner Radius", "20");
     wanted(0).cornerRadius = 20;
-    expectStep("Change Corner Radius");
+    expectStep("Edit Corner Radius");
     type("Corner Radius", "8.5");
     wanted(0).cornerRadius = 8.5;
-    expectStep("Change Corner Radius");
+    expectStep("Edit Corner Radius");
 
     // A text, half seen, and moved away.
     const CGPoint textCenter = canvas().visibleCenter();
@@ -231,7 +235,7 @@ TEST_F(StoryTest, AFilmFromNothing)
 
     type("Opacity", "0.5");
     wanted(1).opacity = 0.5;
-    expectStep("Change Opacity");
+    expectStep("Edit Opacity");
     const auto middleOfText = [this] {
         return CGPoint{wanted(1).transform.x + wanted(1).size.width / 2, wanted(1).transform.y + wanted(1).size.height / 2};
     };
@@ -249,7 +253,8 @@ TEST_F(StoryTest, AFilmFromNothing)
     const std::vector<std::pair<Property, KeyValue>> pinned{
         {Property::x, still.transform.x},      {Property::y, still.transform.y},           {Property::width, still.size.width},
         {Property::height, still.size.height}, {Property::rotation, 0.0},                  {Property::scaleX, 1.0},
-        {Property::scaleY, 1.0},               {Property::opacity, 1.0},                   {Property::shadow, ShadowPreset::none}};
+        {Property::scaleY, 1.0},               {Property::opacity, 1.0},
+        {Property::shadow, ShadowPreset::none}};
     for (const Keyframe& keyframe : made(0).keyframes) {
         const auto found = std::ranges::find(pinned, keyframe.property, &std::pair<Property, KeyValue>::first);
         ASSERT_NE(found, pinned.end()) << displayName(keyframe.property);
@@ -263,8 +268,10 @@ TEST_F(StoryTest, AFilmFromNothing)
     EXPECT_NEAR(editor().state().playhead, shown(1), timeTolerance);
     const double later = editor().state().playhead;
     const CGPoint shifted = dragOnCanvas(middleOfBox(), {60, 50});
-    for (const auto& [property, value] : {std::pair{Property::x, std::round(still.transform.x + shifted.x)},
-                                          std::pair{Property::y, std::round(still.transform.y + shifted.y)}}) {
+    wanted(0).transform.x = std::round(still.transform.x + shifted.x); // The layer's own place goes along with the keyframe.
+    wanted(0).transform.y = std::round(still.transform.y + shifted.y);
+    for (const auto& [property, value] :
+         {std::pair{Property::x, wanted(0).transform.x}, std::pair{Property::y, wanted(0).transform.y}}) {
         const Array<Keyframe> now = made(0).keyframes;
         const auto added = std::ranges::find_if(
             now, [&](const Keyframe& keyframe) { return keyframe.property == property && keyframe.time == later; });
@@ -288,8 +295,8 @@ TEST_F(StoryTest, AFilmFromNothing)
     const auto trimEnd = [&](std::size_t index, double to) {
         const double end = wanted(0).spans[index].end;
         const int way = static_cast<int>(std::lround((to - end) * pixelsPerSecond()));
-        const double by = dragOnTimeline(onTimeline(end, spansY) - QPoint(3, 0), way);
-        wanted(0).spans.edit()[index].end += by;
+        hand->press(onTimeline(end, spansY) - QPoint(3, 0)).moveBy(way / 2).moveBy(way - way / 2).release();
+        wanted(0).spans.edit()[index].end = nearestFrame(end + way / pixelsPerSecond());
         agree(wanted(0).spans.edit()[index].end, made(0).spans[index].end);
         expectStep("Resize Span");
     };
@@ -305,7 +312,9 @@ TEST_F(StoryTest, AFilmFromNothing)
     hand->key(Qt::Key_R).key(Qt::Key_R);
     EXPECT_TRUE(defaults.boolean(DefaultsKey::ripplePushAfter));
     EXPECT_FALSE(defaults.boolean(DefaultsKey::ripplePushBefore));
-    const double by = dragOnTimeline(onFirst, 30);
+    hand->press(onFirst).moveBy(5).moveBy(30).release(); // Counted from where the press became a drag.
+    const double firstStart = wanted(0).spans[0].start;
+    const double by = nearestFrame(firstStart + 30 / pixelsPerSecond()) - firstStart;
     for (std::size_t i = 0; i < 2; ++i) {
         TimeSpan& span = wanted(0).spans.edit()[i];
         span.start += by;
