@@ -302,16 +302,12 @@ void MediaFlow::relinkViaBookmarks()
 
 void MediaFlow::relink(std::span<const VideoRelink> relinks, const MediaPlaces& where)
 {
-    const TweenDocument document = editor_.state().document;
-    for (std::size_t i = 0; i < document.scenes.size(); ++i) {
-        Array<Layer> layers = document.scenes[i].layers;
-        if (!relinkVideos(layers, relinks, where)) continue;
-        const auto mend = [&](TweenScene& scene) { relinkVideos(scene.layers, relinks, where); };
-        if (i == document.clampedActiveSceneIndex())
-            editor_.mutate("Reconnect Video", mend);
-        else
-            editor_.editDocument([&](TweenDocument& changed) { mend(changed.scenes.edit()[i]); });
-    }
+    editor_.mutateDocument("Reconnect Video", [&](TweenDocument& document) {
+        for (std::size_t i = 0; i < document.scenes.size(); ++i) {
+            Array<Layer> layers = std::as_const(document).scenes[i].layers;
+            if (relinkVideos(layers, relinks, where)) document.scenes.edit()[i].layers = std::move(layers);
+        }
+    });
 }
 
 void MediaFlow::reconnectMissingVideosIfNeeded()
