@@ -21,9 +21,9 @@ template <>
 struct EnumTable<CropHandle> {
     using enum CropHandle;
     static constexpr EnumCase<CropHandle> cases[] = {
-        {nw, "nw", "Top Left"},     {n, "n", "Top"},          {ne, "ne", "Top Right"},
-        {e, "e", "Right"},          {se, "se", "Bottom Right"}, {s, "s", "Bottom"},
-        {sw, "sw", "Bottom Left"},  {w, "w", "Left"},         {body, "body", "Whole Crop"},
+        {nw, "nw", "Top Left"},    {n, "n", "Top"},            {ne, "ne", "Top Right"},
+        {e, "e", "Right"},         {se, "se", "Bottom Right"}, {s, "s", "Bottom"},
+        {sw, "sw", "Bottom Left"}, {w, "w", "Left"},           {body, "body", "Whole Crop"},
     };
 };
 

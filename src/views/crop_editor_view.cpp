@@ -82,7 +82,8 @@ void paintChecks(QPainter& painter, const QRectF& rect)
     painter.fillRect(rect, theme().panel);
     for (int row = 0; row * checkSide < rect.height(); ++row)
         for (int column = row % 2; column * checkSide < rect.width(); column += 2)
-            painter.fillRect(QRectF(rect.left() + column * checkSide, rect.top() + row * checkSide, checkSide, checkSide), theme().hover);
+            painter.fillRect(QRectF(rect.left() + column * checkSide, rect.top() + row * checkSide, checkSide, checkSide),
+                             theme().hover);
     painter.restore();
 }
 
@@ -222,8 +223,9 @@ std::vector<AccessibleItem> CropView::accessibleItems() const
     const CropHandle selected = overlay().selectedHandle.value_or(CropHandle::body);
     for (const CropHandle handle : tabOrder) {
         const CGPoint middle = overlay().handlePoint(handle);
-        const QRectF rect = handle == CropHandle::body ? asQRect(overlay().frame())
-                                                       : QRectF(middle.x - handleSize / 2, middle.y - handleSize / 2, handleSize, handleSize);
+        const QRectF rect = handle == CropHandle::body
+                                ? asQRect(overlay().frame())
+                                : QRectF(middle.x - handleSize / 2, middle.y - handleSize / 2, handleSize, handleSize);
         items.push_back({.name = inWords(larkspool::label(handle)),
                          .description = measures(),
                          .rect = rect.toAlignedRect(),
@@ -260,7 +262,8 @@ void CropView::paintMessage(QPainter& painter) const
 {
     painter.setPen(theme().textSecondary);
     painter.setFont(textFont(TextStyle::body));
-    painter.drawText(rect().adjusted(24, 24, -24, -24), Qt::AlignCenter | Qt::TextWordWrap, sheet_.loading() ? loadingText : missingText);
+    painter.drawText(rect().adjusted(24, 24, -24, -24), Qt::AlignCenter | Qt::TextWordWrap,
+                     sheet_.loading() ? loadingText : missingText);
 }
 
 void CropView::paintPicture(QPainter& painter)
@@ -294,16 +297,16 @@ void CropView::paintCrop(QPainter& painter) const
     painter.setPen(QPen(theme().selectionOutline, isWhole && overlay().selectedHandle ? chosenFrameWidth : frameWidth));
     painter.drawRect(frame);
     for (const CropHandle handle : tabOrder)
-        if (handle != CropHandle::body && handle != selected) paintHandle(painter, overlay().handlePoint(handle), /*isChosen=*/false);
+        if (handle != CropHandle::body && handle != selected)
+            paintHandle(painter, overlay().handlePoint(handle), /*isChosen=*/false);
     if (!isWhole) paintHandle(painter, overlay().handlePoint(selected), /*isChosen=*/true);
     if (!hasFocus() || !window()->testAttribute(Qt::WA_KeyboardFocusChange)) return;
     painter.setPen(QPen(theme().focusRing, 2));
     painter.setBrush(Qt::NoBrush);
     const CGPoint middle = overlay().handlePoint(selected);
     const double reach = chosenHandleSize / 2 + 3;
-    painter.drawRoundedRect(isWhole ? frame.adjusted(-4, -4, 4, 4)
-                                    : QRectF(middle.x - reach, middle.y - reach, 2 * reach, 2 * reach),
-                            4, 4);
+    painter.drawRoundedRect(
+        isWhole ? frame.adjusted(-4, -4, 4, 4) : QRectF(middle.x - reach, middle.y - reach, 2 * reach, 2 * reach), 4, 4);
 }
 
 void CropView::paintLabel(QPainter& painter) const
@@ -312,7 +315,8 @@ void CropView::paintLabel(QPainter& painter) const
     painter.setPen(theme().text);
     painter.setFont(textFont(TextStyle::value));
     paintTabular(painter, {rect.left(), rect.top() + 16, rect.width(), 20}, Qt::AlignHCenter, measures());
-    QString words = inWords(larkspool::label(overlay().activeHandle.value_or(overlay().selectedHandle.value_or(CropHandle::body))));
+    QString words =
+        inWords(larkspool::label(overlay().activeHandle.value_or(overlay().selectedHandle.value_or(CropHandle::body))));
     if (!overlay().activeHandle) words += keysHelp;
     painter.setPen(theme().textSecondary);
     painter.setFont(textFont(TextStyle::caption));

@@ -53,7 +53,6 @@ private:
     CropEditorSheet& sheet_;
     QImage picture_;
     QPixmap scaled_; ///< The picture in its place. Null while it has to be made.
-    std::optional<CropHandle> hovered_;
 };
 
 /// The sheet that sets a crop by hand.

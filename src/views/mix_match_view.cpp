@@ -124,8 +124,8 @@ void MixMatchSheetView::buildPreview()
     auto* whole = new QWidget(body());
     auto* around = new QVBoxLayout(whole);
     around->setContentsMargins(Switch::ringRoom, 0, 0, 0);
-    preview_ = new ScenePreview(
-        {.scene = [this] { return outcome(); }, .playhead = subject_.playhead, .videos = subject_.videos}, whole);
+    preview_ = new ScenePreview({.scene = [this] { return outcome(); }, .playhead = subject_.playhead, .videos = subject_.videos},
+                                whole);
     around->addWidget(preview_);
     addWide(whole);
     fitPreview();

@@ -82,8 +82,8 @@ void ScenePreview::draw()
     // What is kept of the layers' evaluation is of the document's, which have the same ids.
     Interpolation::invalidate();
     const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);
-    CanvasRenderer::paint(scene, source_.playhead,
-                          placement(scene.size(), {width() * 1.0, height() * 1.0}, ratio), options, *context);
+    CanvasRenderer::paint(scene, source_.playhead, placement(scene.size(), {width() * 1.0, height() * 1.0}, ratio), options,
+                          *context);
     Interpolation::invalidate();
     picture_ = seenInPlace(*pixels_);
     picture_.setDevicePixelRatio(ratio);

@@ -508,7 +508,8 @@ TEST(MixMatch, ChoosingAnotherCategoryLeavesWhatTheOthersComeToAsItIs)
     const TweenScene scene = sceneHolding(std::move(layers));
     for (const double bias : {0.0, 0.5, 1.0}) {
         const TweenScene alone = dealt(scene, {.categories = {Category::x}, .bias = bias});
-        const TweenScene withMore = dealt(scene, {.categories = {Category::width, Category::x, Category::rotation}, .bias = bias});
+        const MixMatchCategories more{Category::width, Category::x, Category::rotation};
+        const TweenScene withMore = dealt(scene, {.categories = more, .bias = bias});
         EXPECT_EQ(valuesIn(alone, [](const Layer& layer) { return layer.transform.x; }),
                   valuesIn(withMore, [](const Layer& layer) { return layer.transform.x; }));
     }
@@ -606,7 +607,8 @@ TEST(MixMatchSheet, TellsWhyNothingCanBeDealt)
     EXPECT_EQ((MixMatchSheet{.selectionCount = 2}).obstacle(), "Turn on what is to be dealt.");
     EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .hasTexts = false, .selected = {Category::fontSize}}).obstacle(),
               "None of the selected layers is a text.");
-    EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .hasTexts = false, .selected = {Category::x, Category::fontSize}}).obstacle(), "");
+    EXPECT_EQ((MixMatchSheet{.selectionCount = 2, .hasTexts = false, .selected = {Category::x, Category::fontSize}}).obstacle(),
+              "");
 }
 
 TEST(MixMatchSheet, NoneChosenStaysNone)
