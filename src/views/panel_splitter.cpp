@@ -108,7 +108,7 @@ void PanelSplitter::setPanelSize(int size)
     place();
 }
 
-/// In a window that is small for now, the panel takes less than its size, and comes back to it with the room.
+/// In a small window the panel takes less than its size; it has its size again once there is room.
 void PanelSplitter::place()
 {
     if (!panel_ || length() <= 0) return;
