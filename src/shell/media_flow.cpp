@@ -208,7 +208,7 @@ void MediaFlow::read(std::vector<std::string> paths, WantedMedia wanted, Take ta
     };
     const auto goesOn = [reading, onMain, this](std::size_t done) {
         reading->done = done;
-        onMain([this] { services_.changed(); });
+        onMain([this] { services_.progressed(); });
         return !reading->isStopped;
     };
     const MediaReading how{wanted, imageRoom(editor_.state().document), services_.bookmarks, goesOn};

@@ -67,7 +67,8 @@ public:
         RunOpenPanel runPanel;
         RunAlert runAlert;
         std::function<void(const std::string& words)> tell; ///< A plain word in passing, of a line or a few.
-        std::function<void()> changed;                      ///< Called when a document or the progress has changed.
+        std::function<void()> changed;                      ///< Called when the document has changed, or a reading has ended.
+        std::function<void()> progressed;                   ///< Called with every file that was read, maybe hundreds at once.
         std::function<std::string()> documentFolder = [] { return std::string(); }; ///< Empty for none.
         const Bookmarks* bookmarks = &systemBookmarks();
     };

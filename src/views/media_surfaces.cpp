@@ -27,10 +27,7 @@ MediaSurfaces::MediaSurfaces(QWidget& window, QWidget& canvas, Services services
     if (!services_.runAlert) services_.runAlert = alertOver(window);
     for (QTimer* timer : {&whenFree_, &change_}) timer->setSingleShot(true);
     QObject::connect(&whenFree_, &QTimer::timeout, &whenFree_, [this] { runSteps(); });
-    QObject::connect(&change_, &QTimer::timeout, &change_, [this] {
-        notice_->showProgress(flow_->progress());
-        services_.changed();
-    });
+    QObject::connect(&change_, &QTimer::timeout, &change_, [this] { showChange(); });
 
     Tasks tasks = services_.tasks;
     tasks.onMain = [post = services_.tasks.onMain, alive = std::weak_ptr(isAlive_), this](std::function<void()> step) {
@@ -50,7 +47,8 @@ MediaSurfaces::MediaSurfaces(QWidget& window, QWidget& canvas, Services services
                                     return runAlert(alert);
                                 },
                             .tell = [this](const std::string& words) { tell(words); },
-                            .changed = [this] { changeSoon(); },
+                            .changed = [this] { showChange(); },
+                           .progressed = [this] { changeSoon(); },
                             .documentFolder = services_.documentFolder});
 }
 
@@ -154,6 +152,12 @@ void MediaSurfaces::tell(const std::string& words)
         untold_ = words;
     else
         notice_->tell(words);
+}
+
+void MediaSurfaces::showChange()
+{
+    notice_->showProgress(flow_->progress());
+    services_.changed();
 }
 
 void MediaSurfaces::changeSoon()

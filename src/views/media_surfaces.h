@@ -56,6 +56,7 @@ private:
     void whenFree(std::function<void()> step);
     void runSteps();
     void tell(const std::string& words);
+    void showChange();
     void changeSoon();
     void reconnectNow();
     template <typename Answer, typename Question>
