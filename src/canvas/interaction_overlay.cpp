@@ -197,6 +197,7 @@ bool InteractionOverlay::beginOnHandles(const Pointer& pointer)
         return true;
     }
     state_.dragMode = DragMode::resize(*hit->handle);
+    drag_->handleCursor = cursorForHandle(hit->frame, *hit->handle);
     drag_->selectionBox = unionAABBOfSelected(editor.scene, editor.selection, editor.playhead);
     drag_->resize = ResizeBegin{.layer = primary->layer,
                                 .ancestorOffset = primary->parent.offset,
@@ -533,14 +534,28 @@ InteractionOverlay::Outcome InteractionOverlay::cancelDrag()
 
 // --- Cursor
 
+CanvasCursor InteractionOverlay::dragCursor() const
+{
+    if (state_.linePointDragIndex) return CanvasCursor::pointer;
+    switch (state_.dragMode->kind) {
+    case Kind::pan:
+    case Kind::rotate: return CanvasCursor::closedHand;
+    case Kind::resize: return drag_->handleCursor;
+    case Kind::body: return drag_->isOptionDrag ? CanvasCursor::copy : CanvasCursor::pointer;
+    case Kind::marquee: break;
+    }
+    return CanvasCursor::arrow;
+}
+
 CanvasCursor InteractionOverlay::updateCursor(const Pointer& pointer, const Editor& editor,
                                               const std::function<void(CanvasCursor)>& setCursor)
 {
     const auto wanted = [&] {
+        if (drag_) return dragCursor();
         if (pointer.modifiers.option) return CanvasCursor::openHand;
         if (const auto hit = handleHit(editor.scene, editor.selection, editor.playhead, pointer.view, pointer.fit)) {
             if (hit->rotates) return CanvasCursor::closedHand;
-            if (hit->handle) return cursorForHandle(*hit->handle);
+            if (hit->handle) return cursorForHandle(hit->frame, *hit->handle);
         }
         const CGPoint scenePt = pointer.fit.sceneFromView(pointer.view);
         return topmostHitLayerID(editor.scene, scenePt, editor.playhead) ? CanvasCursor::pointer : CanvasCursor::arrow;

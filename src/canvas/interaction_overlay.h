@@ -127,7 +127,8 @@ public:
     bool isDragging() const { return drag_.has_value(); }
     const State& state() const { return state_; }
 
-    /// Tells what the pointer looks like, and calls `setCursor` where that is not what it looked like before.
+    /// Tells what the pointer looks like, which stays as the drag under way asks, and calls `setCursor` where that is not what it
+    /// looked like before.
     CanvasCursor updateCursor(const Pointer& pointer, const Editor& editor,
                               const std::function<void(CanvasCursor)>& setCursor);
 
@@ -144,6 +145,7 @@ private:
         std::vector<std::pair<UUID, CGRect>> marqueeFrames{};
         AffineTransform sceneToLine{}; ///< To the space of the dragged line's siblings.
         bool isOptionDrag = false;
+        CanvasCursor handleCursor = CanvasCursor::arrow; ///< Of a resize.
     };
 
     void duplicateForOptionDrag(const UUID& hit);
@@ -173,6 +175,7 @@ private:
     void mutateSelected(const Work& work);
     KeyframedWriting writing() const;
     void finishClick(Modifiers modifiers);
+    CanvasCursor dragCursor() const;
 
     std::function<void()> beep_;
     RandomSource& random_;

@@ -92,7 +92,7 @@ std::optional<OverlayItems::Pill> fixedGroupLockPill(const Editor& editor, const
         return std::nullopt;
     const bool locked = group->layer.groupFixedLocked;
     const CGRect box = inView(sceneBox(group->layer, group->parent, editor.playhead), fit);
-    return OverlayItems::Pill{layerID, locked, locked ? lockedGroupText : unlockedGroupText, box.origin};
+    return OverlayItems::Pill{layerID, locked, locked ? lockedGroupText : unlockedGroupText, box.origin, box};
 }
 
 std::optional<OverlayItems::DragModeToggle> dragModeToggle(const Editor& editor, const SceneFit& fit)

@@ -34,6 +34,7 @@ struct OverlayItems {
         bool locked = true;
         std::string_view text{};
         CGPoint anchor{}; ///< The top left corner of the group's box.
+        CGRect box{};     ///< That box.
     };
     /// A control of two segments, each with a text that explains it.
     struct DragModeToggle {

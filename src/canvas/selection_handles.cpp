@@ -4,6 +4,7 @@
 #include "evaluation/interpolation.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace larkspool {
 
@@ -147,6 +148,21 @@ CanvasCursor cursorForHandle(SelectionHandle handle)
     case SelectionHandle::w: return CanvasCursor::resizeEW;
     }
     return CanvasCursor::arrow;
+}
+
+CanvasCursor cursorForHandle(const SelectionFrame& frame, SelectionHandle handle)
+{
+    const AffineTransform& m = frame.toScene;
+    const double across = std::hypot(m.a, m.b), down = std::hypot(m.c, m.d);
+    if (!(across > 0) || !(down > 0) || !std::isfinite(across) || !std::isfinite(down)) return cursorForHandle(handle);
+
+    // The direction in which the handle lies on a square frame, so that the corners of a long one are corners still.
+    const HandlePlace place = handlePlaces[static_cast<std::size_t>(handle)];
+    const double x = (place.x - 0.5) / across, y = (place.y - 0.5) / down;
+    const double angle = std::atan2(m.b * x + m.d * y, m.a * x + m.c * y);
+    constexpr CanvasCursor turned[] = {CanvasCursor::resizeEW, CanvasCursor::resizeNWSE, CanvasCursor::resizeNS,
+                                       CanvasCursor::resizeNESW};
+    return turned[static_cast<std::size_t>(std::lround(angle * 4 / std::numbers::pi) + 4) % 4];
 }
 
 } // namespace larkspool

@@ -56,8 +56,10 @@ std::vector<CGPoint> linePointsInScene(const TweenScene& scene, const UUID& laye
 std::optional<std::size_t> linePointAt(const std::vector<CGPoint>& scenePoints, CGPoint view, const SceneFit& fit);
 
 /// What the pointer looks like over the canvas.
-enum class CanvasCursor { arrow, pointer, openHand, closedHand, resizeNWSE, resizeNS, resizeNESW, resizeEW };
+enum class CanvasCursor { arrow, pointer, openHand, closedHand, copy, resizeNWSE, resizeNS, resizeNESW, resizeEW };
 
+/// Over a handle of a frame that stands upright, and over one of this frame: turned with it, to the nearest of the four.
 CanvasCursor cursorForHandle(SelectionHandle handle);
+CanvasCursor cursorForHandle(const SelectionFrame& frame, SelectionHandle handle);
 
 } // namespace larkspool

@@ -1,10 +1,10 @@
 #include "rendering/canvas_videos.h"
 
-#include <condition_variable>
-#include <deque>
-#include <mutex>
+#include "platform/media_file.h"
+
+#include <cmath>
 #include <optional>
-#include <thread>
+#include <utility>
 
 namespace larkspool {
 
@@ -15,6 +15,9 @@ constexpr double playingInterval = 1.0 / 1000;
 
 /// A scene that plays may hold the time of a source still, as at a frozen end. After so many seconds its player stands still too.
 constexpr double longestHold = 0.1;
+
+/// Whether a file is there is asked again where it is painted so many seconds later.
+constexpr double fileInterval = 1;
 
 /// The clock of a player.
 class PlayerClock {
@@ -56,98 +59,83 @@ struct CanvasVideos::View {
     bool isShown = true;
 };
 
-/// The thread that fetches, and its queue.
-class CanvasVideos::Fetcher {
-public:
-    Fetcher(RunLoop& mainThread, std::function<void()> pictureArrived)
-        : mainThread_(mainThread), pictureArrived_(std::make_shared<std::function<void()>>(std::move(pictureArrived))),
-          thread_([this] { work(); })
-    {
-    }
-
-    ~Fetcher()
-    {
-        {
-            const std::lock_guard lock(mutex_);
-            isDone_ = true;
-        }
-        changed_.notify_one();
-        thread_.join();
-    }
-
-    void fetch(const std::shared_ptr<View>& view, const VideoFrameRequests::Request& request)
-    {
-        {
-            const std::lock_guard lock(mutex_);
-            jobs_.push_back({view, request});
-        }
-        changed_.notify_one();
-    }
-
-private:
-    struct Job {
-        std::weak_ptr<View> view;
-        VideoFrameRequests::Request request;
-    };
-
-    void work()
-    {
-        while (const std::optional<Job> job = next()) {
-            if (!isWanted(*job)) continue;
-            const auto& [token, path, time, settings] = job->request;
-            answer(*job, cache_.frame(path, time, settings));
-        }
-    }
-
-    std::optional<Job> next()
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return isDone_ || !jobs_.empty(); });
-        if (isDone_) return std::nullopt;
-        Job job = std::move(jobs_.front());
-        jobs_.pop_front();
-        return job;
-    }
-
-    static bool isWanted(const Job& job)
-    {
-        const std::shared_ptr<View> view = job.view.lock();
-        return view && !view->requests.isOvertaken(job.request.token);
-    }
-
-    void answer(const Job& job, ImageRef image)
-    {
-        mainThread_.post([job, image = std::move(image), arrived = std::weak_ptr(pictureArrived_)] {
-            const std::shared_ptr<View> view = job.view.lock();
-            const auto tell = arrived.lock();
-            if (!view || !tell) return;
-            if (view->underway && view->underway->token == job.request.token) view->underway.reset();
-            if (view->requests.commit(job.request, image)) (*tell)();
-        });
-    }
-
-    RunLoop& mainThread_;
-    std::shared_ptr<std::function<void()>> pictureArrived_; ///< Goes with the canvas, answers underway or not.
-    VideoFrameCache cache_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<Job> jobs_;
-    bool isDone_ = false;
-    std::thread thread_;
+/// What is known of the file of a reference.
+struct CanvasVideos::SoughtFile {
+    File known;
+    double soughtAt = 0; ///< By the wall clock.
+    bool isUnderway = true;
+    bool isShown = true;
 };
 
 CanvasVideos::CanvasVideos(RunLoop& mainThread, std::function<void()> pictureArrived)
-    : fetcher_(std::make_unique<Fetcher>(mainThread, std::move(pictureArrived)))
+    : mainThread_(mainThread), pictureArrived_(std::make_shared<std::function<void()>>(std::move(pictureArrived)))
 {
 }
 
 CanvasVideos::~CanvasVideos() = default;
+
+void CanvasVideos::setDocumentFolder(std::string folder)
+{
+    if (folder == documentFolder_) return;
+    documentFolder_ = std::move(folder);
+    files_.clear();
+}
 
 void CanvasVideos::beginPainting(bool scenePlaying, double now)
 {
     scenePlaying_ = scenePlaying;
     now_ = now;
     for (const auto& [id, view] : views_) view->isShown = false;
+    for (const auto& [reference, file] : files_) file->isShown = false;
+}
+
+VideoPictures::File CanvasVideos::file(const std::string& reference)
+{
+    std::shared_ptr<SoughtFile>& sought = files_[reference];
+    const bool isNew = !sought;
+    if (isNew) sought = std::make_shared<SoughtFile>();
+    sought->isShown = true;
+    // Files come and go while they are shown.
+    if (isNew || (!sought->isUnderway && !(std::abs(now_ - sought->soughtAt) < fileInterval))) seek(reference, sought);
+    return sought->known;
+}
+
+void CanvasVideos::seek(const std::string& reference, const std::shared_ptr<SoughtFile>& sought)
+{
+    sought->isUnderway = true;
+    sought->soughtAt = now_;
+    // A file system can take long to answer, as one on another computer that does not.
+    worker_.add([this, reference, folder = documentFolder_, weak = std::weak_ptr(sought)] {
+        if (weak.expired()) return;
+        File found{.state = File::State::there, .path = mediaPath(reference, folder)};
+        if (!isReadableFile(found.path)) found = {.state = File::State::missing};
+        mainThread_.post([weak, found = std::move(found), arrived = std::weak_ptr(pictureArrived_)] {
+            const std::shared_ptr<SoughtFile> answered = weak.lock();
+            const auto tell = arrived.lock();
+            if (!answered || !tell) return;
+            answered->isUnderway = false;
+            if (std::exchange(answered->known, found) != found) (*tell)();
+        });
+    });
+}
+
+void CanvasVideos::fetch(const std::shared_ptr<View>& view, const VideoFrameRequests::Request& request)
+{
+    const auto isWanted = [weak = std::weak_ptr(view), token = request.token] {
+        const std::shared_ptr<View> wanted = weak.lock();
+        return wanted && !wanted->requests.isOvertaken(token);
+    };
+    worker_.add([this, request, isWanted, weak = std::weak_ptr(view)] {
+        if (!isWanted()) return;
+        ImageRef image = cache_.frame(request.path, request.time, request.settings);
+        mainThread_.post([request, weak, image = std::move(image), arrived = std::weak_ptr(pictureArrived_)] {
+            const std::shared_ptr<View> answered = weak.lock();
+            const auto tell = arrived.lock();
+            if (!answered || !tell) return;
+            if (answered->underway && answered->underway->token == request.token) answered->underway.reset();
+            if (answered->requests.commit(request, image)) (*tell)();
+        });
+    });
 }
 
 ImageRef CanvasVideos::picture(const Layer& layer, const std::string& path, double sourceTime)
@@ -162,13 +150,14 @@ ImageRef CanvasVideos::picture(const Layer& layer, const std::string& path, doub
     if (const auto& underway = view->underway; underway && underway->asksTheSame({underway->token, path, time, settings}))
         return view->requests.cgImage();
     view->underway = view->requests.request(path, time, settings, interval);
-    if (view->underway) fetcher_->fetch(view, *view->underway);
+    if (view->underway) fetch(view, *view->underway);
     return view->requests.cgImage();
 }
 
 void CanvasVideos::endPainting()
 {
     std::erase_if(views_, [](const auto& each) { return !each.second->isShown; });
+    std::erase_if(files_, [](const auto& each) { return !each.second->isShown; });
 }
 
 /// Where the layer's player stands, once it has been told what the canvas wants.

@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace larkspool {
 
@@ -16,8 +15,19 @@ class VideoPictures {
 public:
     virtual ~VideoPictures() = default;
 
-    /// Where relative paths are taken from that name no file as they stand; empty for nowhere.
-    virtual std::string_view documentFolder() const { return {}; }
+    /// What is known of the file that a layer's reference to its video names.
+    struct File {
+        enum class State { unknown, missing, there };
+
+        State state = State::unknown;
+        std::string path{}; ///< Of a file that is there.
+
+        bool operator==(const File&) const = default;
+    };
+
+    /// Never waits where others look after it: what is not known is looked for. Unless told otherwise the file system is asked at
+    /// once, about the file as it stands.
+    virtual File file(const std::string& reference);
 
     /// A painting begins: whether the scene plays, and the wall clock in seconds.
     virtual void beginPainting(bool scenePlaying, double now) = 0;
@@ -27,6 +37,20 @@ public:
     virtual ImageRef picture(const Layer& layer, const std::string& path, double sourceTime) = 0;
 
     /// The painting is done. Who was not asked for a picture shows no more.
+    virtual void endPainting() = 0;
+};
+
+/// Where a live canvas has the pictures of its image layers from. For the main thread.
+class ImagePictures {
+public:
+    virtual ~ImagePictures() = default;
+
+    virtual void beginPainting() = 0;
+
+    /// Whether what the layer shows can be drawn at once. Never waits: what is not there yet is sent for.
+    virtual bool isAtHand(const Layer& layer) = 0;
+
+    /// The painting is done. What was not asked for is not wanted any more.
     virtual void endPainting() = 0;
 };
 
@@ -77,6 +101,7 @@ struct DrawingStyle {
     std::optional<CGRect> visiblePixels; ///< Of the raster, in whole pixels. What moves by itself need not be worked out beyond.
     std::optional<double> spinnerClock; ///< Seconds by which a waiting cursor turns, if not by the scene's time.
     VideoPictures* videos = nullptr; ///< Absent, pictures are read from the files at once, and a missing file shows nothing.
+    ImagePictures* images = nullptr; ///< Absent, pictures are decoded while they are drawn.
     std::optional<EditingFrames> editingFrames; ///< Absent, zooms and hot spots are not seen.
 };
 

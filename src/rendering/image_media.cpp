@@ -1,16 +1,15 @@
 #include "rendering/image_media.h"
 
 #include "evaluation/video_time.h"
-#include "platform/media_file.h"
 #include "rendering/continuous_corners.h"
 #include "rendering/media_crop.h"
 #include "rendering/raster_color.h"
 #include "rendering/shapes.h"
 #include "rendering/video_media.h"
 #include "rendering/video_placeholder.h"
-#include "rendering/video_view_logic.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <exception>
 #include <future>
@@ -18,6 +17,7 @@
 #include <list>
 #include <map>
 #include <mutex>
+#include <optional>
 
 namespace larkspool {
 
@@ -58,6 +58,16 @@ public:
             entries_.push_front({bytes, promise.get_future().share()});
         }
         return decode(bytes, promise);
+    }
+
+    /// Whether it is decoded and kept, as nothing too.
+    std::optional<PictureRef> known(const Bytes& bytes)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto entry = find(bytes);
+        if (entry == entries_.end()) return std::nullopt;
+        if (entry->picture.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return std::nullopt;
+        return entry->picture.get();
     }
 
 private:
@@ -150,18 +160,26 @@ class KeyedPictures {
 public:
     ImageRef picture(const Bytes& bytes, const ImageRef& decoded, const BlackKeySettings& settings)
     {
+        if (ImageRef kept = known(bytes, settings)) return kept;
+        ImageRef cut = blackKeyedImage(decoded, settings); // Nobody waits who only asks what is there.
         const std::scoped_lock lock(mutex_);
-        const auto matches = [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes) && e.settings == settings; };
-        if (const auto entry = std::ranges::find_if(entries_, matches); entry != entries_.end()) {
-            entries_.splice(entries_.begin(), entries_, entry);
-            return entries_.front().image;
-        }
-        entries_.push_front({bytes, settings, blackKeyedImage(decoded, settings)});
+        if (const auto entry = find(bytes, settings); entry != entries_.end()) return entry->image;
+        entries_.push_front({bytes, settings, std::move(cut)});
         total_ += entries_.front().image->byteSize();
         while (total_ > greatestKeyedBytes && entries_.size() > 1) {
             total_ -= entries_.back().image->byteSize();
             entries_.pop_back();
         }
+        return entries_.front().image;
+    }
+
+    /// Null if it is not kept.
+    ImageRef known(const Bytes& bytes, const BlackKeySettings& settings)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto entry = find(bytes, settings);
+        if (entry == entries_.end()) return nullptr;
+        entries_.splice(entries_.begin(), entries_, entry);
         return entries_.front().image;
     }
 
@@ -172,10 +190,28 @@ private:
         ImageRef image;
     };
 
+    std::list<Entry>::iterator find(const Bytes& bytes, const BlackKeySettings& settings)
+    {
+        return std::ranges::find_if(
+            entries_, [&](const Entry& e) { return e.bytes.sharesStorageWith(bytes) && e.settings == settings; });
+    }
+
     std::mutex mutex_;
     std::list<Entry> entries_;
     std::size_t total_ = 0;
 };
+
+Pictures& pictures()
+{
+    static Pictures pictures;
+    return pictures;
+}
+
+KeyedPictures& keyedPictures()
+{
+    static KeyedPictures pictures;
+    return pictures;
+}
 
 /// How large a box of local space is on the raster.
 CGSize sizeOnRaster(CGSize size, const RasterContext& context)
@@ -224,13 +260,14 @@ void drawInBox(const ImageRef& image, const CGRect& source, const Layer& layer, 
 /// The video of a live canvas, which has its pictures from elsewhere.
 void drawLiveVideo(const Layer& layer, RasterContext& context, double time, const DrawingStyle& style)
 {
-    const std::string path = mediaPath(layer.videoURL, style.videos->documentFolder());
+    using State = VideoPictures::File::State;
+    const VideoPictures::File file = style.videos->file(layer.videoURL.string());
     const std::optional<double> source = sourceTime(layer, time);
-    if (!fileExists(path)) {
+    if (file.state == State::missing) {
         drawVideoMissingPlaceholder(boxOf(layer), context, style);
     } else {
         if (!source) return;
-        const ImageRef image = style.videos->picture(layer, path, *source);
+        const ImageRef image = file.state == State::there ? style.videos->picture(layer, file.path, *source) : nullptr;
         if (image) drawInBox(image, {{0, 0}, image->size()}, layer, context, style);
     }
     strokeMedia(layer, context, style);
@@ -250,8 +287,21 @@ ImageRef Picture::imageFor(CGSize pixels) const
 
 std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes)
 {
-    static Pictures pictures;
-    return pictures.picture(bytes);
+    return pictures().picture(bytes);
+}
+
+bool isPictureAtHand(const Bytes& bytes, const BlackKeySettings& settings)
+{
+    const auto known = pictures().known(bytes);
+    if (!known) return false;
+    const bool isCut = *known && (*known)->bitmap() && settings.isKeyed();
+    return !isCut || keyedPictures().known(bytes, settings);
+}
+
+void preparePicture(const Bytes& bytes, const BlackKeySettings& settings)
+{
+    const std::shared_ptr<const Picture> picture = mediaPicture(bytes);
+    if (picture && picture->bitmap() && settings.isKeyed()) keyedPictures().picture(bytes, picture->bitmap(), settings);
 }
 
 PlacedPicture placedPicture(const Layer& layer, CGSize shown)
@@ -273,12 +323,11 @@ PlacedPicture placedPicture(const Layer& layer, CGSize shown)
 
 PlacedPicture keyedPicture(const Layer& layer, CGSize shown)
 {
-    static KeyedPictures keyed;
     const BlackKeySettings settings = blackKeySettings(layer);
     const std::shared_ptr<const Picture> picture = layer.imageData ? mediaPicture(*layer.imageData) : nullptr;
     if (!picture || !picture->bitmap() || !settings.isKeyed()) return placedPicture(layer, shown);
 
-    ImageRef image = keyed.picture(*layer.imageData, picture->bitmap(), settings);
+    ImageRef image = keyedPictures().picture(*layer.imageData, picture->bitmap(), settings);
     const CGRect whole{{0, 0}, image->size()};
     return {std::move(image), whole};
 }
@@ -290,6 +339,7 @@ bool cutsCorners(double radius)
 
 void Exporter::drawImageBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
+    if (style.images && !style.images->isAtHand(layer)) return strokeMedia(layer, context, style);
     const CGSize shown = sizeOnRaster(layer.size, context);
     const auto [image, source] =
         style.keying == DrawingStyle::Keying::honoured ? keyedPicture(layer, shown) : placedPicture(layer, shown);

@@ -6,6 +6,7 @@
 #include "platform/image_decoding.h"
 #include "platform/raster_context.h"
 #include "rendering/drawing_style.h"
+#include "rendering/video_view_logic.h"
 
 #include <memory>
 
@@ -39,6 +40,11 @@ private:
 /// gigabyte, least recently used dropped first. For any thread.
 std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes);
 
+/// Whether a live canvas can draw the picture without decoding or cutting it first; and to see to that. For any thread: the
+/// first never waits, the second may take long.
+bool isPictureAtHand(const Bytes& bytes, const BlackKeySettings& settings);
+void preparePicture(const Bytes& bytes, const BlackKeySettings& settings);
+
 /// A picture and the part of it that a layer shows, in its pixels. Without an image nothing is shown.
 struct PlacedPicture {
     ImageRef image;
@@ -57,7 +63,7 @@ bool cutsCorners(double radius);
 namespace Exporter {
 
 /// Paints an image layer in its local space: the picture stretched to the layer's size, cut to its rounded corners. A black key
-/// has no effect in a film.
+/// has no effect in a film. On a live canvas the stroke is there before the picture is.
 void drawImageBody(const Layer& layer, RasterContext& context, const DrawingStyle& style = {});
 
 /// Paints the picture of a video layer in its local space, as it is at a scene time. On a live canvas a missing file has a

@@ -46,6 +46,7 @@ DrawingStyle styleFor(const Placement& placement, const Options& options, VideoP
                                              std::ceil(placement.viewSize.height * placement.pixelsPerPoint)}},
             .spinnerClock = options.now,
             .videos = &videos,
+            .images = options.images,
             .editingFrames = options.editingFrames};
 }
 
@@ -145,12 +146,14 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
     const CGRect inView = frameInView(scene.size(), placement);
     fill(inView, rasterColor(frame.background), context);
     videos.beginPainting(options.scenePlaying, options.now);
+    if (options.images) options.images->beginPainting();
     {
         SavedState masked(context);
         if (options.offCanvas == OffCanvas::hidden) context.clipToPath(Path::rect(inView), FillRule::winding);
         paintLayers(frame, placement, styleFor(placement, options, videos), context);
     }
     videos.endPainting();
+    if (options.images) options.images->endPainting();
 
     if (options.offCanvas == OffCanvas::dimmed) paintVeil(inView, placement.viewSize, context);
     paintOutline(inView, options.outline, context);

@@ -34,6 +34,7 @@ struct Options {
     RasterColor outline{1, 1, 1, 1}; ///< Of the scene's frame, which is drawn faintly in it.
     DrawingStyle::EditingFrames editingFrames{.zoom = {0.282, 0.376, 0.875, 1}, .hotspot = {0.886, 0.553, 0.18, 1}};
     VideoPictures* videos = nullptr; ///< Without these, videos show their strokes alone.
+    ImagePictures* images = nullptr; ///< Without these, painting waits until each picture is decoded.
 };
 
 /// Paints the scene at the playhead (scene seconds) over the whole view. The context's transform must be the identity: a user

@@ -33,6 +33,23 @@ std::string number(double value)
     return std::isfinite(value) ? shortestNumber(value) : "none";
 }
 
+/// What tells a file from another one that takes its place. Nothing for a file that is gone.
+struct FileVersion {
+    std::uintmax_t bytes = 0;
+    std::filesystem::file_time_type written{};
+
+    bool operator==(const FileVersion&) const = default;
+};
+
+std::optional<FileVersion> versionOf(const std::string& path)
+{
+    std::error_code failure;
+    const std::uintmax_t bytes = std::filesystem::file_size(path, failure);
+    if (failure) return std::nullopt;
+    const auto written = std::filesystem::last_write_time(path, failure);
+    return failure ? std::nullopt : std::optional(FileVersion{bytes, written});
+}
+
 /// "auto", or "m:" and the four numbers of a crop by hand.
 std::string cutWords(const BlackKeySettings& settings)
 {
@@ -176,6 +193,7 @@ struct VideoFrameCache::Source {
     Source(const std::string& path, const ImageGenerator::Settings& settings) : generator(path, settings) {}
 
     ImageGenerator generator;
+    std::optional<FileVersion> version; ///< Of what was opened.
     std::optional<CGRect> windowBox;
     std::uint64_t lastUse = 0;
 };
@@ -194,19 +212,22 @@ ImageRef VideoFrameCache::frame(const std::string& path, double time, const Blac
 std::shared_ptr<VideoFrameCache::Source> VideoFrameCache::source(const std::string& path, const BlackKeySettings& settings)
 {
     const std::string key = videoFrameCacheKey(path, settings);
+    const std::optional<FileVersion> version = versionOf(path);
     {
         const std::lock_guard guard(lock_);
-        if (const auto known = sources_.find(key); known != sources_.end()) {
+        const auto known = sources_.find(key);
+        const bool holds = known != sources_.end() && (!version || known->second->version == version);
+        if (holds) {
             known->second->lastUse = ++uses_;
             return known->second;
         }
     }
-    std::error_code ignored;
-    if (!std::filesystem::exists(path, ignored)) return nullptr;
+    if (!version) return nullptr;
     ImageGenerator::Settings generatorSettings{.appliesPreferredTrackTransform = true};
     if (!settings.isKeyed())
         generatorSettings.requestedTimeToleranceBefore = generatorSettings.requestedTimeToleranceAfter = canvasTolerance;
     auto made = std::make_shared<Source>(path, generatorSettings);
+    made->version = version;
     if (settings.blackKey && !settings.manualCrop) made->windowBox = detectVideoBBox(path);
 
     const std::lock_guard guard(lock_);

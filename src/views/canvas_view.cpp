@@ -1,6 +1,7 @@
 #include "views/canvas_view.h"
 
 #include "canvas/canvas_geometry.h"
+#include "views/canvas_overlay.h"
 #include "views/drag_mode_view.h"
 #include "views/input.h"
 #include "views/layer_palette_view.h"
@@ -8,7 +9,6 @@
 #include "views/theme.h"
 
 #include <QDragEnterEvent>
-#include <QGuiApplication>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
@@ -31,9 +31,9 @@ constexpr int paletteLeft = 12;
 constexpr double paletteInset = 56; ///< Of the layer palette, which floats at the left.
 
 constexpr double zoomStep = 1.25;
-constexpr std::chrono::milliseconds zoomHUDTime{1500};
-constexpr double frameWidth = 1.5, handleSize = 8, handleCorner = 2, rotateHandleSize = 10;
-constexpr double pillHeight = 24, badgeHeight = 18, badgeGap = 8;
+constexpr double leastMagnification = 0.01; ///< Of a pinch, from 1.
+constexpr std::chrono::milliseconds zoomHUDTime{1500}, zoomHUDFadeTime{200};
+constexpr int zoomHUDInset = 12;
 constexpr float seenThroughVeil = 0.65F; ///< Of what lies beyond the scene's frame, while it is dimmed.
 
 /// The colour that a veil turns into `color`, so that the backdrop is the theme's under it too.
@@ -53,9 +53,9 @@ QPointF asQPoint(CGPoint point)
     return {point.x, point.y};
 }
 
-QRectF asQRect(const CGRect& rect)
+bool isModifier(int key)
 {
-    return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
+    return key == Qt::Key_Shift || key == Qt::Key_Control || key == Qt::Key_Alt;
 }
 
 Qt::CursorShape cursorShape(CanvasCursor cursor)
@@ -65,6 +65,7 @@ Qt::CursorShape cursorShape(CanvasCursor cursor)
     case CanvasCursor::pointer: return Qt::PointingHandCursor;
     case CanvasCursor::openHand: return Qt::OpenHandCursor;
     case CanvasCursor::closedHand: return Qt::ClosedHandCursor;
+    case CanvasCursor::copy: return Qt::DragCopyCursor;
     case CanvasCursor::resizeNWSE: return Qt::SizeFDiagCursor;
     case CanvasCursor::resizeNS: return Qt::SizeVerCursor;
     case CanvasCursor::resizeNESW: return Qt::SizeBDiagCursor;
@@ -73,66 +74,11 @@ Qt::CursorShape cursorShape(CanvasCursor cursor)
     return Qt::ArrowCursor;
 }
 
-void paintKnob(QPainter& painter, QPointF middle, double size, double corner)
-{
-    painter.setPen(QPen(theme().selectionOutline, frameWidth));
-    painter.setBrush(Qt::white);
-    painter.drawRoundedRect(QRectF(middle.x() - size / 2, middle.y() - size / 2, size, size), corner, corner);
-    painter.setBrush(Qt::NoBrush);
-}
-
-void paintFrame(QPainter& painter, const OverlayItems::Frame& frame)
-{
-    painter.setPen(QPen(theme().selectionOutline, frameWidth));
-    if (frame.linePoints.empty()) {
-        QPolygonF corners;
-        for (const CGPoint& corner : frame.corners) corners << asQPoint(corner);
-        painter.drawPolygon(corners);
-    }
-    if (frame.rotateHandle) {
-        const CGPoint topLeft = frame.corners[0], topRight = frame.corners[1];
-        painter.drawLine(QPointF((topLeft.x + topRight.x) / 2, (topLeft.y + topRight.y) / 2), asQPoint(*frame.rotateHandle));
-        paintKnob(painter, asQPoint(*frame.rotateHandle), rotateHandleSize, rotateHandleSize / 2);
-    }
-    for (const CGPoint& handle : frame.handles) paintKnob(painter, asQPoint(handle), handleSize, handleCorner);
-    for (const CGPoint& point : frame.linePoints) paintKnob(painter, asQPoint(point), rotateHandleSize, rotateHandleSize / 2);
-}
-
-void paintPill(QPainter& painter, const QString& words, QPointF topLeft, const QColor& fill, const QColor& text)
-{
-    painter.setFont(textFont(TextStyle::value));
-    const QRectF pill(topLeft, QSizeF(painter.fontMetrics().horizontalAdvance(words) + 24, pillHeight));
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawRoundedRect(pill, pillHeight / 2, pillHeight / 2);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(text);
-    painter.drawText(pill, Qt::AlignCenter, words);
-}
-
-void paintGuide(QPainter& painter, const OverlayItems::Guide& guide, QSize view)
-{
-    const QColor color = guide.fromLayer ? theme().guideLayer : theme().guideScene;
-    const double at = std::round(guide.position);
-    const bool isVertical = guide.axis == OverlayItems::Guide::Axis::x;
-    painter.fillRect(isVertical ? QRectF(at, 0, 1, view.height()) : QRectF(0, at, view.width(), 1), color);
-    if (guide.label.empty()) return;
-    painter.setFont(textFont(TextStyle::guideLabel));
-    const QString words = QString::fromStdString(guide.label);
-    const QSizeF size(painter.fontMetrics().horizontalAdvance(words) + 10, 16);
-    const QRectF box(isVertical ? QPointF(at + 6, 8) : QPointF(8, at + 6), size);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(color);
-    painter.drawRoundedRect(box, 8, 8);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(theme().guideText);
-    painter.drawText(box, Qt::AlignCenter, words);
-}
-
 } // namespace
 
 CanvasView::CanvasView(EditorContext context, QWidget* parent)
-    : QWidget(parent), context_(std::move(context)), videos_(eventLoop_, [this] { paintAnew(); })
+    : QWidget(parent), context_(std::move(context)), videos_(eventLoop_, [this] { paintAnew(); }),
+      pictures_(eventLoop_, [this] { paintAnew(); })
 {
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(320, 200);
@@ -143,7 +89,10 @@ CanvasView::CanvasView(EditorContext context, QWidget* parent)
     zoomHUDTimer_.setSingleShot(true);
     nextPicture_.setSingleShot(true);
     connect(&nextPicture_, &QTimer::timeout, this, [this] { paintAnew(); });
-    connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { update(); });
+    zoomHUDFade_.setDuration(zoomHUDFadeTime.count());
+    zoomHUDFade_.setEasingCurve(QEasingCurve::InOutQuad);
+    connect(&zoomHUDTimer_, &QTimer::timeout, this, [this] { fadeZoomHUD(0); });
+    connect(&zoomHUDFade_, &QVariantAnimation::valueChanged, this, [this] { update(); });
     dragMode_ = new DragModeView(
         [this](bool keyframeAtPlayhead) {
             context_.editor.defaults().set(DefaultsKey::keyframeAtPlayhead, keyframeAtPlayhead);
@@ -243,7 +192,18 @@ CGPoint CanvasView::visibleCenter() const
 void CanvasView::flashZoomHUD()
 {
     zoomHUDTimer_.start(zoomHUDTime);
+    fadeZoomHUD(1);
     update();
+}
+
+void CanvasView::fadeZoomHUD(double to)
+{
+    if (zoomHUDFade_.endValue() == to) return;
+    const QVariant from = zoomHUDFade_.currentValue().isValid() ? zoomHUDFade_.currentValue() : QVariant(0.0);
+    zoomHUDFade_.stop();
+    zoomHUDFade_.setStartValue(from);
+    zoomHUDFade_.setEndValue(to);
+    zoomHUDFade_.start();
 }
 
 void CanvasView::setPan(CGPoint pan)
@@ -287,44 +247,59 @@ InteractionOverlay::Pointer CanvasView::pointerAt(QPointF position, Qt::Keyboard
     return {asPoint(position), sceneFit(), asModifiers(modifiers)};
 }
 
+void CanvasView::showCursor(Qt::KeyboardModifiers modifiers)
+{
+    if (panning_) return setCursor(Qt::ClosedHandCursor);
+    if (space_ != Space::up && !context_.editor.isDraggingCanvas()) return setCursor(Qt::OpenHandCursor);
+    setCursor(cursorShape(context_.editor.canvasCursor(pointerAt(pointer_, modifiers))));
+}
+
 void CanvasView::mousePressEvent(QMouseEvent* event)
 {
     setFocus(Qt::MouseFocusReason);
-    if (event->button() == Qt::MiddleButton || (event->button() == Qt::LeftButton && isSpaceDown_)) {
-        panningFrom_ = event->position();
-        setCursor(Qt::ClosedHandCursor);
-        return;
+    pointer_ = event->position();
+    if (panning_ || context_.editor.isDraggingCanvas()) return; // One button at a time.
+    if (event->button() == Qt::MiddleButton || (event->button() == Qt::LeftButton && space_ != Space::up)) {
+        if (space_ != Space::up) space_ = Space::hasPanned;
+        panning_ = Panning{event->position(), event->button()};
+        return showCursor(event->modifiers());
     }
     if (event->button() != Qt::LeftButton) return;
     setPan(context_.editor.pressCanvas(pointerAt(event->position(), event->modifiers()), pan_));
+    showCursor(event->modifiers());
     context_.changed();
 }
 
 void CanvasView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (panningFrom_) {
-        const QPointF way = event->position() - *std::exchange(panningFrom_, event->position());
+    pointer_ = event->position();
+    if (panning_) {
+        const QPointF way = event->position() - std::exchange(panning_->from, event->position());
         return setPan({pan_.x + way.x(), pan_.y + way.y()});
     }
-    const InteractionOverlay::Pointer pointer = pointerAt(event->position(), event->modifiers());
-    if (context_.editor.isDraggingCanvas()) {
-        setPan(context_.editor.dragCanvas(pointer));
-        return context_.changed();
-    }
-    setCursor(isSpaceDown_ ? Qt::OpenHandCursor : cursorShape(context_.editor.canvasCursor(pointer)));
+    if (context_.editor.isDraggingCanvas()) return drag(event->modifiers());
+    showCursor(event->modifiers());
+}
+
+void CanvasView::drag(Qt::KeyboardModifiers modifiers)
+{
+    setPan(context_.editor.dragCanvas(pointerAt(pointer_, modifiers)));
+    context_.changed();
 }
 
 void CanvasView::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (panningFrom_) {
-        panningFrom_.reset();
-        setCursor(Qt::ArrowCursor);
-        return;
+    pointer_ = event->position();
+    if (panning_) {
+        if (event->button() != panning_->button) return;
+        panning_.reset();
+        return showCursor(event->modifiers());
     }
     if (event->button() != Qt::LeftButton || !context_.editor.isDraggingCanvas()) return;
     setPan(context_.editor.dragCanvas(pointerAt(event->position(), event->modifiers())));
     setPan(context_.editor.releaseCanvas(asModifiers(event->modifiers())));
     context_.changed();
+    showCursor(event->modifiers());
 }
 
 void CanvasView::dragEnterEvent(QDragEnterEvent* event)
@@ -356,9 +331,25 @@ void CanvasView::dropEvent(QDropEvent* event)
 
 void CanvasView::pinch(const QNativeGestureEvent& gesture)
 {
-    if (gesture.gestureType() == Qt::BeginNativeGesture) pinchPivot_ = selectedLayerPivot();
-    if (gesture.gestureType() != Qt::ZoomNativeGesture) return;
-    zoomTo(zoom_ * (1 + gesture.value()), pinchPivot_ ? pinchPivot_ : selectedLayerPivot());
+    switch (gesture.gestureType()) {
+    case Qt::BeginNativeGesture:
+    case Qt::EndNativeGesture: pinch_.reset(); return;
+    case Qt::ZoomNativeGesture: break;
+    default: return;
+    }
+    if (context_.editor.isDraggingCanvas()) return; // What is dragged keeps the view that it was pressed in.
+    const bool goesOn = pinch_ && pinch_->zoom == zoom_ && pinch_->pan == pan_;
+    if (!goesOn)
+        pinch_ = Pinch{.zoomAtStart = zoom_, .panAtStart = pan_, .zoom = zoom_, .pan = pan_, .pivot = selectedLayerPivot()};
+    pinch_->magnification *= 1 + gesture.value();
+    if (!pinch_->isActive && std::abs(pinch_->magnification - 1) < leastMagnification) return;
+    pinch_->isActive = true;
+    // From where it began, so that fingers that go beyond a limit and back find everything as it was.
+    pan_ = pinch_->panAtStart;
+    zoom_ = pinch_->zoomAtStart;
+    zoomTo(zoom_ * pinch_->magnification, pinch_->pivot);
+    pinch_->zoom = zoom_;
+    pinch_->pan = pan_;
 }
 
 bool CanvasView::event(QEvent* event)
@@ -367,97 +358,90 @@ bool CanvasView::event(QEvent* event)
         pinch(*static_cast<QNativeGestureEvent*>(event));
         return true;
     }
-    // While something is dragged Escape takes it back, before it is the key of a command.
-    if (event->type() == QEvent::ShortcutOverride && context_.editor.isDraggingCanvas() &&
-        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+    if (event->type() == QEvent::ShortcutOverride && takesKey(*static_cast<QKeyEvent*>(event))) {
         event->accept();
         return true;
     }
     return QWidget::event(event);
 }
 
+/// Whether a key is the canvas's, before it is that of a command.
+bool CanvasView::takesKey(const QKeyEvent& key) const
+{
+    // While something is dragged Escape takes it back.
+    if (context_.editor.isDraggingCanvas()) return key.key() == Qt::Key_Escape;
+    // Over the canvas Space may be held to move it. It plays when it is let go, if it was not.
+    return key.key() == Qt::Key_Space && key.modifiers() == Qt::NoModifier && (space_ != Space::up || underMouse());
+}
+
 void CanvasView::keyPressEvent(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Escape && context_.editor.isDraggingCanvas()) {
         setPan(context_.editor.cancelCanvasPress());
+        showCursor(event->modifiers());
         return context_.changed();
     }
-    if (event->key() == Qt::Key_Space && underMouse() && (QGuiApplication::mouseButtons() & Qt::LeftButton)) isSpaceDown_ = true;
+    if (takesKey(*event)) {
+        if (space_ == Space::up) space_ = panning_ ? Space::hasPanned : Space::down;
+        return showCursor(event->modifiers());
+    }
+    modifiersMayHaveChanged(*event);
     QWidget::keyPressEvent(event);
 }
 
 void CanvasView::keyReleaseEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Space) isSpaceDown_ = false;
+    if (event->key() == Qt::Key_Space && space_ != Space::up && !event->isAutoRepeat()) {
+        const Space was = std::exchange(space_, Space::up);
+        showCursor(event->modifiers());
+        if (was == Space::down) context_.perform(Command::togglePlay);
+        return;
+    }
+    modifiersMayHaveChanged(*event);
     QWidget::keyReleaseEvent(event);
+}
+
+/// A modifier counts at once, not only when the pointer goes on.
+void CanvasView::modifiersMayHaveChanged(const QKeyEvent& key)
+{
+    if (!isModifier(key.key()) || key.isAutoRepeat()) return;
+    if (context_.editor.isDraggingCanvas()) drag(key.modifiers());
+    else if (underMouse()) showCursor(key.modifiers());
+}
+
+void CanvasView::focusOutEvent(QFocusEvent* event)
+{
+    space_ = Space::up; // Its release goes elsewhere.
+    QWidget::focusOutEvent(event);
 }
 
 void CanvasView::paintOverlay(QPainter& painter, const SceneFit& fit) const
 {
-    const Theme& t = theme();
-    const OverlayItems items = context_.editor.canvasOverlay(fit);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(Qt::NoBrush);
-    const QPen outline(t.selectionOutline, frameWidth);
-    QPen dashed = outline;
-    dashed.setDashPattern({4 / frameWidth, 3 / frameWidth});
-
-    painter.setPen(dashed);
-    for (const CGRect& group : items.groupOutlines) painter.drawRect(asQRect(group));
-    painter.setPen(outline);
-    if (items.selectionBox) painter.drawRect(asQRect(*items.selectionBox));
-    if (items.frame) paintFrame(painter, *items.frame);
-    if (items.waitGhost) {
-        painter.setPen(QPen(t.wait, frameWidth));
-        painter.setBrush(QBrush(t.wait, Qt::BDiagPattern));
-        painter.drawRect(asQRect(*items.waitGhost));
-        painter.setBrush(Qt::NoBrush);
-    }
-    if (items.marquee) {
-        painter.setPen(QPen(t.selectionOutline, 1));
-        painter.setBrush(t.marqueeFill);
-        painter.drawRect(asQRect(*items.marquee));
-        painter.setBrush(Qt::NoBrush);
-    }
-    if (items.frame && items.frame->linePoints.empty()) paintSizeBadge(painter, *items.frame);
-    for (const OverlayItems::Guide& guide : items.guides) paintGuide(painter, guide, size());
-    for (const OverlayItems::Pill& pill : items.pills)
-        paintPill(painter, QString::fromUtf8(pill.text.data(), static_cast<qsizetype>(pill.text.size())),
-                  QPointF(pill.anchor.x, pill.anchor.y - 28), t.overlay, t.text);
+    const double clearLeft = palette_ && palette_->isVisible() ? palette_->geometry().right() + 1 : 0;
+    paintOverlayItems(painter, context_.editor.canvasOverlay(fit), sizeOfSelected(),
+                      {.view = QRectF(rect()), .clearLeft = clearLeft, .pixelRatio = devicePixelRatioF()});
 }
 
-/// The size of the one selected layer, below its frame.
-void CanvasView::paintSizeBadge(QPainter& painter, const OverlayItems::Frame& frame) const
+/// The size of the one selected layer, in words.
+QString CanvasView::sizeOfSelected() const
 {
     const EditorState& state = context_.editor.state();
-    if (state.selectedLayerIDs.size() != 1) return;
+    if (state.selectedLayerIDs.size() != 1) return {};
     const std::optional<PlacedLayer> placed = placedLayer(state.scene(), *state.selectedLayerIDs.begin(), state.playhead);
-    if (!placed) return;
+    if (!placed) return {};
     const CGSize size = placed->layer.size;
-    const QString words = QString("%1 × %2").arg(std::round(size.width)).arg(std::round(size.height));
-    double left = frame.corners[0].x, right = left, bottom = frame.corners[0].y;
-    for (const CGPoint& corner : frame.corners) {
-        left = std::min(left, corner.x);
-        right = std::max(right, corner.x);
-        bottom = std::max(bottom, corner.y);
-    }
-    painter.setFont(textFont(TextStyle::caption));
-    const double wide = QFontMetricsF(painter.font()).horizontalAdvance(words) + 12;
-    const QRectF badge(std::round((left + right - wide) / 2), std::round(bottom + badgeGap), wide, badgeHeight);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(theme().accent);
-    painter.drawRoundedRect(badge, 4, 4);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(theme().textOnAccent);
-    painter.drawText(badge, Qt::AlignCenter, words);
+    return QString("%1 × %2").arg(std::round(size.width)).arg(std::round(size.height));
 }
 
 void CanvasView::paintZoomHUD(QPainter& painter) const
 {
-    if (!zoomHUDTimer_.isActive()) return;
+    const double opacity = zoomHUDFade_.currentValue().toDouble();
+    if (!(opacity > 0)) return;
     const QString words = QString("%1%").arg(static_cast<int>(zoom_ * 100));
-    const int pillWidth = QFontMetrics(textFont(TextStyle::value)).horizontalAdvance(words) + 24;
-    paintPill(painter, words, QPointF(width() - pillWidth - 12, 12), theme().overlay, theme().text);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(opacity);
+    paintPill(painter, words, QPointF(width() - pillSize(words).width() - zoomHUDInset, zoomHUDInset));
+    painter.setOpacity(1);
 }
 
 const QImage* CanvasView::picture()
@@ -470,6 +454,7 @@ const QImage* CanvasView::picture()
     Shown now{.scene = state.scene(),
               .playhead = state.playhead,
               .placement = {fit.scale, fit.originX, fit.originY, {width() * 1.0, height() * 1.0}, ratio},
+              .documentFolder = context_.documentFolder(),
               .isPlaying = context_.playback.isPlaying(),
               .hidesOffCanvas = context_.editor.defaults().boolean(DefaultsKey::hideOffCanvas)};
     if (shown_ == now) return &image_;
@@ -480,13 +465,15 @@ const QImage* CanvasView::picture()
         image_ = QImage(pixels_->row(0), w, h, static_cast<qsizetype>(pixels_->bytesPerRow()), QImage::Format_RGB32);
         image_.setDevicePixelRatio(ratio);
     }
+    videos_.setDocumentFolder(now.documentFolder);
     const CanvasRenderer::Options options{
         .offCanvas = now.hidesOffCanvas ? CanvasRenderer::OffCanvas::hidden : CanvasRenderer::OffCanvas::dimmed,
         .scenePlaying = now.isPlaying,
         .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
         .backdrop = asRasterColor(now.hidesOffCanvas ? theme().backdrop : underVeil(theme().backdrop)),
         .outline = asRasterColor(theme().text),
-        .videos = &videos_};
+        .videos = &videos_,
+        .images = &pictures_};
     const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);
     const std::optional<double> next = CanvasRenderer::paint(now.scene, now.playhead, now.placement, options, *context);
     shown_ = std::move(now);

@@ -2,12 +2,14 @@
 
 #include "canvas/scene_fit.h"
 #include "platform/pixel_buffer.h"
+#include "rendering/canvas_pictures.h"
 #include "rendering/canvas_videos.h"
 #include "rendering/live_canvas.h"
 #include "views/editor_context.h"
 #include "views/main_thread.h"
 
 #include <QTimer>
+#include <QVariantAnimation>
 #include <QWidget>
 
 #include <functional>
@@ -66,17 +68,23 @@ protected:
     void dropEvent(QDropEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     InteractionOverlay::Pointer pointerAt(QPointF position, Qt::KeyboardModifiers modifiers) const;
     void setPan(CGPoint pan);
     void flashZoomHUD();
+    void fadeZoomHUD(double to);
+    void showCursor(Qt::KeyboardModifiers modifiers);
+    void drag(Qt::KeyboardModifiers modifiers);
+    bool takesKey(const QKeyEvent& key) const;
+    void modifiersMayHaveChanged(const QKeyEvent& key);
+    QString sizeOfSelected() const;
     /// Of the one selected layer, in view points. Nothing for none or several.
     std::optional<CGPoint> selectedLayerPivot() const;
     void placePalette();
     void placeDragMode();
     void pinch(const QNativeGestureEvent& gesture);
-    void paintSizeBadge(QPainter& painter, const OverlayItems::Frame& frame) const;
     void paintOverlay(QPainter& painter, const SceneFit& fit) const;
     void paintZoomHUD(QPainter& painter) const;
     const QImage* picture();
@@ -88,15 +96,33 @@ private:
     CGPoint pan_{};
     QWidget* palette_ = nullptr;
     DragModeView* dragMode_ = nullptr;
-    std::optional<CGPoint> pinchPivot_;
-    std::optional<QPointF> panningFrom_; ///< While the middle button, or Space with the left one, moves the canvas.
-    bool isSpaceDown_ = false;
+    struct Pinch {
+        double zoomAtStart = 1;
+        CGPoint panAtStart{};
+        double zoom = 1; ///< As it left the canvas. One that is moved otherwise is pinched anew.
+        CGPoint pan{};
+        std::optional<CGPoint> pivot{}; ///< View points.
+        double magnification = 1;       ///< Since the start.
+        bool isActive = false;          ///< Whether the fingers have gone far enough.
+    };
+    std::optional<Pinch> pinch_; ///< While fingers pinch.
+    /// While the middle button, or Space with the left one, moves the canvas.
+    struct Panning {
+        QPointF from;
+        Qt::MouseButton button;
+    };
+    std::optional<Panning> panning_;
+    enum class Space { up, down, hasPanned };
+    Space space_ = Space::up;
+    QPointF pointer_; ///< Where the pointer was last.
     QTimer zoomHUDTimer_; ///< Runs while the zoom is shown.
+    QVariantAnimation zoomHUDFade_; ///< Of its opacity.
     std::unique_ptr<PixelBuffer> pixels_;
     struct Shown {
         TweenScene scene;
         double playhead = 0;
         CanvasRenderer::Placement placement;
+        std::string documentFolder;
         bool isPlaying = false;
         bool hidesOffCanvas = false;
         bool operator==(const Shown&) const = default;
@@ -104,6 +130,7 @@ private:
     std::optional<Shown> shown_;
     EventLoop eventLoop_;
     CanvasVideos videos_;
+    CanvasPictures pictures_;
     QImage image_;
     QTimer nextPicture_; ///< Runs until the picture changes by itself.
 };

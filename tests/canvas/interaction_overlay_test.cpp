@@ -613,6 +613,23 @@ TEST(CanvasCursors, ThePointerTellsWhatAPressWouldDo)
     }
 }
 
+TEST(CanvasCursors, ADragKeepsItsCursorWhereverItGoes)
+{
+    struct Case { const char* what; CGPoint press; Modifiers modifiers; CanvasCursor cursor; };
+    for (const Case& c : {Case{"moving", {150, 150}, {}, CanvasCursor::pointer}, Case{"a copy", {150, 150}, option, CanvasCursor::copy},
+                          Case{"the view", {700, 500}, option, CanvasCursor::closedHand},
+                          Case{"turning", {200, 76}, {}, CanvasCursor::closedHand},
+                          Case{"resizing", {300, 150}, {}, CanvasCursor::resizeEW},
+                          Case{"a marquee", {700, 500}, {}, CanvasCursor::arrow}}) {
+        SCOPED_TRACE(c.what);
+        CanvasHand hand(canvasOf({box(1, 100, 100, 200, 100), box(2, 400, 400, 50, 50)}));
+        hand.select({idOf(1)}).hold(c.modifiers).press(c.press);
+        EXPECT_EQ(hand.overlay.updateCursor({.view = {420, 420}}, hand.editor(), {}), c.cursor);
+        hand.release();
+        EXPECT_EQ(hand.overlay.updateCursor({.view = {20, 20}}, hand.editor(), {}), CanvasCursor::arrow);
+    }
+}
+
 TEST(CanvasCursors, TheSameCursorIsNotSetAgain)
 {
     const InteractionOverlay::Editor editor{.scene = canvasOf({box(1, 100, 100, 200, 100)})};
@@ -659,6 +676,7 @@ TEST(OverlayItems, AFixedGroupsPillTellsWhatADragDoesToItsContents)
     ASSERT_EQ(locked.pills.size(), 1u);
     EXPECT_EQ(locked.pills[0].text, "Locked: moving this group's rect also moves its contents.");
     EXPECT_EQ(locked.pills[0].anchor, (CGPoint{100, 100}));
+    EXPECT_EQ(locked.pills[0].box, (CGRect{{100, 100}, {200, 200}}));
     ASSERT_EQ(locked.groupOutlines.size(), 1u);
     EXPECT_EQ(locked.groupOutlines[0], (CGRect{{100, 100}, {200, 200}}));
 

@@ -127,5 +127,24 @@ TEST(SelectionHandles, ALineHasItsPointsAndAPresetItsTwoEnds)
     EXPECT_EQ(linePointAt({{0, 0}, {50, 0}}, {25, 0}, {}), std::nullopt);
 }
 
+TEST(SelectionHandles, TheirCursorsTurnWithTheFrame)
+{
+    using H = SelectionHandle;
+    struct Case { const char* what; double rotation, scaleX; H handle; CanvasCursor cursor; };
+    for (const Case& c : {Case{"upright", 0, 1, H::n, CanvasCursor::resizeNS}, Case{"upright", 0, 1, H::se, CanvasCursor::resizeNWSE},
+                          Case{"the corner of a long frame", 0, 9, H::ne, CanvasCursor::resizeNESW},
+                          Case{"a little", 20, 1, H::e, CanvasCursor::resizeEW}, Case{"an eighth", 45, 1, H::e, CanvasCursor::resizeNWSE},
+                          Case{"an eighth", 45, 1, H::nw, CanvasCursor::resizeNS}, Case{"a quarter", 90, 1, H::n, CanvasCursor::resizeEW},
+                          Case{"a quarter", 90, 1, H::ne, CanvasCursor::resizeNWSE}, Case{"back", -45, 1, H::s, CanvasCursor::resizeNWSE},
+                          Case{"half", 180, 1, H::w, CanvasCursor::resizeEW}, Case{"mirrored", 0, -1, H::se, CanvasCursor::resizeNESW},
+                          Case{"no width at all", 45, 0, H::e, CanvasCursor::resizeEW}}) {
+        SCOPED_TRACE(c.what);
+        Layer layer = box(1, 100, 100, 200, 100);
+        layer.transform.rotation = c.rotation;
+        layer.transform.scaleX = c.scaleX;
+        EXPECT_EQ(cursorForHandle(frameOf(canvasOf({layer}), 1), c.handle), c.cursor);
+    }
+}
+
 } // namespace
 } // namespace larkspool

@@ -3,6 +3,8 @@
 #include "support/hand_run_loop.h"
 #include "support/test_media.h"
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 namespace larkspool {
@@ -119,6 +121,62 @@ TEST_F(CanvasVideosTest, NothingIsToldAfterItIsGone)
     videos_.reset();
     loop_.turn();
     EXPECT_EQ(arrived_, 0);
+}
+
+using File = VideoPictures::File;
+
+/// What is known of a file at one painting.
+File soughtFile(CanvasVideos& videos, const std::string& reference, double now)
+{
+    videos.beginPainting(/*scenePlaying=*/false, now);
+    File file = videos.file(reference);
+    videos.endPainting();
+    return file;
+}
+
+TEST_F(CanvasVideosTest, LooksForFilesWithoutWaiting)
+{
+    const File there{.state = File::State::there, .path = film()}, missing{.state = File::State::missing};
+    struct Case { const char* what; std::string reference; File expected; };
+    for (const Case& c : {Case{"a path", film(), there}, Case{"a URL", "file://" + film(), there},
+                          Case{"nothing there", "/no/such/film.mp4", missing}, Case{"a folder", "/", missing},
+                          Case{"no reference", "", missing}}) {
+        SCOPED_TRACE(c.what);
+        const int before = arrived_;
+        EXPECT_EQ(soughtFile(*videos_, c.reference, 0), File());
+        EXPECT_EQ(soughtFile(*videos_, c.reference, 0), File()) << "nothing comes but by the run loop";
+        waitFor(before + 1);
+        EXPECT_EQ(soughtFile(*videos_, c.reference, 0), c.expected);
+    }
+}
+
+TEST_F(CanvasVideosTest, AFileBesideTheDocumentIsFoundThere)
+{
+    soughtFile(*videos_, "film.mp4", 0);
+    waitFor(1);
+    EXPECT_EQ(soughtFile(*videos_, "film.mp4", 0).state, File::State::missing);
+    videos_->setDocumentFolder(film().substr(0, film().rfind('/')));
+    EXPECT_EQ(soughtFile(*videos_, "film.mp4", 0), File()) << "it is not known of that folder";
+    waitFor(2);
+    EXPECT_EQ(soughtFile(*videos_, "film.mp4", 0), (File{.state = File::State::there, .path = film()}));
+}
+
+TEST_F(CanvasVideosTest, AFileThatComesOrGoesIsSeenWithinASecondOfPainting)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path("late.mp4");
+    soughtFile(*videos_, path, 10);
+    waitFor(1);
+    std::filesystem::copy_file(film(), path);
+    EXPECT_EQ(soughtFile(*videos_, path, 10.9).state, File::State::missing);
+    EXPECT_FALSE(loop_.waitForStep(std::chrono::milliseconds(50))) << "not asked yet";
+    EXPECT_EQ(soughtFile(*videos_, path, 11.1).state, File::State::missing);
+    waitFor(2);
+    EXPECT_EQ(soughtFile(*videos_, path, 11.2).state, File::State::there);
+    soughtFile(*videos_, path, 12.3);
+    ASSERT_TRUE(loop_.waitForStep());
+    loop_.turn();
+    EXPECT_EQ(arrived_, 2) << "nothing is to be painted anew";
 }
 
 TEST_F(CanvasVideosTest, AFileThatCannotBeReadIsAskedForAgainAndTellsNothing)

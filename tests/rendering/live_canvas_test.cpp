@@ -502,7 +502,7 @@ TEST(LiveCanvas, ABorderAroundAnImageHasRoundOuterCorners)
 /// Videos that give one picture, and remember what they were asked.
 class ToldVideos final : public VideoPictures {
 public:
-    std::string_view documentFolder() const override { return folder; }
+    File file(const std::string& reference) override { return known.state == File::State::unknown ? known : VideoPictures::file(reference); }
     void beginPainting(bool scenePlaying, double now) override { told.push_back(fmt::format("begin {} {}", scenePlaying, now)); }
     ImageRef picture(const Layer&, const std::string& path, double sourceTime) override
     {
@@ -511,7 +511,7 @@ public:
     }
     void endPainting() override { told.push_back("end"); }
 
-    std::string folder;
+    File known{.state = File::State::there};
     ImageRef given;
     std::vector<std::string> told;
 };
@@ -540,14 +540,16 @@ TEST(LiveCanvas, AsksForTheVideosPictureAndDrawsItOverTheBox)
     EXPECT_EQ(pixelAt(picture, 1, 60), bluePixel);
 }
 
-TEST(LiveCanvas, AVideoBesideTheDocumentIsFoundThere)
+TEST(LiveCanvas, AVideoOfWhoseFileNothingIsKnownYetShowsItsStrokeAndNoPlaceholder)
 {
     ToldVideos videos;
-    videos.folder = "/proc/self";
+    videos.known = {};
     Look look{.playhead = 1.5};
     look.options.videos = &videos;
-    paintedCanvas(sceneWith({200, 120}, {videoLayer("exe")}), look);
-    EXPECT_THAT(videos.told, ElementsAre("begin false 0", "/proc/self/exe at 2.50", "end"));
+    const PixelBuffer picture = paintedCanvas(sceneWith({200, 120}, {videoLayer("/no/such/file.mp4")}), look);
+    EXPECT_EQ(pixelAt(picture, 100, 60), whitePixel);
+    EXPECT_EQ(pixelAt(picture, 1, 60), bluePixel);
+    EXPECT_THAT(videos.told, ElementsAre("begin false 0", "end")) << "no picture is asked for";
 }
 
 TEST(LiveCanvas, AVideoWithoutAPictureYetShowsItsStroke)

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include <fmt/format.h>
@@ -231,6 +232,26 @@ TEST(CanvasVideos, AreCutToTheWindowAtHalfASecond)
     EXPECT_EQ(cache.frame(path, 0.5, {.manualCrop = CGRect{{0, 0}, {0.5, 0.5}}})->size(), (CGSize{32, 24}));
     EXPECT_EQ(cache.frame(folder.path("absent.mkv"), 0, {}), nullptr);
     for (int i = 0; i < 30; ++i) EXPECT_TRUE(cache.frame(path, 0.5, {.blackKey = true, .insetX = i / 10.0}));
+}
+
+TEST(CanvasVideos, AFileThatTakesThePlaceOfAnotherIsSeen)
+{
+    TemporaryFolder folder;
+    const std::string path = folder.path("film.mkv");
+    makeMedia(path, "-f lavfi -i color=black:s=64x48:r=30:d=1 -c:v ffv1");
+    VideoFrameCache cache;
+    EXPECT_EQ(cache.frame(path, 0.5, {})->size(), (CGSize{64, 48}));
+
+    makeMedia(folder.path("next.mkv"), "-f lavfi -i color=white:s=32x16:r=30:d=0.2 -c:v ffv1");
+    std::filesystem::rename(folder.path("next.mkv"), path);
+    ASSERT_NE(cache.frame(path, 0.5, {}), nullptr) << "past its end there is its last picture";
+    EXPECT_EQ(cache.frame(path, 0.5, {})->size(), (CGSize{32, 16}));
+
+    writeFile(path, "no film at all");
+    EXPECT_EQ(cache.frame(path, 0.5, {}), nullptr);
+    makeMedia(path, "-f lavfi -i color=white:s=16x16:r=30:d=1 -c:v ffv1");
+    ASSERT_NE(cache.frame(path, 0.5, {}), nullptr);
+    EXPECT_EQ(cache.frame(path, 0.5, {})->size(), (CGSize{16, 16}));
 }
 
 } // namespace
