@@ -34,6 +34,16 @@ void ColorEditBatch::commitColorBatch()
     colorBatchTimer_.stop();
 }
 
+void ColorEditBatch::cancelColorBatch()
+{
+    if (!colorBatchSnapshot_) return;
+    TweenScene before = std::move(*colorBatchSnapshot_);
+    colorBatchSnapshot_.reset();
+    colorBatchAction_.clear();
+    colorBatchTimer_.stop();
+    commit_.show(std::move(before));
+}
+
 void NumberScrub::scrubBegin(std::string_view action)
 {
     if (scrubSnapshot_) return;

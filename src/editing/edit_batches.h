@@ -25,6 +25,8 @@ public:
 
     /// Closes the step, whether or not a gate is open. Nothing happens if there is none.
     void commitColorBatch();
+    /// Puts the scene back as it was before the stream, and records nothing. Nothing happens if there is none.
+    void cancelColorBatch();
 
     bool isOpen() const { return colorBatchSnapshot_.has_value(); }
 

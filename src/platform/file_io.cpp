@@ -61,7 +61,7 @@ public:
     }
 
     const std::string& path() const { return path_; }
-    void keep() { path_.clear(); }
+    std::string keep() { return std::exchange(path_, {}); }
 
 private:
     std::string path_;
@@ -99,18 +99,32 @@ std::optional<mode_t> permissionsOf(const std::string& path)
     return status.st_mode & 07777;
 }
 
-/// A new file beside `path`, with the permissions that a new file gets.
-std::pair<int, std::string> createBeside(const std::string& path)
+/// What is to be written, and where it goes in the end.
+struct Replacement {
+    const std::string& path;   ///< As errors name it.
+    const std::string& target; ///< The same behind symbolic links.
+    std::span<const std::uint8_t> contents;
+    std::optional<mode_t> permissions; ///< Absent for those that a new file gets.
+};
+
+std::string nameBeside(const std::string& path, std::random_device& random)
 {
-    constexpr int attempts = 100;
+    return fmt::format("{}/.larkspool-{:08x}", folderOf(path), random());
+}
+
+constexpr int attemptsAtAName = 100;
+
+/// A new file beside the target.
+std::pair<int, std::string> createBeside(const Replacement& replacement)
+{
     std::random_device random;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        const std::string candidate = fmt::format("{}/.larkspool-{:08x}", folderOf(path), random());
+    for (int attempt = 0; attempt < attemptsAtAName; ++attempt) {
+        const std::string candidate = nameBeside(replacement.target, random);
         const int descriptor = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (descriptor >= 0) return {descriptor, candidate};
-        if (errno != EEXIST) failWithErrno(path);
+        if (errno != EEXIST) failWithErrno(replacement.path);
     }
-    throw FileError(path, EEXIST);
+    throw FileError(replacement.path, EEXIST);
 }
 
 void writeAll(int descriptor, std::span<const std::uint8_t> contents, const std::string& path)
@@ -121,6 +135,48 @@ void writeAll(int descriptor, std::span<const std::uint8_t> contents, const std:
         if (written < 0) failWithErrno(path);
         contents = contents.subspan(static_cast<std::size_t>(written));
     }
+}
+
+/// All bytes, on the disk.
+void fill(int descriptor, const Replacement& replacement)
+{
+    if (replacement.permissions && ::fchmod(descriptor, *replacement.permissions) != 0) failWithErrno(replacement.path);
+    writeAll(descriptor, replacement.contents, replacement.path);
+    if (::fsync(descriptor) != 0) failWithErrno(replacement.path);
+}
+
+/// Writes a file beside the target that has no name until it is whole, so that nothing of it is left if the process is killed.
+/// Gives its name; nothing where the system has no such files.
+std::optional<std::string> writeUnnamed(const Replacement& replacement)
+{
+    OpenFile file(::open(folderOf(replacement.target).c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
+    if (!file.isOpen()) return std::nullopt;
+    fill(file.descriptor(), replacement);
+
+    const std::string now = fmt::format("/proc/self/fd/{}", file.descriptor());
+    std::random_device random;
+    for (int attempt = 0; attempt < attemptsAtAName; ++attempt) {
+        TemporaryFile named(nameBeside(replacement.target, random));
+        if (::linkat(AT_FDCWD, now.c_str(), AT_FDCWD, named.path().c_str(), AT_SYMLINK_FOLLOW) == 0) {
+            if (!file.close()) failWithErrno(replacement.path);
+            return named.keep();
+        }
+        const int failure = errno;
+        named.keep(); // It is not ours.
+        if (failure != EEXIST) return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+/// The same with a name from the beginning.
+std::string writeNamed(const Replacement& replacement)
+{
+    auto [descriptor, path] = createBeside(replacement);
+    OpenFile file(descriptor);
+    TemporaryFile temporary(std::move(path));
+    fill(file.descriptor(), replacement);
+    if (!file.close()) failWithErrno(replacement.path);
+    return temporary.keep();
 }
 
 /// Makes the new name itself last. A file system that cannot do that has nothing better to offer, so its answer is not asked.
@@ -198,15 +254,9 @@ std::vector<std::uint8_t> readFileHead(const std::string& path, std::size_t coun
 void replaceFileAtomically(const std::string& path, std::span<const std::uint8_t> contents)
 {
     const std::string target = resolved(path);
-    const std::optional<mode_t> permissions = permissionsOf(target);
-
-    const auto [descriptor, temporaryPath] = createBeside(target);
-    OpenFile file(descriptor);
-    TemporaryFile temporary(temporaryPath);
-    if (permissions && ::fchmod(file.descriptor(), *permissions) != 0) failWithErrno(path);
-    writeAll(file.descriptor(), contents, path);
-    if (::fsync(file.descriptor()) != 0) failWithErrno(path);
-    if (!file.close()) failWithErrno(path);
+    const Replacement replacement{path, target, contents, permissionsOf(target)};
+    std::optional<std::string> written = writeUnnamed(replacement);
+    TemporaryFile temporary(written ? *std::move(written) : writeNamed(replacement));
     if (::rename(temporary.path().c_str(), target.c_str()) != 0) failWithErrno(path);
     temporary.keep();
     syncFolder(folderOf(target));

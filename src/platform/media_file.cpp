@@ -5,12 +5,20 @@
 #include <filesystem>
 #include <system_error>
 
+#include <unistd.h>
+
 namespace larkspool {
 
 bool fileExists(const std::string& path)
 {
     std::error_code ignored;
     return !path.empty() && std::filesystem::exists(path, ignored);
+}
+
+bool isReadableFile(const std::string& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(path, ignored) && ::access(path.c_str(), R_OK) == 0;
 }
 
 std::string documentFolder(const std::string& documentPath)

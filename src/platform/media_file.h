@@ -13,6 +13,9 @@ namespace larkspool {
 using FileExists = std::function<bool(const std::string& path)>;
 bool fileExists(const std::string& path);
 
+/// Whether there is a regular file at the path that this program may read.
+bool isReadableFile(const std::string& path);
+
 /// The folder that the document's file lies in, as an absolute path; empty for a document without a file.
 std::string documentFolder(const std::string& documentPath);
 

@@ -38,6 +38,8 @@ public:
     TimelineMarquee(const EditorState& state, CGPoint start);
 
     CGPoint start() const { return start_; }
+    /// What lay at the start lies that many points farther to the right now: the start goes with it.
+    void shift(double points) { start_.x += points; }
 
     /// The selection with the other corner at `end`, over the rows of the layers listed. While shift is down, what the marquee
     /// touches is added to the selection of its begin, else it takes its place.

@@ -20,6 +20,7 @@ inline constexpr double railHeight = 24, minimapHeight = 28, toolbarHeight = 40;
 inline constexpr double blockMargin = 6;                           ///< Above and below the rows of a layer.
 inline constexpr double aggregateTop = 8, aggregateBandMargin = 4; ///< Above the first band, and round the line between two.
 inline constexpr double keyframeSize = 10, pulseSize = 10, waitHandleReach = 5;
+inline constexpr double markerReach = 6; ///< Of a marker, from its middle.
 inline constexpr double groupIndent = 8;
 inline constexpr double triggerDistance = 4; ///< That a press may stray and still be a tap.
 } // namespace TimelineMeasures

@@ -1,9 +1,11 @@
 #include "views/timeline_menus.h"
 
+#include "editing/scene_lookup.h"
 #include "shell/command_routing.h"
 #include "timeline/keyframe_tracks.h"
 #include "timeline/pulses_track.h"
 #include "timeline/selection.h"
+#include "timeline/snap.h"
 
 #include <QMenu>
 
@@ -19,15 +21,23 @@ QString text(std::string_view words)
     return QString::fromUtf8(words.data(), static_cast<qsizetype>(words.size()));
 }
 
+using MakeEdit = std::function<std::optional<Edit>()>;
+using CarryOut = std::function<void(const EditorContext& context, std::optional<Edit> edit)>;
+
+void performPlain(const EditorContext& context, std::optional<Edit> edit)
+{
+    context.editor.perform(std::move(edit));
+}
+
 /// An entry that makes an edit. It is disabled where there is nothing to do; `make` is asked again when it is chosen.
-void addEdit(QMenu& menu, const EditorContext& context, const QString& title, std::function<std::optional<Edit>()> make,
-             std::string_view otherwise = {})
+void addEdit(QMenu& menu, const EditorContext& context, const QString& title, MakeEdit make, std::string_view otherwise = {},
+             CarryOut carryOut = performPlain)
 {
     QAction* action = menu.addAction(title);
     action->setEnabled(make().has_value());
     if (!action->isEnabled() && !otherwise.empty()) action->setToolTip(text(otherwise));
-    QObject::connect(action, &QAction::triggered, action, [context, make = std::move(make)] {
-        context.editor.perform(make());
+    QObject::connect(action, &QAction::triggered, action, [context, make = std::move(make), carryOut = std::move(carryOut)] {
+        carryOut(context, make());
         context.changed();
     });
 }
@@ -42,6 +52,35 @@ void addCommand(QMenu& menu, const EditorContext& context, Command command)
     action->setEnabled(available.isEnabled);
     action->setToolTip(text(available.reason));
     QObject::connect(action, &QAction::triggered, action, [context, command] { context.perform(command); });
+}
+
+/// What `after` has and `before` has not. Of a keyframe with a wait, the diamond alone.
+std::vector<TimelineItemRef> addedItems(const TweenScene& before, const TweenScene& after)
+{
+    TimelineSelection old;
+    walkLayers(before.layers, [&](const Layer& layer) {
+        walkItems(layer, [&](const TimelineItemRef& ref, ItemTimes, std::size_t) { old.insert(ref); });
+    });
+    std::vector<TimelineItemRef> added;
+    walkLayers(after.layers, [&](const Layer& layer) {
+        walkItems(layer, [&](const TimelineItemRef& ref, ItemTimes, std::size_t) {
+            if (ref.kind != TimelineItemRef::Kind::waitTail && !old.contains(ref)) added.push_back(ref);
+        });
+    });
+    return added;
+}
+
+void selectAllSpans(const EditorContext& context)
+{
+    const TweenScene scene = context.editor.scene();
+    const LayerIDs shown = currentTimelineLayerIDs(context.editor.state());
+    TimelineSelection spans;
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        if (!shown.empty() && !shown.contains(layer.id)) return;
+        for (const TimeSpan& span : layer.spans) spans.insert(TimelineItemRef::span(layer.id, span.id));
+    });
+    context.editor.selectTimelineItems(std::move(spans));
+    context.changed();
 }
 
 void addSpanEntries(QMenu& menu, const EditorContext& context, const TimelineItemRef& span)
@@ -75,24 +114,60 @@ void addItemEntries(QMenu& menu, const EditorContext& context, const TimelineMen
             [context] { return deleteTimelineSelection(context.editor.state()); });
 }
 
-void addRowEntries(QMenu& menu, const EditorContext& context, const UUID& layerID, const TimelineMenuPlace& place)
+/// Where entries add an item to a layer.
+struct AddingPlace {
+    QString words;
+    double time = 0; ///< Seconds.
+};
+
+std::optional<Edit> addSpanHere(const TweenScene& scene, const UUID& layerID, double time)
+{
+    const Layer* layer = findLayer(scene, layerID);
+    const bool isTaken = layer && std::ranges::any_of(layer->spans, [&](const TimeSpan& span) { return span.contains(time); });
+    return isTaken ? std::nullopt : SpansTrack::addSpanAtPlayhead(scene, layerID, time);
+}
+
+void addPointEntries(QMenu& menu, const EditorContext& context, const UUID& layerID, const TimelineMenuPlace& place,
+                     const AddingPlace& at)
 {
     addEdit(
-        menu, context, "Add Span",
-        [context, layerID] {
-            return SpansTrack::addSpanAtPlayhead(context.editor.scene(), layerID, context.editor.state().playhead);
-        },
-        SpansTrack::playheadInsideHelp);
-    addEdit(menu, context, "Add Pulse", [context, layerID] {
-        return PulsesTrack::addPulse(context.editor.scene(), layerID, context.editor.state().playhead);
-    });
+        menu, context, "Add Pulse " + at.words,
+        [context, layerID, time = at.time] { return PulsesTrack::addPulse(context.editor.scene(), layerID, time); }, {},
+        performAdding);
     if (place.property)
-        addEdit(menu, context, "Add " + text(displayName(*place.property)) + " Keyframe",
-                [context, layerID, property = *place.property] {
-                    return addKeyframeAtPlayhead(context.editor.scene(), layerID, property, context.editor.state().playhead);
-                });
+        addEdit(
+            menu, context, "Add " + text(displayName(*place.property)) + " Keyframe " + at.words,
+            [context, layerID, time = at.time, property = *place.property] {
+                return addKeyframeAtPlayhead(context.editor.scene(), layerID, property, time);
+            },
+            {}, performAdding);
     menu.addSeparator();
-    addEdit(menu, context, text(SpansTrack::pasteMenuEntry), [context, layerID, time = place.time] {
+}
+
+/// The time on the grid that is nearest to the pointer.
+double timeOnGrid(const EditorContext& context, double time)
+{
+    const PlayheadSnapMode grid = SnapSettings::of(context.editor.defaults()).grid;
+    return scrubbedPlayhead(time, grid, context.editor.scene(), {});
+}
+
+void addRowEntries(QMenu& menu, const EditorContext& context, const UUID& layerID, const TimelineMenuPlace& place)
+{
+    const double playhead = context.editor.state().playhead;
+    if (place.time) {
+        const AddingPlace here{"Here", timeOnGrid(context, *place.time)};
+        addEdit(
+            menu, context, "Add Span Here",
+            [context, layerID, time = here.time] { return addSpanHere(context.editor.scene(), layerID, time); },
+            "A visibility span of this layer is here already", performAdding);
+        addPointEntries(menu, context, layerID, place, here);
+    }
+    addEdit(
+        menu, context, "Add Span at Playhead",
+        [context, layerID, playhead] { return SpansTrack::addSpanAtPlayhead(context.editor.scene(), layerID, playhead); },
+        SpansTrack::playheadInsideHelp, performAdding);
+    addPointEntries(menu, context, layerID, place, {"at Playhead", playhead});
+    addEdit(menu, context, text(SpansTrack::pasteMenuEntry), [context, layerID, time = place.time.value_or(playhead)] {
         return pasteSpanAt(context.editor.scene(), layerID, time, spanClipboard());
     });
     menu.addSeparator();
@@ -110,6 +185,13 @@ void addRowEntries(QMenu& menu, const EditorContext& context, const UUID& layerI
 
 } // namespace
 
+void performAdding(const EditorContext& context, std::optional<Edit> edit)
+{
+    if (!edit) return;
+    const std::vector<TimelineItemRef> added = addedItems(context.editor.scene(), edit->scene);
+    if (context.editor.perform(std::move(edit)) && !added.empty()) context.editor.tapTimelineItems(added, {});
+}
+
 SpanClipboard& spanClipboard()
 {
     static SpanClipboard clipboard;
@@ -124,6 +206,7 @@ void fillTimelineMenu(QMenu& menu, const EditorContext& context, const TimelineM
         addRowEntries(menu, context, *place.layerID, place);
         menu.addSeparator();
     }
+    menu.addAction("Select All Spans", [context] { selectAllSpans(context); });
     menu.addAction("Select All at Playhead", [context] {
         context.editor.selectAllAtPlayhead();
         context.changed();

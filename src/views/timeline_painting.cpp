@@ -22,7 +22,8 @@ namespace {
 using namespace TimelineMeasures;
 
 constexpr double gutterIndent = 12, chevronSize = 12, kindSize = 14, gutterGap = 6, propertyIndent = 44;
-constexpr double diamondMiddle = 174.5, diamondSize = 7, valueRight = 165;
+constexpr double diamondSize = 7, valueRight = 165;
+constexpr double controlReach = 10; ///< Kept free of text, from the middle of a control.
 constexpr double bubbleTop = 3, bubbleHeight = 18, bubblePadding = 6, bubbleTip = 4;
 constexpr double labelMargin = 6; ///< Kept between the bubble and the labels of ticks.
 constexpr double minimapFirstBar = 6, minimapBarPitch = 4;
@@ -138,21 +139,34 @@ void paintAggregateHead(QPainter& painter, const TimelineRow& row)
     paintTabular(painter, QRectF(100, row.top, 180 - 100, rowHeight), Qt::AlignRight, QString::number(row.itemCount));
 }
 
-void paintLayerHead(QPainter& painter, const TimelineBlock& block, const TimelineRow& row, bool isHovered)
+/// The middle of a control beside the row, which has it.
+QPointF middleOf(const TimelineLayout& layout, const TimelineRow& row, GutterControl::Kind kind)
 {
+    const std::optional<GutterControl> control = TimelineGutter::control(layout, row, kind);
+    return control ? control->rect.center() : QPointF();
+}
+
+enum class HeadState { rest, hovered };
+
+void paintLayerHead(QPainter& painter, const TimelineLayout& layout, const TimelineRow& row, HeadState state)
+{
+    using Kind = GutterControl::Kind;
     const Theme& t = theme();
-    const double indent = indentOf(block), middle = row.top + rowHeight / 2;
+    const TimelineBlock& block = layout.blockOf(row);
+    const bool isHovered = state == HeadState::hovered;
+    const double middle = row.top + rowHeight / 2;
+    const QPointF pin = middleOf(layout, row, Kind::pin), add = middleOf(layout, row, Kind::addSpan);
     if (block.canFold)
-        paintIcon(painter, block.isFolded ? "chevron-right" : "chevron-down", chevronSize, chevronRect(block, row).center(),
+        paintIcon(painter, block.isFolded ? "chevron-right" : "chevron-down", chevronSize, middleOf(layout, row, Kind::fold),
                   t.textSecondary);
-    const double kindLeft = gutterIndent - 4 + chevronSize + gutterGap + indent;
+    const double kindLeft = gutterIndent - 4 + chevronSize + gutterGap + indentOf(block);
     paintIcon(painter, kindIcon(block.layer->kind), kindSize, {kindLeft + kindSize / 2, middle}, t.textSecondary);
     const bool showsPin = block.isPinned || isHovered;
-    const double right = isHovered ? addRect(row).left() - 2 : showsPin ? pinRect(row).left() - 2 : leftGutter - 4;
+    const double right = isHovered ? add.x() - controlReach : showsPin ? pin.x() - controlReach : leftGutter - 4;
     painter.setFont(textFont(TextStyle::gutterLayer));
     paintGutterText(painter, text(block.layer->name.view()), kindLeft + kindSize + gutterGap, right, row.top, t.text);
-    if (showsPin) paintIcon(painter, "pin", kindSize, pinRect(row).center(), block.isPinned ? t.textSecondary : t.iconDisabled);
-    if (isHovered) paintIcon(painter, "plus", kindSize, addRect(row).center(), t.textSecondary);
+    if (showsPin) paintIcon(painter, "pin", kindSize, pin, block.isPinned ? t.textSecondary : t.iconDisabled);
+    if (isHovered) paintIcon(painter, "plus", kindSize, add, t.textSecondary);
 }
 
 /// The layer of the rows that are being painted, as it looks at the playhead.
@@ -161,8 +175,10 @@ struct LayerAtPlayhead {
     Layer resolved{};
 };
 
-void paintPropertyHead(QPainter& painter, const TimelineRow& row, double indent, double playhead, LayerAtPlayhead& at)
+void paintPropertyHead(QPainter& painter, const TimelineLayout& layout, const TimelineRow& row, double playhead,
+                       LayerAtPlayhead& at)
 {
+    const double indent = indentOf(layout.blockOf(row));
     if (at.layer != row.layer) at = {row.layer, Interpolation::resolve(*row.layer, playhead)};
     painter.setFont(textFont(TextStyle::gutter));
     const QString value = valueText(Interpolation::fieldValue(at.resolved, row.property), row.property);
@@ -171,30 +187,20 @@ void paintPropertyHead(QPainter& painter, const TimelineRow& row, double indent,
                     row.top, theme().textSecondary);
     paintTabular(painter, QRectF(valueRight - valueWidth, row.top, valueWidth, rowHeight), Qt::AlignRight,
                  QFontMetricsF(painter.font()).elidedText(value, Qt::ElideRight, valueWidth + 2));
-    paintDiamond(painter, diamondRect(row).center(), hasMarkAt(row, playhead));
+    paintDiamond(painter, middleOf(layout, row, GutterControl::Kind::addKeyframe), hasMarkAt(row, playhead));
+}
+
+void paintFocus(QPainter& painter, const QRectF& control)
+{
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme().focusRing, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(control, 4, 4);
+    painter.restore();
 }
 
 } // namespace
-
-QRectF chevronRect(const TimelineBlock& block, const TimelineRow& first)
-{
-    return {gutterIndent - 6 + indentOf(block), first.top + 1, 16, 16};
-}
-
-QRectF pinRect(const TimelineRow& first)
-{
-    return {165, first.top + 1, 16, 16};
-}
-
-QRectF addRect(const TimelineRow& row)
-{
-    return {row.kind == TimelineRow::Kind::spans ? 145.0 : 165.0, row.top + 1, 16, 16};
-}
-
-QRectF diamondRect(const TimelineRow& row)
-{
-    return {diamondMiddle - 8, row.top + 1, 16, 16};
-}
 
 void paintGutter(QPainter& painter, const TimelineLayout& layout, double playhead, const GutterHover& hover, const QRectF& seen)
 {
@@ -208,18 +214,23 @@ void paintGutter(QPainter& painter, const TimelineLayout& layout, double playhea
         const double left = propertyIndent + indentOf(block);
         painter.setFont(textFont(TextStyle::gutter));
         switch (row.kind) {
-        case TimelineRow::Kind::spans: paintLayerHead(painter, block, row, hover.block == &block); break;
+        case TimelineRow::Kind::spans:
+            paintLayerHead(painter, layout, row,
+                           hover.block == &block || hover.focusedRow == &row ? HeadState::hovered : HeadState::rest);
+            break;
         case TimelineRow::Kind::videoClip:
             paintGutterText(painter, "Clip", left, valueRight, row.top, theme().textSecondary);
             break;
         case TimelineRow::Kind::pulses:
             paintGutterText(painter, "Pulses", left, valueRight, row.top, theme().textSecondary);
-            if (hover.row == &row) paintIcon(painter, "plus", kindSize, addRect(row).center(), theme().textSecondary);
+            if (hover.row == &row || hover.focusedRow == &row)
+                paintIcon(painter, "plus", kindSize, middleOf(layout, row, GutterControl::Kind::addPulse), theme().textSecondary);
             break;
-        case TimelineRow::Kind::keyframes: paintPropertyHead(painter, row, indentOf(block), playhead, at); break;
+        case TimelineRow::Kind::keyframes: paintPropertyHead(painter, layout, row, playhead, at); break;
         }
     }
     painter.fillRect(QRectF(gutterDivider, seen.top(), 1, seen.height()), theme().hairline);
+    if (hover.focused) paintFocus(painter, hover.focused->rect);
 }
 
 namespace {
@@ -292,7 +303,9 @@ void paintPlayhead(QPainter& painter, const TimelineLayout& layout, double playh
 void paintSnapLine(QPainter& painter, const TimelineLayout& layout, double time, double bottom)
 {
     if (!layout.mapping().isUsable()) return;
-    painter.fillRect(QRectF(std::round(layout.mapping().x(time)), railHeight, 1, bottom - railHeight), theme().snapLine);
+    const double x = std::round(layout.mapping().x(time));
+    if (x <= gutterDivider) return; // What a drag snaps to may lie before what the zoomed timeline shows.
+    painter.fillRect(QRectF(x, railHeight, 1, bottom - railHeight), theme().snapLine);
 }
 
 void paintMarquee(QPainter& painter, const QRectF& box)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "views/timeline_gutter.h"
 #include "views/timeline_layout.h"
 
 #include <QPixmap>
@@ -22,22 +23,16 @@ void paintTracks(QPainter& painter, const TimelineLayout& layout, const Timeline
 void paintHoveredBar(QPainter& painter, const TimelineLayout& layout, const TimelineLayout::Hit& hit,
                      const TimelineSelection& selection);
 
-/// What the pointer is over in the gutter.
+/// What the pointer is over in the gutter, and what the keys act on there.
 struct GutterHover {
     const TimelineBlock* block = nullptr;
     const TimelineRow* row = nullptr;
+    std::optional<GutterControl> focused{};    ///< It is shown even where the pointer would have to be over its row.
+    const TimelineRow* focusedRow = nullptr; ///< The row of it.
 };
 
 /// Names, values at the playhead and what can be pressed there.
 void paintGutter(QPainter& painter, const TimelineLayout& layout, double playhead, const GutterHover& hover, const QRectF& seen);
-
-/// @name What can be pressed in the gutter, in the coordinates of the rows.
-/// @{
-QRectF chevronRect(const TimelineBlock& block, const TimelineRow& first);
-QRectF pinRect(const TimelineRow& first);
-QRectF addRect(const TimelineRow& row); ///< Of the first row of a layer: adds a span. Of its pulses: adds one.
-QRectF diamondRect(const TimelineRow& row);
-/// @}
 
 /// The tick rail, 24 high at the top of the view. With the origin at the view's corner, as the rest.
 void paintRail(QPainter& painter, const TimelineLayout& layout, double viewWidth, double playhead);

@@ -25,7 +25,7 @@ constexpr double labelGap = 5, leastLabelRoom = 56;
 constexpr double waitHeight = 8, waitHandleHeight = 12, waitHandleWidth = 2;
 constexpr double gripWidth = 2, gripHeight = 12;
 constexpr double pulseTextGap = 9, clipTextIndent = 10;
-constexpr double leastCountRoom = 14; ///< From one marker to the next, for a count between them.
+constexpr double countLeft = 4; ///< Of a count, from the middle of its marker.
 constexpr double farOutside = 40; ///< How far beyond what is seen a bar is cut off, so that its ends do not show.
 
 QColor withAlpha(QColor color, double alpha)
@@ -365,16 +365,27 @@ void paintWaitTail(const Canvas& canvas, const TimelineRow& row, const TimelineM
         QRectF(right - waitHandleWidth, middle - waitHandleHeight / 2, waitHandleWidth, waitHandleHeight), 1, 1);
 }
 
-/// How many items a marker stands for, at its upper right.
-void paintCount(QPainter& painter, std::size_t count, double x, double top, const QColor& color)
+QFont countFont()
 {
     QFont font = textFont(TextStyle::tick);
     font.setPixelSize(9);
     font.setWeight(QFont::DemiBold);
-    painter.setFont(font);
+    return font;
+}
+
+/// How many items a marker stands for, at its upper right.
+void paintCount(QPainter& painter, std::size_t count, double x, double top, const QColor& color)
+{
+    painter.setFont(countFont());
     painter.setPen(color);
-    painter.drawText(QRectF(x + 4, top, 24, 12), Qt::AlignLeft | Qt::AlignVCenter, QString::number(count));
+    painter.drawText(QRectF(x + countLeft, top, 24, 12), Qt::AlignLeft | Qt::AlignVCenter, QString::number(count));
     painter.setPen(Qt::NoPen);
+}
+
+/// From a marker with the count to the next one, so that the count ends before it.
+double leastCountRoom(std::size_t count)
+{
+    return countLeft + tabularWidth(countFont(), QString::number(count)) + keyframeSize / 2;
 }
 
 /// Calls `visit(mark, x)` for the markers that are seen. Of several unselected ones on one pixel, for the first alone.
@@ -409,8 +420,9 @@ void paintKeyframes(const Canvas& canvas, const TimelineRow& row, const QColor& 
     std::size_t i = 0;
     walkMarkers(canvas, row, [&](const TimelineMark& mark, double x, bool) {
         ++i;
-        const bool hasRoom = i == middles.size() || middles[i] - x >= leastCountRoom;
-        if (mark.members.size() > 1 && hasRoom) paintCount(canvas.painter, mark.members.size(), x, row.top + 1, theme().keyframe);
+        if (mark.members.size() < 2) return;
+        const bool hasRoom = i == middles.size() || middles[i] - x >= leastCountRoom(mark.members.size());
+        if (hasRoom) paintCount(canvas.painter, mark.members.size(), x, row.top + 1, theme().keyframe);
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "views/accessible_items.h"
 #include "views/editor_context.h"
+#include "views/timeline_gutter.h"
 #include "views/timeline_layout.h"
 #include "views/timeline_painting.h"
 
@@ -68,9 +69,11 @@ private:
     void placeScrollBar();
     void placePills();
     const Pill* pillAt(QPointF position) const;
+    bool isOnSelectedEnd(CGPoint point) const;
 
     void scrub(QPointF position, Modifiers modifiers);
     bool pressGutter(QPointF position);
+    void pressControl(const GutterPlace& place);
     void pressItems(const TimelineLayout::Hit& hit, QPointF position, Modifiers modifiers);
     void dragMarquee(QPointF position, Modifiers modifiers);
     void updateMarquee();
@@ -83,11 +86,22 @@ private:
     QPointF selectedPlace() const;
     QString helpAt(QPointF position) const;
     void tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers);
+    void choose(const TimelineRow& row, const TimelineMark& mark, Modifiers modifiers);
     bool stepSelection(int key, Modifiers modifiers);
+    bool stepControl(int key);
+    void focusControl(const TimelineRow& row, const GutterControl* control);
+    void focusLastControl(const TimelineRow& row);
+    void reveal(double top);
+    void followPlayhead();
+    void shiftMarquee(const std::optional<TimelineViewport>& before);
+    void awaitPills();
+    AccessibleItem accessibleControl(const TimelineRow& row, const GutterControl& control) const;
+    AccessibleItem accessibleMark(const TimelineRow& row, const TimelineMark& mark) const;
 
     EditorContext context_;
     TimelineLayout layout_;
     TimelineLayout::Folded folded_;
+    std::optional<GutterPlace> gutterFocus_; ///< What the keys act on, unless it is the items of the rows.
     QScrollBar* scrollBar_ = nullptr;
     std::vector<Pill> pills_;
 
@@ -96,11 +110,14 @@ private:
 
     Held held_ = Held::nothing;
     QPointF pressedAt_;
-    double pressedViewportStart_ = 0;
+    double pressedViewportStart_ = 0; ///< What a drag on the minimap counts from.
+    double pressedPlayhead_ = 0, cancelledViewportStart_ = 0; ///< To go back to.
     std::optional<Marquee> marquee_;
     QPointF pointer_;
     bool isPointerInside_ = false;
     QTimer popoverTimer_;
+    QTimer pillTimer_; ///< Runs while the pills are hidden for a moment.
+    double shownPlayhead_ = 0;
     /// Children of the window, over all its parts. Null until they are first needed.
     QPointer<TimelinePopover> popover_;
     QPointer<TrimPreview> trimPreview_;

@@ -411,12 +411,28 @@ TEST(ColorEditBatch, ItsStepIsRecordedAtOnceThoughAGateIsOpen)
     EXPECT_EQ(desk.state.gateActionName, "");
 }
 
-TEST(ColorEditBatch, CommittingWithoutOneDoesNothing)
+TEST(ColorEditBatch, CommittingOrCancellingWithoutOneDoesNothing)
 {
     Desk desk;
     FakeTimers timers;
-    ColorEditBatch(desk.commit, timers).commitColorBatch();
+    ColorEditBatch batch(desk.commit, timers);
+    batch.commitColorBatch();
+    batch.cancelColorBatch();
     EXPECT_EQ(desk.steps, "");
+}
+
+TEST(ColorEditBatch, CancelledPutsTheSceneBackAndRecordsNothing)
+{
+    Desk desk;
+    FakeTimers timers;
+    ColorEditBatch batch(desk.commit, timers);
+    batch.colorEditBatch("Edit Color", [](TweenScene& scene) { scene.name = SharedString("red"); });
+    batch.colorEditBatch("Edit Color", [](TweenScene& scene) { scene.name = SharedString("blue"); });
+    batch.cancelColorBatch();
+    EXPECT_EQ(desk.name(), "before");
+    EXPECT_FALSE(batch.isOpen());
+    timers.pass(1);
+    EXPECT_FALSE(desk.manager.canUndo());
 }
 
 TEST(NumberScrub, IsOneStepFromBeginToEnd)

@@ -1,9 +1,14 @@
 #include "platform/media_file.h"
 
+#include "support/test_media.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <set>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace larkspool {
 namespace {
@@ -50,6 +55,22 @@ TEST(MediaFile, IsThereOrNot)
     EXPECT_TRUE(fileExists("/proc/self/exe"));
     EXPECT_FALSE(fileExists("/no/such/file"));
     EXPECT_FALSE(fileExists(""));
+}
+
+TEST(MediaFile, OnlyARegularFileCanBeRead)
+{
+    const TemporaryFolder folder;
+    writeFile(folder.path("file"), "words");
+    std::filesystem::create_symlink(folder.path("file"), folder.path("link"));
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(isReadableFile(folder.path("file")));
+    EXPECT_TRUE(isReadableFile(folder.path("link")));
+    for (const std::string& path : {folder.path("pipe"), folder.path("gone"), folder.path(""), std::string("/dev/zero"), std::string()})
+        EXPECT_FALSE(isReadableFile(path)) << path;
+    std::filesystem::permissions(folder.path("file"), std::filesystem::perms::none);
+    if (::geteuid() != 0) { // Who may read anything is kept from nothing.
+        EXPECT_FALSE(isReadableFile(folder.path("file")));
+    }
 }
 
 } // namespace

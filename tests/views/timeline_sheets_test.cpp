@@ -2,13 +2,11 @@
 
 #include "editing/scene_lookup.h"
 #include "timeline/ripple_settings.h"
-#include "views/find_control.h"
 #include "views/form_controls.h"
+#include "views/sheet_window.h"
 #include "views/times_preview.h"
-#include "views/window_test.h"
 
 #include <QElapsedTimer>
-#include <QLineEdit>
 
 #include <gtest/gtest.h>
 
@@ -40,16 +38,10 @@ TweenScene smallScene()
 }
 
 /// A window with something that has the keyboard, and the sheets over it.
-class TimelineSheetsTest : public testing::Test {
+class TimelineSheetsTest : public SceneSheetTest {
 protected:
-    TimelineSheetsTest() : before(smallScene()), views(before)
+    TimelineSheetsTest() : SceneSheetTest(smallScene())
     {
-        window.resize(1000, 760);
-        behind = new QLineEdit(&window);
-        window.show();
-        (void)QTest::qWaitForWindowExposed(&window);
-        window.activateWindow();
-        behind->setFocus();
         sheets = std::make_unique<TimelineSheets>(
             window, TimelineSheets::Services{*views.editor, *views.playback, [this] { ++changes; }});
     }
@@ -59,21 +51,10 @@ protected:
         editor().selectTimelineItems(std::move(selection));
         sheets->open(command);
     }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
     void type(const char* text)
     {
         qobject_cast<QLineEdit*>(window.focusWidget())->selectAll();
         QTest::keyClicks(window.focusWidget(), text);
-    }
-    /// What has the keyboard as Tab goes on, that many times.
-    QStringList wayOfTab(int times)
-    {
-        QStringList way{focusName(window)};
-        for (int i = 0; i < times; ++i) {
-            press(Qt::Key_Tab);
-            way << focusName(window);
-        }
-        return way;
     }
     const TimesPreview& preview() const { return *findControl<TimesPreview>(window, "Preview"); }
     std::vector<double> previewStarts() const
@@ -83,29 +64,9 @@ protected:
         return starts;
     }
     QLineEdit& field(const char* name) const { return *findControl<QLineEdit>(window, name); }
-    const QAbstractButton& button(const char* name) const { return *findControl<QAbstractButton>(window, name); }
-    EditorView& editor() { return *views.editor; }
     double start(const TimelineItemRef& ref) { return timesOf(editor().scene(), ref)->start; }
-    void expectOneStep(const char* name)
-    {
-        EXPECT_FALSE(sheets->isOpen());
-        EXPECT_EQ(window.focusWidget(), behind);
-        EXPECT_EQ(editor().undoManager().undoActionName(), name);
-        editor().undo();
-        EXPECT_EQ(editor().scene(), before);
-    }
-    void expectNoTrace()
-    {
-        EXPECT_FALSE(sheets->isOpen());
-        EXPECT_EQ(window.focusWidget(), behind);
-        EXPECT_EQ(editor().scene(), before);
-        EXPECT_FALSE(editor().undoManager().canUndo());
-    }
+    bool isSheetOpen() const override { return sheets->isOpen(); }
 
-    const TweenScene before;
-    EditorForViews views;
-    QWidget window;
-    QLineEdit* behind = nullptr;
     int changes = 0;
     std::unique_ptr<TimelineSheets> sheets;
 };
@@ -319,6 +280,7 @@ TEST_F(TimelineSheetsTest, ThePreviewTellsOfSpansBehindTheScene)
     press(Qt::Key_Escape);
     open(Command::showMoveModal, {spanA});
     type("50");
+    EXPECT_TRUE(showsWords(window, "Would be "));
     EXPECT_TRUE(showsWords(window, "held within the scene"));
 }
 
