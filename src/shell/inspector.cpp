@@ -224,6 +224,11 @@ bool Inspector::offers(const Layer& layer, Property property)
     return false;
 }
 
+bool Inspector::offersAll(std::span<const Layer* const> layers, Property property)
+{
+    return std::ranges::all_of(layers, [property](const Layer* layer) { return offers(*layer, property); });
+}
+
 std::string Inspector::actionName(std::string_view edited)
 {
     return fmt::format("Edit {}", edited);
@@ -262,6 +267,12 @@ void Inspector::upsertHelper(TweenScene& scene, const LayerIDs& selection, Prope
                              const KeyframedWriting& how)
 {
     editSelected(scene.layers, selection, [&](Layer& layer) { writeAnimatable(layer, property, value, how); });
+}
+
+void Inspector::upsertEach(TweenScene& scene, const LayerIDs& selection, Property property,
+                           const std::function<KeyValue(const Layer&)>& valueOf, const KeyframedWriting& how)
+{
+    editSelected(scene.layers, selection, [&](Layer& layer) { writeAnimatable(layer, property, valueOf(layer), how); });
 }
 
 void Inspector::upsertInRatio(TweenScene& scene, const TweenScene& before, const LayerIDs& selection, Property property,
@@ -312,6 +323,13 @@ void Inspector::autoRenameShapeLayersOnFillEdit(TweenScene& scene, const LayerID
     });
 }
 
+void Inspector::takeBack(TweenScene& scene, const TweenScene& before, const LayerIDs& selection)
+{
+    editSelected(scene.layers, selection, [&](Layer& layer) {
+        if (const Layer* old = findLayer(before, layer.id)) layer = *old;
+    });
+}
+
 Inspector::Diamond Inspector::diamond(std::span<const Layer> layers, Property property, double playhead)
 {
     if (std::ranges::none_of(layers, [&](const Layer& layer) { return hasKeyframes(layer, property); })) return Diamond::none;
@@ -323,6 +341,13 @@ Inspector::Diamond Inspector::diamond(std::span<const Layer> layers, Property pr
 CGPoint Inspector::croppedPositionOffset(const Layer& layer)
 {
     return layer.cropMode == CropMode::manual ? mediaCropSubRect(layer).origin : CGPoint{};
+}
+
+double Inspector::croppedPositionOffset(const Layer& layer, Property property)
+{
+    if (property != Property::x && property != Property::y) return 0;
+    const CGPoint offset = croppedPositionOffset(layer);
+    return property == Property::x ? offset.x : offset.y;
 }
 
 std::optional<Edit> Inspector::toggleKeyframe(const TweenScene& scene, const LayerIDs& selection, Property property,

@@ -48,6 +48,7 @@ std::string_view title(Section section);
 
 /// Whether the layer shows the field. What a kind does not draw is not offered.
 bool offers(const Layer& layer, Keyframe::AnimatableProperty property);
+bool offersAll(std::span<const Layer* const> layers, Keyframe::AnimatableProperty property);
 
 /// "Edit " and the name of what is edited.
 std::string actionName(std::string_view edited);
@@ -65,6 +66,9 @@ bool isUnchanged(double current, double typed);
 /// as the base value into all others. Names that follow the content are derived anew, and a line's box is made to fit.
 void upsertHelper(TweenScene& scene, const LayerIDs& selection, Keyframe::AnimatableProperty property, const KeyValue& value,
                   const KeyframedWriting& how);
+/// The same with a value for each layer, which `valueOf` makes of the layer as stored.
+void upsertEach(TweenScene& scene, const LayerIDs& selection, Keyframe::AnimatableProperty property,
+                const std::function<KeyValue(const Layer& layer)>& valueOf, const KeyframedWriting& how);
 
 /// The same for a width or a height, or a scale, with the other one changed in the same ratio. The ratio is that of `before`, the
 /// scene before the visit to the field, so that what is typed on the way leaves no trace. A side of 0 has no ratio: the other one
@@ -87,6 +91,9 @@ void writeLineShape(TweenScene& scene, const LayerIDs& selection, LineShape shap
 
 /// Derives the names of the selected shapes that follow their fill anew.
 void autoRenameShapeLayersOnFillEdit(TweenScene& scene, const LayerIDs& selection);
+
+/// Puts the selected layers back as they are in `before`. Those that it has not stay.
+void takeBack(TweenScene& scene, const TweenScene& before, const LayerIDs& selection);
 /// @}
 
 /// @name What a row shows of several layers.
@@ -110,6 +117,8 @@ Diamond diamond(std::span<const Layer> layers, Keyframe::AnimatableProperty prop
 
 /// How far the edge of what is seen of a layer lies right of and below its place: a crop takes the rest away. `layer` is resolved.
 CGPoint croppedPositionOffset(const Layer& layer);
+/// The same along the axis of a place, `x` or `y`. 0 for any other property.
+double croppedPositionOffset(const Layer& layer, Keyframe::AnimatableProperty property);
 /// @}
 
 /// A click on the diamond: takes the keyframes at the playhead out of all layers if each has one, else adds one with the value that

@@ -56,6 +56,15 @@ std::optional<Edit> mutateEffect(const TweenScene& scene, std::string_view actio
     });
 }
 
+std::optional<Edit> mutateBlinkRange(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID,
+                                     const std::function<void(BlinkRange&, const TimeSpan&)>& change)
+{
+    return mutateSpan(scene, "Edit Cursor Blink Range", span, [&](TimeSpan& edited) {
+        for (BlinkRange& range : edited.cursorBlinkRanges.edit())
+            if (range.id == rangeID) change(range, edited);
+    });
+}
+
 std::optional<Edit> mutateClip(const TweenScene& scene, std::string_view actionName, const TimelineItemRef& ref,
                                const std::function<void(VideoClip&)>& change)
 {
@@ -134,8 +143,10 @@ std::optional<Edit> KeyframeInspector::setValue(const TweenScene& scene, const T
         if (!std::isfinite(*number)) return std::nullopt;
         *number = Inspector::clampForProperty(keyframe->property, displayName(keyframe->property), *number);
     }
-    return changedKeyframes(scene, Inspector::actionName(displayName(keyframe->property)), {&ref, 1},
-                            [&](Keyframe& edited) { edited.value = kept; });
+    return changed(scene, Inspector::actionName(displayName(keyframe->property)), [&](TweenScene& copy) {
+        editKeyframe(copy, ref.layerID, ref.itemID)->value = kept;
+        normalizeLineBounds(*editLayer(copy, ref.layerID));
+    });
 }
 
 SpanInspector::EffectMenu SpanInspector::effectMenu(Layer::Kind kind)
@@ -201,6 +212,46 @@ std::optional<Edit> SpanInspector::setEffectReversed(const TweenScene& scene, co
 bool SpanInspector::hasDirection(SpanEffect::Kind kind)
 {
     return kind == SpanEffect::Kind::drawOn || kind == SpanEffect::Kind::eraseOff;
+}
+
+bool SpanInspector::hasBlinkRanges(Layer::Kind kind)
+{
+    return kind == Layer::Kind::text;
+}
+
+std::optional<Edit> SpanInspector::addBlinkRange(const TweenScene& scene, const TimelineItemRef& span, double playhead,
+                                                 RandomSource& random)
+{
+    return mutateSpan(scene, "Add Blink Range", span, [&](TimeSpan& edited) {
+        const bool isWithin = edited.start <= playhead && playhead < edited.end;
+        edited.cursorBlinkRanges.append(
+            {.id = UUID::random(random), .start = isWithin ? playhead : edited.start, .end = edited.end});
+    });
+}
+
+std::optional<Edit> SpanInspector::removeBlinkRange(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID)
+{
+    return mutateSpan(scene, "Remove Cursor Blink Range", span, [&](TimeSpan& edited) {
+        std::erase_if(edited.cursorBlinkRanges.edit(), [&](const BlinkRange& range) { return range.id == rangeID; });
+    });
+}
+
+std::optional<Edit> SpanInspector::setBlinkRangeStart(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID,
+                                                      double seconds)
+{
+    if (!std::isfinite(seconds)) return std::nullopt;
+    return mutateBlinkRange(scene, span, rangeID, [&](BlinkRange& range, const TimeSpan& within) {
+        range.start = std::max(std::min({seconds, range.end, within.end}), within.start);
+    });
+}
+
+std::optional<Edit> SpanInspector::setBlinkRangeEnd(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID,
+                                                    double seconds)
+{
+    if (!std::isfinite(seconds)) return std::nullopt;
+    return mutateBlinkRange(scene, span, rangeID, [&](BlinkRange& range, const TimeSpan& within) {
+        range.end = std::min(std::max({seconds, range.start, within.start}), within.end);
+    });
 }
 
 std::optional<Edit> SpanInspector::setZoomTransition(const TweenScene& scene, const TimelineItemRef& ref, ZoomEnd end,

@@ -87,6 +87,19 @@ std::optional<Edit> setEffectReversed(const TweenScene& scene, const TimelineIte
 bool hasDirection(SpanEffect::Kind kind);
 /// @}
 
+/// @name The times within a span at which the caret of a text blinks.
+/// @{
+inline constexpr std::string_view addBlinkRangeLabel = "Add Blink Range";
+bool hasBlinkRanges(Layer::Kind kind);
+/// From the playhead to the span's end; all of the span where the playhead lies outside it or at its end.
+std::optional<Edit> addBlinkRange(const TweenScene& scene, const TimelineItemRef& span, double playhead,
+                                  RandomSource& random = systemRandom());
+std::optional<Edit> removeBlinkRange(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID);
+/// Seconds, held within the span and on its side of the range's other end.
+std::optional<Edit> setBlinkRangeStart(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID, double seconds);
+std::optional<Edit> setBlinkRangeEnd(const TweenScene& scene, const TimelineItemRef& span, const UUID& rangeID, double seconds);
+/// @}
+
 enum class ZoomEnd { start, end };
 /// How a zoom comes or goes.
 std::optional<Edit> setZoomTransition(const TweenScene& scene, const TimelineItemRef& span, ZoomEnd end,

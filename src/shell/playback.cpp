@@ -97,6 +97,10 @@ void DocumentAudioController::sync(const std::optional<DocumentAudio>& audio,
     if (path != loadedPath_) load(*path);
 }
 
+Playback::Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio)
+    : editor_(editor), timers_(timers), audio_(audio), followedScene_(editor.state().document.activeSceneIndex)
+{}
+
 double Playback::globalTime() const
 {
     return globalPlayheadTime(editor_.state().document, editor_.state().playhead);
@@ -125,8 +129,14 @@ void Playback::stepFrames(int frames)
     editor_.setPlayhead(std::max(std::min(time, scene.duration), 0.0));
 }
 
+void Playback::followActiveScene()
+{
+    if (editor_.state().document.activeSceneIndex != followedScene_) activeSceneChanged();
+}
+
 void Playback::activeSceneChanged()
 {
+    followedScene_ = editor_.state().document.activeSceneIndex;
     matchVolume();
     if (isPlaying_)
         audio_.play(globalTime());

@@ -5,6 +5,7 @@
 #include "platform/timers.h"
 #include "shell/editor_view.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -64,7 +65,7 @@ class Playback {
 public:
     static constexpr double step = 0.016666666666666666; ///< Seconds.
 
-    Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio) : editor_(editor), timers_(timers), audio_(audio) {}
+    Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio);
 
     bool isPlaying() const { return isPlaying_; }
     void setPlaying(bool isPlaying);
@@ -73,8 +74,10 @@ public:
     /// One frame back or on, held within the scene.
     void stepFrames(int frames);
 
-    /// To be called after the active scene was changed by anything but playback itself.
+    /// Takes the sound to the playhead in the active scene, and plays on from there if it plays.
     void activeSceneChanged();
+    /// The same if another index is active than when this was last looked at. To be called after every change of the document.
+    void followActiveScene();
 
     void tick();
 
@@ -87,6 +90,7 @@ private:
     Timers& timers_;
     DocumentAudioController& audio_;
     bool isPlaying_ = false;
+    std::int64_t followedScene_; ///< The index whose sound plays.
     Timer playTimer_;
 };
 

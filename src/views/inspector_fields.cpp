@@ -1,20 +1,16 @@
 #include "views/inspector_fields.h"
 
 #include "editing/number_input.h"
-#include "views/icons.h"
+#include "views/inspector_words.h"
 #include "views/theme.h"
 
 #include <QApplication>
 #include <QColorDialog>
-#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
-#include <QStyle>
-#include <QToolTip>
 
 #include <algorithm>
 #include <cmath>
@@ -25,11 +21,6 @@ namespace larkspool {
 namespace {
 
 constexpr int refusalMilliseconds = 600, swatch = 16, alphaWidth = 46;
-
-QString mixedWords()
-{
-    return QString::fromUtf8(Inspector::mixedText.data(), static_cast<qsizetype>(Inspector::mixedText.size()));
-}
 
 /// Shift makes steps ten times as large, Alt a tenth.
 double stepFactor(Qt::KeyboardModifiers modifiers)
@@ -139,7 +130,7 @@ void FieldBox::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(rect(), 4, 4);
-    if (hasDiamond_ && !typing) paintFieldDiamond(painter, QRectF(diamondRect()).center() - QPointF(2, 0), diamond_);
+    if (hasDiamond_ && !typing) paintFieldDiamond(painter, QRectF(diamondRect()).center(), diamond_);
     if (!refused_ && !typing) return;
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(refused_ ? t.dangerText : t.focusRing, 1.5));
@@ -192,7 +183,7 @@ NumberField::NumberField(Look look, NumberSteps steps, QWidget* parent)
 
 QString NumberField::shownText() const
 {
-    if (!value_) return mixedWords();
+    if (!value_) return words(Inspector::mixedText);
     if (!std::isfinite(*value_)) return QString::number(*value_);
     const double value = *value_ == 0 ? 0 : *value_;
     if (look_.decimals >= 0) return QString::number(value, 'f', look_.decimals) + look_.suffix;
@@ -230,9 +221,10 @@ void NumberField::typed(const QString& text)
 
 void NumberField::stepBy(double steps)
 {
-    if (!steps_.typed(value_.value_or(0) + steps * look_.step)) return flashRefusal();
+    // Values that differ have none in common to step from.
+    if (!value_ || !steps_.typed(*value_ + steps * look_.step)) return flashRefusal();
     isRefused_ = false;
-    edit_->setText(QString::fromStdString(typedNumber(value_.value_or(0))));
+    edit_->setText(QString::fromStdString(typedNumber(*value_)));
     edit_->selectAll();
 }
 
@@ -417,7 +409,7 @@ void ColorField::showTexts()
     QPalette palette = hex_->palette();
     palette.setColor(QPalette::Text, color_ ? theme().text : theme().textSecondary);
     hex_->setPalette(palette);
-    hex_->setText(color_ ? color_->name(QColor::HexRgb).mid(1).toUpper() : mixedWords());
+    hex_->setText(color_ ? color_->name(QColor::HexRgb).mid(1).toUpper() : words(Inspector::mixedText));
     hex_->setCursorPosition(0);
     alpha_->setText(color_ ? QString("%1 %").arg(qRound(color_->alphaF() * 100)) : QString());
 }
@@ -451,15 +443,15 @@ void ColorField::finishAlpha()
 
 void ColorField::openDialog()
 {
-    const std::optional<QColor> before = color_;
     QPointer<ColorField> self(this);
-    QColorDialog dialog(before.value_or(QColor(Qt::black)), window());
+    QColorDialog dialog(color_.value_or(QColor(Qt::black)), window());
     dialog.setOptions(QColorDialog::DontUseNativeDialog | QColorDialog::ShowAlphaChannel);
     dialog.setWindowTitle(accessibleName());
     connect(&dialog, &QColorDialog::currentColorChanged, this, [this](const QColor& color) { steps_.chosen(color); });
+    steps_.opened();
     const bool isKept = dialog.exec() == QDialog::Accepted;
     if (!self) return;
-    if (!isKept && before && color_ != before) steps_.chosen(*before);
+    if (!isKept) steps_.cancelled();
     steps_.closed();
 }
 
@@ -504,7 +496,7 @@ void ColorField::paintEvent(QPaintEvent* event)
     painter.drawRoundedRect(rect, 3, 3);
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(theme().hairlineStrong, 1));
-    painter.drawRoundedRect(rect.adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+    painter.drawRoundedRect(QRectF(rect).adjusted(0.5, 0.5, -0.5, -0.5), 2.5, 2.5);
 }
 
 void ColorField::mousePressEvent(QMouseEvent* event)
@@ -518,310 +510,6 @@ void ColorField::resizeEvent(QResizeEvent*)
     const int right = diamondRect().isNull() ? padding : diamondCell();
     alpha_->setGeometry(width() - right - alphaWidth, 0, alphaWidth, fieldHeight);
     hex_->setGeometry(letterColumn() + 4, 0, std::max(0, width() - right - alphaWidth - letterColumn() - 4), fieldHeight);
-}
-
-SwitchButton::SwitchButton(const QString& name, QWidget* parent) : QAbstractButton(parent)
-{
-    setCheckable(true);
-    setFixedSize(sizeHint());
-    setFocusPolicy(Qt::TabFocus);
-    setAccessibleName(name);
-}
-
-void SwitchButton::paintEvent(QPaintEvent*)
-{
-    const Theme& t = theme();
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(isEnabled() ? 1 : 0.5);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(isChecked() ? (underMouse() ? t.accentHover : t.accent) : t.controlBorder);
-    painter.drawRoundedRect(rect(), 8, 8);
-    painter.setBrush(Qt::white);
-    painter.drawEllipse(QRectF(isChecked() ? 12 : 2, 2, 12, 12));
-    if (!hasFocus()) return;
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(t.focusRing, 1.5));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7.25, 7.25);
-}
-
-Segments::Segments(const QString& name, std::vector<Choice> choices, QWidget* parent)
-    : QWidget(parent), choices_(std::move(choices))
-{
-    setFixedHeight(FieldBox::fieldHeight);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setFocusPolicy(Qt::TabFocus);
-    setAccessibleName(name);
-}
-
-void Segments::showChosen(std::optional<std::size_t> index)
-{
-    if (index_ == index) return;
-    index_ = index;
-    setAccessibleDescription(index ? choices_[*index].words : mixedWords());
-    update();
-}
-
-/// Smaller where the words would touch.
-TextStyle Segments::wordStyle() const
-{
-    const QFontMetricsF metrics(textFont(TextStyle::body));
-    double sum = 4;
-    for (const Choice& choice : choices_) sum += metrics.horizontalAdvance(choice.words) + 8;
-    return sum > width() ? TextStyle::caption : TextStyle::body;
-}
-
-QRectF Segments::segmentRect(std::size_t index) const
-{
-    // Each is as wide as its words ask for, and what is left is shared evenly.
-    const QFontMetricsF metrics(textFont(wordStyle()));
-    std::vector<double> widths;
-    double sum = 0;
-    for (const Choice& choice : choices_) {
-        widths.push_back(choice.icon.isEmpty() ? metrics.horizontalAdvance(choice.words) : 16);
-        sum += widths.back();
-    }
-    const double extra = (width() - 4 - sum) / static_cast<double>(choices_.size());
-    double left = 2;
-    for (std::size_t i = 0; i < index; ++i) left += widths[i] + extra;
-    return {left, 2, widths[index] + extra, height() - 4.0};
-}
-
-std::size_t Segments::indexAt(QPoint position) const
-{
-    for (std::size_t i = 0; i + 1 < choices_.size(); ++i)
-        if (position.x() < segmentRect(i).right()) return i;
-    return choices_.size() - 1;
-}
-
-bool Segments::event(QEvent* event)
-{
-    if (event->type() == QEvent::ToolTip) {
-        auto* help = static_cast<QHelpEvent*>(event);
-        QToolTip::showText(help->globalPos(), choices_[indexAt(help->pos())].words, this);
-        return true;
-    }
-    return QWidget::event(event);
-}
-
-void Segments::paintEvent(QPaintEvent*)
-{
-    const Theme& t = theme();
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(t.field);
-    painter.drawRoundedRect(rect(), 4, 4);
-    painter.setFont(textFont(wordStyle()));
-    for (std::size_t i = 0; i < choices_.size(); ++i) {
-        const QRectF segment = segmentRect(i);
-        const bool isChosen = index_ == i;
-        if (isChosen) {
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(t.pressed);
-            painter.drawRoundedRect(segment, 3, 3);
-        }
-        const QColor ink = isChosen ? t.text : t.textSecondary;
-        painter.setPen(ink);
-        if (choices_[i].icon.isEmpty())
-            painter.drawText(segment, Qt::AlignCenter, choices_[i].words);
-        else
-            painter.drawPixmap(segment.center() - QPointF(8, 8), iconPixmap(choices_[i].icon, 16, ink, devicePixelRatioF()));
-    }
-    if (!hasFocus()) return;
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(t.focusRing, 1.5));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
-}
-
-void Segments::mousePressEvent(QMouseEvent* event)
-{
-    if (event->button() == Qt::LeftButton && chosen) chosen(indexAt(event->pos()));
-}
-
-void Segments::keyPressEvent(QKeyEvent* event)
-{
-    const int way = event->key() == Qt::Key_Right ? 1 : event->key() == Qt::Key_Left ? -1 : 0;
-    if (way == 0 || !chosen) return QWidget::keyPressEvent(event);
-    const int last = static_cast<int>(choices_.size()) - 1;
-    chosen(static_cast<std::size_t>(std::clamp(static_cast<int>(index_.value_or(0)) + way, 0, last)));
-}
-
-void Segments::focusInEvent(QFocusEvent*)
-{
-    update();
-}
-
-void Segments::focusOutEvent(QFocusEvent*)
-{
-    update();
-}
-
-MenuField::MenuField(const QString& name, HasDiamond hasDiamond, QWidget* parent) : FieldBox(name, hasDiamond, parent)
-{
-    setFocusPolicy(Qt::TabFocus);
-}
-
-void MenuField::showWords(const QString& words)
-{
-    if (words == words_) return;
-    words_ = words;
-    setAccessibleDescription(words);
-    update();
-}
-
-void MenuField::paintEvent(QPaintEvent* event)
-{
-    FieldBox::paintEvent(event);
-    QPainter painter(this);
-    painter.setFont(textFont(TextStyle::body));
-    painter.setPen(theme().text);
-    const int right = diamondRect().isNull() ? 0 : diamondCell();
-    const QRect words = rect().adjusted(padding, 0, -right - 20, 0);
-    painter.drawText(words, Qt::AlignLeft | Qt::AlignVCenter,
-                     painter.fontMetrics().elidedText(words_, Qt::ElideRight, words.width()));
-    painter.drawPixmap(width() - right - 18, 6, iconPixmap("chevron-down", 12, theme().textSecondary, devicePixelRatioF()));
-    if (!hasFocus()) return;
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(theme().focusRing, 1.5));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
-}
-
-void MenuField::mousePressEvent(QMouseEvent* event)
-{
-    if (diamondRect().contains(event->pos())) return FieldBox::mousePressEvent(event);
-    if (event->button() == Qt::LeftButton) open();
-}
-
-void MenuField::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Down || event->key() == Qt::Key_Space) return open();
-    FieldBox::keyPressEvent(event);
-}
-
-void MenuField::focusInEvent(QFocusEvent*)
-{
-    update();
-}
-
-void MenuField::focusOutEvent(QFocusEvent*)
-{
-    update();
-}
-
-DiamondButton::DiamondButton(const QString& name, QWidget* parent) : QAbstractButton(parent)
-{
-    setFixedSize(16, FieldBox::fieldHeight);
-    setFocusPolicy(Qt::TabFocus);
-    setAccessibleName(name);
-}
-
-void DiamondButton::showDiamond(Inspector::Diamond diamond, const QString& help)
-{
-    if (toolTip() != help) setToolTip(help);
-    if (std::exchange(diamond_, diamond) != diamond) update();
-}
-
-void DiamondButton::paintEvent(QPaintEvent*)
-{
-    QPainter painter(this);
-    paintFieldDiamond(painter, QRectF(rect()).center(), diamond_);
-    if (!hasFocus()) return;
-    painter.setPen(QPen(theme().focusRing, 1.5));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 4, 4);
-}
-
-namespace {
-
-constexpr int easingCards = 4, easingGap = 6, easingHeight = 56;
-
-} // namespace
-
-EasingPicker::EasingPicker(QWidget* parent) : QWidget(parent)
-{
-    setFixedHeight(easingHeight);
-    setFocusPolicy(Qt::TabFocus);
-    setAccessibleName("Easing");
-}
-
-void EasingPicker::showChosen(std::optional<EasingPreset> preset)
-{
-    if (std::exchange(preset_, preset) == preset) return;
-    setAccessibleDescription(preset ? QString::fromUtf8(label(*preset).data()) : QString());
-    update();
-}
-
-QRectF EasingPicker::cardRect(int index) const
-{
-    const double wide = (width() - easingGap * (easingCards - 1)) / static_cast<double>(easingCards);
-    return {index * (wide + easingGap), 0, wide, height() - 0.0};
-}
-
-void EasingPicker::paintEvent(QPaintEvent*)
-{
-    const Theme& t = theme();
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setFont(textFont(TextStyle::tick));
-    for (int i = 0; i < easingCards; ++i) {
-        const EasingPreset preset = static_cast<EasingPreset>(i);
-        const bool isChosen = preset_ == preset;
-        const QRectF card = cardRect(i).adjusted(0.75, 0.75, -0.75, -0.75);
-        painter.setPen(isChosen ? QPen(hasFocus() ? t.focusRing : t.accent, 1.5) : QPen(Qt::NoPen));
-        painter.setBrush(isChosen ? t.accentSoft : t.field);
-        painter.drawRoundedRect(card, 6, 6);
-        const QColor ink = isChosen ? t.accentText : t.icon;
-        const Easing easing = easingOf(preset);
-        const QRectF room(card.center().x() - 12, 8, 24, 20);
-        QPolygonF curve;
-        for (int step = 0; step <= 24; ++step) {
-            const double at = step / 24.0;
-            curve.append({room.left() + at * room.width(), room.bottom() - easing.apply(at) * room.height()});
-        }
-        painter.setPen(QPen(ink, 1.5));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawPolyline(curve);
-        painter.setPen(isChosen ? t.text : t.textSecondary);
-        painter.drawText(QRectF(card.left(), 34, card.width(), 18), Qt::AlignCenter, QString::fromUtf8(label(preset).data()));
-    }
-    if (!hasFocus() || preset_) return;
-    painter.setPen(QPen(t.focusRing, 1.5));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 6, 6);
-}
-
-void EasingPicker::mousePressEvent(QMouseEvent* event)
-{
-    for (int i = 0; i < easingCards; ++i)
-        if (event->button() == Qt::LeftButton && chosen && cardRect(i).contains(event->pos()))
-            return chosen(static_cast<EasingPreset>(i));
-}
-
-void EasingPicker::keyPressEvent(QKeyEvent* event)
-{
-    const int way = event->key() == Qt::Key_Right ? 1 : event->key() == Qt::Key_Left ? -1 : 0;
-    if (way == 0 || !chosen) return QWidget::keyPressEvent(event);
-    const int now = preset_ && *preset_ != EasingPreset::mixed ? static_cast<int>(*preset_) : 0;
-    chosen(static_cast<EasingPreset>(std::clamp(now + way, 0, easingCards - 1)));
-}
-
-void EasingPicker::focusInEvent(QFocusEvent*)
-{
-    update();
-}
-
-void EasingPicker::focusOutEvent(QFocusEvent*)
-{
-    update();
-}
-
-void MenuField::open()
-{
-    if (!fill) return;
-    auto* menu = new QMenu(window());
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setMinimumWidth(width());
-    fill(*menu);
-    menu->popup(mapToGlobal(QPoint(0, fieldHeight + 2)));
 }
 
 } // namespace larkspool

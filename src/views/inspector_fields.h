@@ -2,9 +2,7 @@
 
 #include "editing/numeric_field_undo_gate.h"
 #include "shell/inspector.h"
-#include "shell/item_inspectors.h"
 
-#include <QAbstractButton>
 #include <QColor>
 #include <QTimer>
 #include <QWidget>
@@ -13,13 +11,10 @@
 #include <optional>
 
 class QLineEdit;
-class QMenu;
 
 namespace larkspool {
 
-enum class TextStyle;
-
-/// The fields of the inspector. Each shows a value that it is told, and tells what a person makes of it.
+/// The fields of the inspector that are typed into. Each shows a value that it is told, and tells what a person makes of it.
 
 /// A field's box: its fill, the ring of the focus, what was refused, and the diamond at its right.
 class FieldBox : public QWidget {
@@ -134,9 +129,11 @@ private:
 class ColorField final : public FieldBox {
 public:
     struct Steps {
-        std::function<void(const QColor&)> typed;   ///< One change of its own.
-        std::function<void(const QColor&)> chosen;  ///< One of a stream of changes.
-        std::function<void()> closed;               ///< The stream has ended.
+        std::function<void(const QColor&)> typed;  ///< One change of its own.
+        std::function<void()> opened;              ///< A stream of changes begins.
+        std::function<void(const QColor&)> chosen; ///< One of them.
+        std::function<void()> cancelled;           ///< All of them are to be taken back. `closed` follows.
+        std::function<void()> closed;              ///< The stream has ended.
     };
 
     ColorField(const QString& name, HasDiamond hasDiamond, Steps steps, QWidget* parent);
@@ -160,103 +157,6 @@ private:
     QLineEdit* hex_ = nullptr;
     QLineEdit* alpha_ = nullptr;
     std::optional<QColor> color_ = Qt::black;
-};
-
-/// A switch of two states.
-class SwitchButton final : public QAbstractButton {
-public:
-    SwitchButton(const QString& name, QWidget* parent);
-    QSize sizeHint() const override { return {26, 16}; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-};
-
-/// A few choices side by side, one of which is chosen.
-class Segments final : public QWidget {
-public:
-    struct Choice {
-        QString words;
-        QString icon{}; ///< Shown in place of the words, which become its help.
-    };
-
-    Segments(const QString& name, std::vector<Choice> choices, QWidget* parent);
-
-    void showChosen(std::optional<std::size_t> index);
-    std::function<void(std::size_t)> chosen{};
-
-protected:
-    bool event(QEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-
-private:
-    TextStyle wordStyle() const;
-    QRectF segmentRect(std::size_t index) const;
-    std::size_t indexAt(QPoint position) const;
-
-    std::vector<Choice> choices_;
-    std::optional<std::size_t> index_;
-};
-
-/// A choice of many, from a menu.
-class MenuField final : public FieldBox {
-public:
-    MenuField(const QString& name, HasDiamond hasDiamond, QWidget* parent);
-
-    void showWords(const QString& words);
-    /// Fills the menu each time that it opens.
-    std::function<void(QMenu&)> fill{};
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-
-private:
-    void open();
-
-    QString words_;
-};
-
-/// A diamond on its own, beside what is no field.
-class DiamondButton final : public QAbstractButton {
-public:
-    DiamondButton(const QString& name, QWidget* parent);
-
-    void showDiamond(Inspector::Diamond diamond, const QString& help);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    Inspector::Diamond diamond_ = Inspector::Diamond::none;
-};
-
-/// The easings that have a name, as cards with their curves.
-class EasingPicker final : public QWidget {
-public:
-    explicit EasingPicker(QWidget* parent);
-
-    void showChosen(std::optional<EasingPreset> preset);
-    std::function<void(EasingPreset)> chosen{};
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-
-private:
-    QRectF cardRect(int index) const;
-
-    std::optional<EasingPreset> preset_;
 };
 
 /// Draws a diamond of the inspector around a point.

@@ -1,6 +1,7 @@
 #include "editing/scene_lookup.h"
 #include "evaluation/interpolation.h"
 #include "shell/item_inspectors.h"
+#include "timeline/ripple_settings.h"
 #include "views/inspector_view.h"
 #include "views/inspector_words.h"
 #include "views/theme.h"
@@ -9,6 +10,7 @@
 #include <QMenu>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace larkspool {
@@ -36,25 +38,35 @@ NumberField* InspectorView::itemField(const QString& name, const char* action, N
 
 void InspectorView::buildKeyframes()
 {
-    const auto keyframe = [this] {
-        const TimelineItemRef& ref = shown_.subject.items.front();
-        return findKeyframe(shown_.scene, ref.layerID, ref.itemID);
-    };
-    const std::size_t count = shown_.subject.items.size();
-    const Keyframe* first = keyframe();
+    const TimelineItemRef& ref = shown_.subject.items.front();
+    const Keyframe* first = findKeyframe(shown_.scene, ref.layerID, ref.itemID);
     if (!first) return;
-    const Property property = first->property;
+    const std::size_t count = shown_.subject.items.size();
     buildHead("keyframe-filled", theme().keyframe, count == 1 ? QString("Keyframe") : QString("%1 Keyframes").arg(count));
-
-    QVBoxLayout* rows = addSection(count == 1 ? words(displayName(property)) : QString("Keyframes"));
+    QVBoxLayout* rows = addSection(count == 1 ? words(displayName(first->property)) : QString("Keyframes"));
     if (count == 1) {
-        NumberField* time = itemField(
-            "Keyframe Time", "Edit Keyframe Time", timeLook,
-            [keyframe] { return keyframe() ? std::optional(keyframe()->time) : std::nullopt; },
-            [this](double typed) { return KeyframeInspector::setTime(shown_.scene, shown_.subject.items.front(), typed); });
-        addHalfRow(rows, "Time", time);
-        buildKeyframeValue(rows, property);
+        buildKeyframeTime(rows);
+        buildKeyframeValue(rows, first->property);
     }
+    buildWait(rows);
+    buildEasing();
+}
+
+void InspectorView::buildKeyframeTime(QBoxLayout* rows)
+{
+    NumberField* time = itemField(
+        "Keyframe Time", "Edit Keyframe Time", timeLook,
+        [this]() -> std::optional<double> {
+            const TimelineItemRef& ref = shown_.subject.items.front();
+            const Keyframe* keyframe = findKeyframe(shown_.scene, ref.layerID, ref.itemID);
+            return keyframe ? std::optional(keyframe->time) : std::nullopt;
+        },
+        [this](double typed) { return KeyframeInspector::setTime(shown_.scene, shown_.subject.items.front(), typed); });
+    addHalfRow(rows, "Time", time);
+}
+
+void InspectorView::buildWait(QBoxLayout* rows)
+{
     NumberField* wait = itemField(
         "Keyframe Wait", "Edit Keyframe Wait", timeLook,
         [this]() -> std::optional<double> {
@@ -67,10 +79,25 @@ void InspectorView::buildKeyframes()
             }
             return shared;
         },
-        [this](double typed) { return KeyframeInspector::setWait(shown_.scene, shown_.subject.items, typed); });
+        [this](double typed) {
+            std::optional<Edit> edit = KeyframeInspector::setWait(shown_.scene, shown_.subject.items, typed);
+            if (edit) suppressRippleHandles();
+            return edit;
+        });
     addHalfRow(rows, "Wait", wait);
+}
 
-    QVBoxLayout* easing = addSection("Easing");
+/// The tail that grows beside them is not to be covered by the pills.
+void InspectorView::suppressRippleHandles()
+{
+    context_.editor.suppressRippleHandles();
+    constexpr auto quiet = std::chrono::milliseconds(static_cast<int>(RippleHandleSuppressor::quietSeconds * 1000) + 1);
+    rippleHandlesReturn_.start(quiet);
+}
+
+void InspectorView::buildEasing()
+{
+    QVBoxLayout* rows = addSection("Easing");
     auto* picker = new EasingPicker(body_);
     picker->chosen = [this](EasingPreset preset) {
         perform(KeyframeInspector::setEasing(shown_.scene, shown_.subject.items, easingOf(preset)));
@@ -89,58 +116,72 @@ void InspectorView::buildKeyframes()
                                                      : QString("Custom curve"));
         other->setVisible(!other->text().isEmpty());
     });
-    easing->addWidget(picker);
-    easing->addWidget(other);
+    rows->addWidget(picker);
+    rows->addWidget(other);
+}
+
+KeyValue InspectorView::keyframeValue(Property property) const
+{
+    const TimelineItemRef& ref = shown_.subject.items.front();
+    const Keyframe* keyframe = findKeyframe(shown_.scene, ref.layerID, ref.itemID);
+    const KeyValue usual = Interpolation::fieldValue(Layer{}, property);
+    return keyframe && keyframe->value.index() == usual.index() ? keyframe->value : usual;
+}
+
+void InspectorView::writeKeyframeValue(const KeyValue& value)
+{
+    perform(KeyframeInspector::setValue(shown_.scene, shown_.subject.items.front(), value));
 }
 
 void InspectorView::buildKeyframeValue(QBoxLayout* rows, Property property)
 {
-    const auto ref = [this] { return shown_.subject.items.front(); };
-    const auto value = [this, ref, property]() -> KeyValue {
-        const Keyframe* keyframe = findKeyframe(shown_.scene, ref().layerID, ref().itemID);
-        const KeyValue usual = Interpolation::fieldValue(Layer{}, property);
-        return keyframe && keyframe->value.index() == usual.index() ? keyframe->value : usual;
-    };
-    const auto write = [this, ref](const KeyValue& typed) { perform(KeyframeInspector::setValue(shown_.scene, ref(), typed)); };
-    const auto menu = [this, rows, value, write]<typename E>(E) {
-        addRow(rows, "Value",
-               {menuField(
-                   "Value", [value] { return words(larkspool::label(std::get<E>(value()))); },
-                   [this, write](QMenu& choices) {
-                       for (const EnumCase<E>& one : EnumTable<E>::cases)
-                           choices.addAction(words(one.label), this, [write, chosen = one.value] { write(chosen); });
-                   })});
-    };
-    const std::string action = Inspector::actionName(displayName(property));
     const KeyValue usual = Interpolation::fieldValue(Layer{}, property);
     if (std::holds_alternative<double>(usual)) {
         NumberField* number = itemField(
-            words(displayName(property)), action.c_str(), {}, [value] { return std::optional(std::get<double>(value())); },
-            [this, ref](double typed) { return KeyframeInspector::setValue(shown_.scene, ref(), typed); });
-        addHalfRow(rows, "Value", number);
-    } else if (std::holds_alternative<ColorRGBA>(usual)) {
-        const auto stream = [this, ref, action](const QColor& color) {
-            context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) {
-                if (auto edit = KeyframeInspector::setValue(scene, ref(), asColor(color))) scene = std::move(edit->scene);
-            });
-            context_.changed();
-        };
-        auto* field = new ColorField("Value", FieldBox::HasDiamond::no,
-                                     {.typed = [write](const QColor& color) { write(asColor(color)); },
-                                      .chosen = stream,
-                                      .closed =
-                                          [this] {
-                                              context_.editor.colorBatch().commitColorBatch();
-                                              context_.changed();
-                                          }},
-                                     body_);
-        refreshers_.push_back([field, value] { field->showColor(asQColor(std::get<ColorRGBA>(value()))); });
-        addRow(rows, "Value", {field});
-    } else if (std::holds_alternative<ShadowPreset>(usual)) {
-        menu(ShadowPreset{});
-    } else if (std::holds_alternative<CursorVariant>(usual)) {
-        menu(CursorVariant{});
+            words(displayName(property)), Inspector::actionName(displayName(property)).c_str(), {},
+            [this, property] { return std::optional(std::get<double>(keyframeValue(property))); },
+            [this](double typed) { return KeyframeInspector::setValue(shown_.scene, shown_.subject.items.front(), typed); });
+        return addHalfRow(rows, "Value", number);
     }
+    if (std::holds_alternative<ColorRGBA>(usual)) return addRow(rows, "Value", {keyframeColor(property)});
+    if (std::holds_alternative<ShadowPreset>(usual)) return addRow(rows, "Value", {keyframeMenu<ShadowPreset>(property)});
+    if (std::holds_alternative<CursorVariant>(usual)) return addRow(rows, "Value", {keyframeMenu<CursorVariant>(property)});
+    if (std::holds_alternative<SharedString>(usual)) addRow(rows, "Value", {keyframeFont()});
+}
+
+template <typename E>
+MenuField* InspectorView::keyframeMenu(Property property)
+{
+    return menuField(
+        "Value", [this, property] { return words(larkspool::label(std::get<E>(keyframeValue(property)))); },
+        [this](QMenu& choices) {
+            for (const EnumCase<E>& one : EnumTable<E>::cases)
+                choices.addAction(words(one.label), this, [this, chosen = one.value] { writeKeyframeValue(chosen); });
+        });
+}
+
+MenuField* InspectorView::keyframeFont()
+{
+    return menuField(
+        "Value", [this] { return fontWords(std::get<SharedString>(keyframeValue(Property::fontName))); },
+        [this](QMenu& menu) {
+            fillFontMenu(menu, [this](const QString& family) { writeKeyframeValue(SharedString(family.toStdString())); });
+        });
+}
+
+ColorField* InspectorView::keyframeColor(Property property)
+{
+    const auto write = [this](TweenScene& scene, const QColor& color) {
+        if (auto edit = KeyframeInspector::setValue(scene, shown_.subject.items.front(), asColor(color)))
+            scene = std::move(edit->scene);
+    };
+    ColorField::Steps steps =
+        colorSteps(Inspector::actionName(displayName(property)), write, [this](TweenScene& scene, const TweenScene& before) {
+            Inspector::takeBack(scene, before, {shown_.subject.items.front().layerID});
+        });
+    auto* field = new ColorField("Value", FieldBox::HasDiamond::no, std::move(steps), body_);
+    refreshers_.push_back([this, field, property] { field->showColor(asQColor(std::get<ColorRGBA>(keyframeValue(property)))); });
+    return field;
 }
 
 void InspectorView::showEffectMenu(const TimelineItemRef& span, QWidget* under)
@@ -170,74 +211,130 @@ void InspectorView::showEffectMenu(const TimelineItemRef& span, QWidget* under)
 
 void InspectorView::buildSpan()
 {
-    const auto ref = [this] { return shown_.subject.items.front(); };
-    const auto span = [this, ref] { return findSpan(shown_.scene, ref().layerID, ref().itemID); };
-    const TimeSpan* first = span();
-    const Layer* layer = findLayer(shown_.scene, ref().layerID);
+    const TimelineItemRef& ref = shown_.subject.items.front();
+    const TimeSpan* first = shownSpan();
+    const Layer* layer = findLayer(shown_.scene, ref.layerID);
     if (!first || !layer) return;
     buildHead("span", theme().span, "Span");
+    buildSpanTimes();
+    if (layer->kind == Layer::Kind::zoom) buildZoomTransitions();
+    buildEffects(*first, layer->kind);
+    if (SpanInspector::hasBlinkRanges(layer->kind)) buildBlinkRanges(first->cursorBlinkRanges.size());
+}
 
-    QVBoxLayout* timing = addSection("Timing");
-    addHalfRow(timing, "Start",
-               itemField(
-                   "Span Start", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->start) : std::nullopt; },
-                   [this, ref](double typed) { return SpanInspector::setStart(shown_.scene, ref(), typed); }));
-    addHalfRow(timing, "End",
-               itemField(
-                   "Span End", "Resize Span", timeLook, [span] { return span() ? std::optional(span()->end) : std::nullopt; },
-                   [this, ref](double typed) { return SpanInspector::setEnd(shown_.scene, ref(), typed); }));
+const TimeSpan* InspectorView::shownSpan() const
+{
+    const TimelineItemRef& ref = shown_.subject.items.front();
+    return findSpan(shown_.scene, ref.layerID, ref.itemID);
+}
 
-    if (layer->kind == Layer::Kind::zoom) {
-        QVBoxLayout* zoom = addSection("Zoom");
-        const auto transition = [this, span, ref](const QString& name, SpanInspector::ZoomEnd end,
-                                                  ZoomTransition TimeSpan::* field) {
-            std::vector<Segments::Choice> choices;
-            for (const EnumCase<ZoomTransition>& one : EnumTable<ZoomTransition>::cases) choices.push_back({words(one.label)});
-            return segments(
-                name, std::move(choices),
-                [span, field] { return span() ? std::optional(static_cast<std::size_t>(span()->*field)) : std::nullopt; },
-                [this, ref, end](std::size_t index) {
-                    perform(SpanInspector::setZoomTransition(shown_.scene, ref(), end, static_cast<ZoomTransition>(index)));
-                });
-        };
-        addRow(zoom, "Comes by", {transition("Comes by", SpanInspector::ZoomEnd::start, &TimeSpan::zoomStart)});
-        addRow(zoom, "Goes by", {transition("Goes by", SpanInspector::ZoomEnd::end, &TimeSpan::zoomEnd)});
-    }
+void InspectorView::buildSpanTimes()
+{
+    QVBoxLayout* rows = addSection("Timing");
+    const auto field = [this](const char* name, double TimeSpan::* end,
+                              std::optional<Edit> (*edit)(const TweenScene&, const TimelineItemRef&, double)) {
+        return itemField(
+            name, "Resize Span", timeLook, [this, end] { return shownSpan() ? std::optional(shownSpan()->*end) : std::nullopt; },
+            [this, edit](double typed) { return edit(shown_.scene, shown_.subject.items.front(), typed); });
+    };
+    addHalfRow(rows, "Start", field("Span Start", &TimeSpan::start, SpanInspector::setStart));
+    addHalfRow(rows, "End", field("Span End", &TimeSpan::end, SpanInspector::setEnd));
+}
 
-    const SpanInspector::EffectMenu offered = SpanInspector::effectMenu(layer->kind);
-    if (offered == SpanInspector::EffectMenu{} && first->effects.empty()) return;
-    QVBoxLayout* effects = addSection("Effects");
-    for (std::size_t i = 0; i < first->effects.size(); ++i) {
-        const auto effect = [span, i]() -> const SpanEffect* {
-            const TimeSpan* now = span();
-            return now && i < now->effects.size() ? &now->effects[i] : nullptr;
-        };
-        const QString name = words(larkspool::label(first->effects[i].kind));
-        NumberField* duration = itemField(
-            name + " Duration", "Edit Effect Duration", timeLook,
-            [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
-            [this, ref, effect](double typed) -> std::optional<Edit> {
-                if (!effect()) return std::nullopt;
-                return SpanInspector::setEffectDuration(shown_.scene, ref(), effect()->id, typed);
+void InspectorView::buildZoomTransitions()
+{
+    QVBoxLayout* rows = addSection("Zoom");
+    const auto transition = [this](const QString& name, SpanInspector::ZoomEnd end, ZoomTransition TimeSpan::* field) {
+        return segments(
+            name, choicesOf<ZoomTransition>(),
+            [this, field] { return shownSpan() ? std::optional(static_cast<std::size_t>(shownSpan()->*field)) : std::nullopt; },
+            [this, end](std::size_t index) {
+                perform(SpanInspector::setZoomTransition(shown_.scene, shown_.subject.items.front(), end,
+                                                         static_cast<ZoomTransition>(index)));
             });
-        QToolButton* remove = iconButton("trash", "Remove " + name, body_, 24);
-        connect(remove, &QToolButton::clicked, this, [this, ref, effect] {
-            if (effect()) perform(SpanInspector::removeEffect(shown_.scene, ref(), effect()->id));
-        });
-        std::vector<QWidget*> fields = {duration};
-        if (SpanInspector::hasDirection(first->effects[i].kind))
-            fields.push_back(switchButton(
-                name + " Reversed", [effect] { return effect() && effect()->reversed; },
-                [this, ref, effect](bool isOn) {
-                    if (effect()) perform(SpanInspector::setEffectReversed(shown_.scene, ref(), effect()->id, isOn));
-                }));
-        fields.push_back(remove);
-        addRow(effects, name, fields, duration);
-    }
-    if (offered == SpanInspector::EffectMenu{}) return;
+    };
+    addRow(rows, "Comes by", {transition("Comes by", SpanInspector::ZoomEnd::start, &TimeSpan::zoomStart)});
+    addRow(rows, "Goes by", {transition("Goes by", SpanInspector::ZoomEnd::end, &TimeSpan::zoomEnd)});
+}
+
+void InspectorView::buildEffects(const TimeSpan& span, Layer::Kind kind)
+{
+    const bool offersMore = SpanInspector::effectMenu(kind) != SpanInspector::EffectMenu{};
+    if (!offersMore && span.effects.empty()) return;
+    QVBoxLayout* rows = addSection("Effects");
+    for (std::size_t i = 0; i < span.effects.size(); ++i) buildEffect(rows, i, span.effects[i].kind);
+    if (!offersMore) return;
     QPushButton* more = wordButton(words(SpanInspector::addEffectLabel), ButtonRole::plain, body_, FieldBox::fieldHeight);
-    connect(more, &QPushButton::clicked, this, [this, ref, more] { showEffectMenu(ref(), more); });
-    effects->addWidget(more);
+    connect(more, &QPushButton::clicked, this, [this, more] { showEffectMenu(shown_.subject.items.front(), more); });
+    rows->addWidget(more);
+}
+
+void InspectorView::buildEffect(QBoxLayout* rows, std::size_t index, SpanEffect::Kind kind)
+{
+    const auto effect = [this, index]() -> const SpanEffect* {
+        const TimeSpan* now = shownSpan();
+        return now && index < now->effects.size() ? &now->effects[index] : nullptr;
+    };
+    const QString name = words(larkspool::label(kind));
+    NumberField* duration = itemField(
+        name + " Duration", "Edit Effect Duration", timeLook,
+        [effect] { return effect() ? std::optional(effect()->duration) : std::nullopt; },
+        [this, effect](double typed) -> std::optional<Edit> {
+            if (!effect()) return std::nullopt;
+            return SpanInspector::setEffectDuration(shown_.scene, shown_.subject.items.front(), effect()->id, typed);
+        });
+    QToolButton* remove = iconButton("trash", "Remove " + name, body_, 24);
+    connect(remove, &QToolButton::clicked, this, [this, effect] {
+        if (effect()) perform(SpanInspector::removeEffect(shown_.scene, shown_.subject.items.front(), effect()->id));
+    });
+    std::vector<QWidget*> fields = {duration};
+    if (SpanInspector::hasDirection(kind)) {
+        SwitchButton* reversed = switchButton(
+            name + " Reversed", [effect] { return std::optional(effect() && effect()->reversed); },
+            [this, effect](bool isOn) {
+                if (!effect()) return;
+                perform(SpanInspector::setEffectReversed(shown_.scene, shown_.subject.items.front(), effect()->id, isOn));
+            });
+        reversed->setToolTip("Reversed");
+        fields.push_back(reversed);
+    }
+    fields.push_back(remove);
+    addRow(rows, name, fields, duration);
+}
+
+void InspectorView::buildBlinkRanges(std::size_t count)
+{
+    QVBoxLayout* rows = addSection("Blinking Caret");
+    const auto range = [this](std::size_t index) -> const BlinkRange* {
+        const TimeSpan* now = shownSpan();
+        return now && index < now->cursorBlinkRanges.size() ? &now->cursorBlinkRanges[index] : nullptr;
+    };
+    const auto field = [this, range](std::size_t index, const QString& name, double BlinkRange::* end, auto* edit) {
+        NumberField::Look look = timeLook;
+        look.suffix.clear(); // Two of them and a button stand in one row.
+        return itemField(
+            name, "Edit Cursor Blink Range", look,
+            [range, index, end] { return range(index) ? std::optional(range(index)->*end) : std::nullopt; },
+            [this, range, index, edit](double typed) -> std::optional<Edit> {
+                if (!range(index)) return std::nullopt;
+                return edit(shown_.scene, shown_.subject.items.front(), range(index)->id, typed);
+            });
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        const QString name = QString("Blink Range %1").arg(i + 1);
+        QToolButton* remove = iconButton("trash", "Remove " + name, body_, 24);
+        connect(remove, &QToolButton::clicked, this, [this, range, i] {
+            if (range(i)) perform(SpanInspector::removeBlinkRange(shown_.scene, shown_.subject.items.front(), range(i)->id));
+        });
+        addRow(rows, "Blinks",
+               {field(i, name + " Start", &BlinkRange::start, SpanInspector::setBlinkRangeStart),
+                field(i, name + " End", &BlinkRange::end, SpanInspector::setBlinkRangeEnd), remove});
+    }
+    QPushButton* add = wordButton(words(SpanInspector::addBlinkRangeLabel), ButtonRole::plain, body_, FieldBox::fieldHeight);
+    connect(add, &QPushButton::clicked, this, [this] {
+        perform(SpanInspector::addBlinkRange(shown_.scene, shown_.subject.items.front(), context_.editor.state().playhead));
+    });
+    rows->addWidget(add);
 }
 
 void InspectorView::buildClip()
@@ -283,7 +380,7 @@ void InspectorView::buildPulse()
     for (const EnumCase<PulseEffect>& one : EnumTable<PulseEffect>::cases)
         addRow(effects, words(one.label),
                {switchButton(
-                    words(one.label), [pulse, effect = one.value] { return pulse() && pulse()->plays(effect); },
+                    words(one.label), [pulse, effect = one.value] { return std::optional(pulse() && pulse()->plays(effect)); },
                     [this, ref, effect = one.value](bool) {
                         perform(PulseInspector::togglePulseEffect(shown_.scene, ref(), effect));
                     }),

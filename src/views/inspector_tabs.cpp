@@ -25,6 +25,7 @@ InspectorTabs::InspectorTabs(QWidget* properties, UserDefaults& defaults, QWidge
     auto* row = new QHBoxLayout(head_);
     row->setContentsMargins(padding, 0, padding, 0);
     choice_ = new SegmentedChoice("Inspector", {"Properties", "Assistant"}, head_, tabHeight);
+    choice_->showSign(1, "assistant");
     choice_->choose(0);
     choice_->onChoice = [this](int index) { pages_->setCurrentIndex(index); };
     row->addWidget(choice_);

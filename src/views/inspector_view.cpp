@@ -11,6 +11,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +22,8 @@ namespace larkspool {
 
 namespace {
 
-constexpr int padding = 12, labelColumn = 84, narrowLabelColumn = 80, columnGap = 8, rowGap = 6, sectionHead = 32, headHeight = 36;
+constexpr int padding = 12, labelColumn = 84, narrowLabelColumn = 80, columnGap = 8, rowGap = 6, sectionHead = 32,
+              headHeight = 36;
 constexpr int narrowBelow = 280; ///< Pixels of the inspector's width.
 
 /// The name of a row. Dragged, it changes the row's number.
@@ -58,19 +60,40 @@ private:
     int pressedAt_ = 0;
 };
 
+/// Scrolls beneath its scroll bar, so that the fields keep their places where the bar comes and goes.
+class ScrollBeneathBar final : public QScrollArea {
+public:
+    explicit ScrollBeneathBar(QWidget* parent) : QScrollArea(parent)
+    {
+        setFrameShape(QFrame::NoFrame);
+        setWidgetResizable(true);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setFocusPolicy(Qt::NoFocus);
+        verticalScrollBar()->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == verticalScrollBar() && (event->type() == QEvent::Show || event->type() == QEvent::Hide)) {
+            setViewportMargins(0, 0, event->type() == QEvent::Show ? -verticalScrollBar()->sizeHint().width() : 0, 0);
+            verticalScrollBar()->parentWidget()->raise();
+        }
+        return QScrollArea::eventFilter(watched, event);
+    }
+};
+
 } // namespace
 
 InspectorView::InspectorView(EditorContext context, QWidget* parent)
     : Surface(theme().panel, parent), context_(std::move(context))
 {
     setAccessibleName("Inspector");
+    rippleHandlesReturn_.setSingleShot(true);
+    rippleHandlesReturn_.callOnTimeout(this, [this] { context_.changed(); });
     auto* whole = new QVBoxLayout(this);
     whole->setContentsMargins(0, 0, 0, 0);
-    scroll_ = new QScrollArea(this);
-    scroll_->setFrameShape(QFrame::NoFrame);
-    scroll_->setWidgetResizable(true);
-    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    scroll_->setFocusPolicy(Qt::NoFocus);
+    scroll_ = new ScrollBeneathBar(this);
     whole->addWidget(scroll_);
 }
 
@@ -111,6 +134,7 @@ void InspectorView::refresh()
     if (isOther && body_ && focus && body_->isAncestorOf(focus)) focus->clearFocus();
 
     takeState();
+    if (scrubBaseline_ && (isOther || signature() != signature_)) endScrub(); // The number that is dragged goes.
     if (const QByteArray now = signature(); now != signature_ || !body_) {
         if (body_ && focus && focus->hasFocus() && body_->isAncestorOf(focus)) focus->clearFocus();
         signature_ = now;
@@ -144,7 +168,8 @@ QByteArray InspectorView::signature() const
     for (const Layer* layer : shown_.stored) {
         for (const int part :
              {static_cast<int>(layer->kind), static_cast<int>(layer->lineShape), static_cast<int>(layer->groupLayout),
-              static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey), static_cast<int>(layer->cropMode)})
+              static_cast<int>(layer->groupSizeMode), static_cast<int>(layer->perSideStroke), static_cast<int>(layer->blackKey),
+              static_cast<int>(layer->cropMode)})
             add(part);
         if (shown_.stored.size() > 1) continue;
         for (const TimeSpan& span : layer->spans) {
@@ -159,6 +184,7 @@ QByteArray InspectorView::signature() const
         if (const TimeSpan* span = layer ? findSpan(*layer, ref.itemID) : nullptr) {
             add(layer->kind);
             for (const SpanEffect& effect : span->effects) add(effect.kind);
+            add(span->cursorBlinkRanges.size());
         }
     }
     return result;
@@ -269,19 +295,32 @@ NumericFieldUndoGate InspectorView::undoGate()
                 }};
 }
 
+bool InspectorView::enterNumber(const Number& number, double typed)
+{
+    const SharedCommit::Work work = number.write(typed);
+    if (!work) return false;
+    const std::optional<double> current = number.read();
+    if (current && Inspector::isUnchanged(*current, number.kept ? number.kept(typed) : typed)) return true;
+    // Held within its limits, it may come to what there is.
+    const TweenScene before = context_.editor.scene();
+    TweenScene after = before;
+    work(after);
+    if (after != before) mutate(number.action, work);
+    return true;
+}
+
+void InspectorView::endScrub()
+{
+    scrubBaseline_.reset();
+    if (!context_.editor.scrub().isOpen()) return;
+    context_.editor.scrub().scrubEnd();
+    context_.changed();
+}
+
 NumberField* InspectorView::numberField(Number number)
 {
     auto read = number.read;
-    NumberSteps steps{.typed =
-                          [this, number](double typed) {
-                              const SharedCommit::Work work = number.write(typed);
-                              if (!work) return false;
-                              const std::optional<double> current = number.read();
-                              if (current && Inspector::isUnchanged(*current, number.kept ? number.kept(typed) : typed))
-                                  return true;
-                              mutate(number.action, work);
-                              return true;
-                          },
+    NumberSteps steps{.typed = [this, number](double typed) { return enterNumber(number, typed); },
                       .gate = undoGate(),
                       .scrubBegin =
                           [this, action = number.action] {
@@ -290,15 +329,11 @@ NumberField* InspectorView::numberField(Number number)
                           },
                       .scrub =
                           [this, number](double scrubbed) {
+                              if (!context_.editor.scrub().isOpen()) return;
                               if (const SharedCommit::Work work = number.write(scrubbed)) context_.editor.scrub().scrub(work);
                               context_.changed();
                           },
-                      .scrubEnd =
-                          [this] {
-                              context_.editor.scrub().scrubEnd();
-                              scrubBaseline_.reset();
-                              context_.changed();
-                          }};
+                      .scrubEnd = [this] { endScrub(); }};
     auto* field = new NumberField(std::move(number.look), std::move(steps), body_);
     refreshers_.push_back([field, read] { field->showValue(read()); });
     return field;
@@ -321,33 +356,32 @@ NumberField* InspectorView::propertyField(Property property, NumberField::Look l
     look.name = name;
     look.hasDiamond = FieldBox::HasDiamond::yes;
     // What is cropped away is no part of the place that a person sees.
-    const auto offset = [property](const Layer& layer) {
-        const CGPoint cropped = Inspector::croppedPositionOffset(layer);
-        return property == Property::x ? cropped.x : property == Property::y ? cropped.y : 0.0;
-    };
-    const auto valueOf = [property, offset](const Layer& layer) {
-        return std::get<double>(Interpolation::fieldValue(layer, property)) + offset(layer);
+    const auto valueOf = [property](const Layer& layer) {
+        return std::get<double>(Interpolation::fieldValue(layer, property)) + Inspector::croppedPositionOffset(layer, property);
     };
     const auto read = [this, valueOf]() -> std::optional<double> {
         if (Inspector::isMixedAcrossSelection(shown_.resolved, valueOf)) return std::nullopt;
         return valueOf(shown_.first());
     };
     const auto kept = [property, name](double typed) { return Inspector::clampForProperty(property, name.toStdString(), typed); };
-    const auto write = [this, property, kept, offset](double typed) -> SharedCommit::Work {
+    const auto write = [this, property, kept](double typed) -> SharedCommit::Work {
         const double value = kept(typed);
         const bool isSide = property == Property::width || property == Property::height;
         const bool isScale = property == Property::scaleX || property == Property::scaleY;
         const UserDefaults& defaults = context_.editor.defaults();
         const bool isLocked = (isSide && defaults.boolean(DefaultsKey::sizeAspectLocked)) ||
                               (isScale && defaults.boolean(DefaultsKey::scaleAspectLocked));
-        return [this, property, value, offset, isLocked](TweenScene& scene) {
+        return [this, property, value, isLocked](TweenScene& scene) {
             if (isLocked) {
                 const EditorState& state = context_.editor.state();
                 const TweenScene before = scrubBaseline_ ? *scrubBaseline_ : state.gatePreFocusScene.value_or(scene);
                 return Inspector::upsertInRatio(scene, before, shown_.layerIDs, property, value, shown_.how);
             }
-            for (const Layer& layer : shown_.resolved)
-                Inspector::upsertHelper(scene, {layer.id}, property, value - offset(layer), shown_.how);
+            const auto uncropped = [&](const Layer& layer) -> KeyValue {
+                if (layer.cropMode != CropMode::manual) return value;
+                return value - Inspector::croppedPositionOffset(Interpolation::resolve(layer, shown_.how.playhead), property);
+            };
+            Inspector::upsertEach(scene, shown_.layerIDs, property, uncropped, shown_.how);
         };
     };
     NumberField* field = numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write, kept});
@@ -372,6 +406,37 @@ NumberField* InspectorView::plainField(const QString& name, NumberField::Look lo
     return numberField({std::move(look), Inspector::actionName(name.toStdString()), read, write, kept});
 }
 
+ColorField::Steps InspectorView::colorSteps(const std::string& action, std::function<void(TweenScene&, const QColor&)> write,
+                                            std::function<void(TweenScene&, const TweenScene&)> takeBack)
+{
+    ColorEditBatch& batch = context_.editor.colorBatch();
+    const auto stream = [this, &batch, action](const SharedCommit::Work& work) {
+        batch.colorEditBatch(action, work);
+        context_.changed();
+    };
+    return {
+        .typed = [this, action, write](const QColor& color) { mutate(action, [&](TweenScene& scene) { write(scene, color); }); },
+        .opened =
+            [this, &batch] {
+                batch.commitColorBatch();
+                wellBaseline_ = context_.editor.scene();
+            },
+        .chosen = [stream, write](const QColor& color) { stream([&](TweenScene& scene) { write(scene, color); }); },
+        .cancelled =
+            [this, &batch, stream, takeBack] {
+                batch.cancelColorBatch();
+                    // What was chosen at leisure has become steps by now.
+                if (context_.editor.scene() != *wellBaseline_)
+                    stream([&](TweenScene& scene) { takeBack(scene, *wellBaseline_); });
+            },
+        .closed =
+            [this, &batch] {
+                batch.commitColorBatch();
+                wellBaseline_.reset();
+                context_.changed();
+            }};
+}
+
 ColorField* InspectorView::colorField(Property property)
 {
     const QString name = words(displayName(property));
@@ -380,18 +445,9 @@ ColorField* InspectorView::colorField(Property property)
         Inspector::upsertHelper(scene, shown_.layerIDs, property, asColor(color), shown_.how);
         if (property == Property::fill) Inspector::autoRenameShapeLayersOnFillEdit(scene, shown_.layerIDs);
     };
-    ColorField::Steps steps{
-        .typed = [this, action, write](const QColor& color) { mutate(action, [&](TweenScene& scene) { write(scene, color); }); },
-        .chosen =
-            [this, action, write](const QColor& color) {
-                context_.editor.colorBatch().colorEditBatch(action, [&](TweenScene& scene) { write(scene, color); });
-                context_.changed();
-            },
-        .closed =
-            [this] {
-                context_.editor.colorBatch().commitColorBatch();
-                context_.changed();
-            }};
+    ColorField::Steps steps = colorSteps(action, write, [this](TweenScene& scene, const TweenScene& before) {
+        Inspector::takeBack(scene, before, shown_.layerIDs);
+    });
     auto* field = new ColorField(name, FieldBox::HasDiamond::yes, std::move(steps), body_);
     refreshers_.push_back([this, field, property] {
         const auto valueOf = [property](const Layer& layer) {
@@ -404,11 +460,12 @@ ColorField* InspectorView::colorField(Property property)
     return field;
 }
 
-SwitchButton* InspectorView::switchButton(const QString& name, std::function<bool()> read, std::function<void(bool)> write)
+SwitchButton* InspectorView::switchButton(const QString& name, std::function<std::optional<bool>()> read,
+                                          std::function<void(bool)> write)
 {
     auto* button = new SwitchButton(name, body_);
     connect(button, &QAbstractButton::clicked, this, [write = std::move(write)](bool isOn) { write(isOn); });
-    refreshers_.push_back([button, read = std::move(read)] { button->setChecked(read()); });
+    refreshers_.push_back([button, read = std::move(read)] { button->showState(read()); });
     return button;
 }
 
@@ -420,7 +477,11 @@ QWidget* InspectorView::labelledSwitch(const QString& name, const QString& text,
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(8);
     row->addWidget(switchButton(
-        name, [this, field] { return shown_.first().*field; },
+        name,
+        [this, field]() -> std::optional<bool> {
+            if (Inspector::isMixedAcrossSelection(shown_.resolved, field)) return std::nullopt;
+            return shown_.first().*field;
+        },
         [this, field, name](bool isOn) { editLayers(name, [&](Layer& layer) { layer.*field = isOn; }); }));
     row->addWidget(label(text, TextStyle::body, LabelTone::secondary, holder));
     row->addStretch(1);
@@ -484,33 +545,38 @@ void InspectorView::buildHead(const QString& icon, const QColor& color, const QS
     column_->addWidget(head);
 }
 
+NumberField* InspectorView::sceneField(const QString& name, NumberField::Look look, std::function<double(const TweenScene&)> read,
+                                       std::function<SharedCommit::Work(const TweenScene&, double)> write)
+{
+    look.name = name;
+    return numberField({std::move(look), Inspector::actionName(name.toStdString()),
+                        [this, read = std::move(read)] { return std::optional(read(shown_.scene)); },
+                        [this, write = std::move(write)](double typed) { return write(shown_.scene, typed); }});
+}
+
 void InspectorView::buildScene()
 {
     buildHead("rectangle", theme().icon, "Scene");
-    const auto sceneField = [this](const QString& name, const QString& letter, NumberField::Look look, const std::string& action,
-                                   std::function<double(const TweenScene&)> read,
-                                   std::function<SharedCommit::Work(const TweenScene&, double)> write) {
-        look.name = name;
-        look.letter = letter;
-        return numberField({std::move(look), action, [this, read] { return std::optional(read(shown_.scene)); },
-                            [this, write](double typed) { return write(shown_.scene, typed); }});
+    buildDimensions();
+    buildSceneTiming();
+    buildBackground();
+}
+
+void InspectorView::buildDimensions()
+{
+    const auto side = [this](const QString& name, const char* letter, double TweenScene::* field,
+                             std::optional<double> (*keep)(const TweenScene&, double)) {
+        return sceneField(name, {.name = {}, .letter = letter}, field,
+                          [field, keep](const TweenScene& scene, double typed) -> SharedCommit::Work {
+                              const std::optional<double> kept = keep(scene, typed);
+                              if (!kept) return nullptr;
+                              return [field, value = *kept](TweenScene& edited) { edited.*field = value; };
+                          });
     };
-    QVBoxLayout* dimensions = addSection("Dimensions");
-    NumberField* width = sceneField(
-        "Scene Width", "W", {}, "Edit Scene Width", [](const TweenScene& scene) { return scene.width; },
-        [](const TweenScene& scene, double typed) -> SharedCommit::Work {
-            const std::optional<double> kept = Inspector::keptSceneWidth(scene, typed);
-            if (!kept) return nullptr;
-            return [value = *kept](TweenScene& edited) { edited.width = value; };
-        });
-    NumberField* height = sceneField(
-        "Scene Height", "H", {}, "Edit Scene Height", [](const TweenScene& scene) { return scene.height; },
-        [](const TweenScene& scene, double typed) -> SharedCommit::Work {
-            const std::optional<double> kept = Inspector::keptSceneHeight(scene, typed);
-            if (!kept) return nullptr;
-            return [value = *kept](TweenScene& edited) { edited.height = value; };
-        });
-    addRow(dimensions, "Size", {width, height});
+    QVBoxLayout* rows = addSection("Dimensions");
+    addRow(rows, "Size",
+           {side("Scene Width", "W", &TweenScene::width, Inspector::keptSceneWidth),
+            side("Scene Height", "H", &TweenScene::height, Inspector::keptSceneHeight)});
     QPushButton* presets = wordButton("Apply Canvas Preset", ButtonRole::plain, body_, FieldBox::fieldHeight);
     connect(presets, &QPushButton::clicked, this, [this, presets] {
         auto* menu = new QMenu(window());
@@ -520,55 +586,40 @@ void InspectorView::buildScene()
                             [this, size = preset.size()] { perform(Inspector::applyCanvasPreset(shown_.scene, size)); });
         menu->popup(presets->mapToGlobal(QPoint(0, presets->height() + 2)));
     });
-    dimensions->addWidget(presets);
+    rows->addWidget(presets);
+}
 
-    QVBoxLayout* timing = addSection("Timing");
-    NumberField* duration = sceneField(
-        "Duration", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit Duration",
-        [](const TweenScene& scene) { return scene.duration; },
-        [](const TweenScene&, double typed) -> SharedCommit::Work {
-            const std::optional<double> kept = Inspector::keptDuration(typed);
-            if (!kept) return nullptr;
-            return [value = *kept](TweenScene& edited) { edited.duration = value; };
-        });
-    addHalfRow(timing, "Duration", duration);
-    NumberField* pause = sceneField(
-        "End Pause", "", {.suffix = " s", .decimals = 2, .step = 0.1}, "Edit End Pause",
-        [](const TweenScene& scene) { return scene.endPause; },
-        [](const TweenScene&, double typed) -> SharedCommit::Work {
-            const std::optional<double> kept = Inspector::keptEndPause(typed);
-            if (!kept) return nullptr;
-            return [value = *kept](TweenScene& edited) { edited.endPause = value; };
-        });
-    addHalfRow(timing, "End Pause", pause);
-    NumberField* fps = sceneField(
-        "FPS", "", {}, "Edit FPS", [](const TweenScene& scene) { return static_cast<double>(scene.fps); },
-        [](const TweenScene&, double typed) -> SharedCommit::Work {
-            const std::optional<std::int64_t> kept = Inspector::keptFps(typed);
-            if (!kept) return nullptr;
-            return [value = *kept](TweenScene& edited) { edited.fps = value; };
-        });
-    addHalfRow(timing, "FPS", fps);
+void InspectorView::buildSceneTiming()
+{
+    QVBoxLayout* rows = addSection("Timing");
+    const auto seconds = [this](const QString& name, double TweenScene::* field, std::optional<double> (*keep)(double)) {
+        return sceneField(name, {.name = {}, .suffix = " s", .decimals = 2, .step = 0.1}, field,
+                          [field, keep](const TweenScene&, double typed) -> SharedCommit::Work {
+                              const std::optional<double> kept = keep(typed);
+                              if (!kept) return nullptr;
+                              return [field, value = *kept](TweenScene& edited) { edited.*field = value; };
+                          });
+    };
+    addHalfRow(rows, "Duration", seconds("Duration", &TweenScene::duration, Inspector::keptDuration));
+    addHalfRow(rows, "End Pause", seconds("End Pause", &TweenScene::endPause, Inspector::keptEndPause));
+    addHalfRow(rows, "FPS",
+               sceneField(
+                   "FPS", {}, [](const TweenScene& scene) { return static_cast<double>(scene.fps); },
+                   [](const TweenScene&, double typed) -> SharedCommit::Work {
+                       const std::optional<std::int64_t> kept = Inspector::keptFps(typed);
+                       if (!kept) return nullptr;
+                       return [value = *kept](TweenScene& edited) { edited.fps = value; };
+                   }));
+}
 
-    QVBoxLayout* background = addSection("Background");
-    const auto write = [](TweenScene& scene, const QColor& color) { scene.background = asColor(color); };
-    auto* color = new ColorField(
-        "Background", FieldBox::HasDiamond::no,
-        {.typed = [this,
-                   write](const QColor& chosen) { mutate("Edit Background", [&](TweenScene& scene) { write(scene, chosen); }); },
-         .chosen =
-             [this, write](const QColor& chosen) {
-                 context_.editor.colorBatch().colorEditBatch("Edit Background", [&](TweenScene& scene) { write(scene, chosen); });
-                 context_.changed();
-             },
-         .closed =
-             [this] {
-                 context_.editor.colorBatch().commitColorBatch();
-                 context_.changed();
-             }},
-        body_);
+void InspectorView::buildBackground()
+{
+    ColorField::Steps steps = colorSteps(
+        "Edit Background", [](TweenScene& scene, const QColor& color) { scene.background = asColor(color); },
+        [](TweenScene& scene, const TweenScene& before) { scene.background = before.background; });
+    auto* color = new ColorField("Background", FieldBox::HasDiamond::no, std::move(steps), body_);
     refreshers_.push_back([this, color] { color->showColor(asQColor(shown_.scene.background)); });
-    addRow(background, "Color", {color});
+    addRow(addSection("Background"), "Color", {color});
 }
 
 } // namespace larkspool

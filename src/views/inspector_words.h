@@ -16,6 +16,12 @@ inline QString words(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+/// What stands for a font of that name.
+inline QString fontWords(std::string_view name)
+{
+    return name.empty() ? QString("System Font") : words(name);
+}
+
 /// A colour as it can be seen: channels outside 0...1 are held within.
 inline QColor asQColor(const ColorRGBA& color)
 {

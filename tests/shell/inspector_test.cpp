@@ -358,6 +358,61 @@ TEST(Inspector, ThePlaceOfACroppedPictureIsThatOfWhatIsSeen)
     EXPECT_EQ(Inspector::croppedPositionOffset(picture), (CGPoint{100, 100}));
 }
 
+TEST(Inspector, OnlyThePlaceOfACroppedPictureIsMovedByTheCrop)
+{
+    Layer picture = shape(Layer::Kind::image);
+    picture.size = {400, 200};
+    picture.cropMode = CropMode::manual;
+    picture.cropRect = {{0.25, 0.25}, {0.5, 0.5}};
+    EXPECT_EQ(Inspector::croppedPositionOffset(picture, Property::x), 100);
+    EXPECT_EQ(Inspector::croppedPositionOffset(picture, Property::y), 50);
+    EXPECT_EQ(Inspector::croppedPositionOffset(picture, Property::width), 0);
+}
+
+TEST(Inspector, EachLayerCanGetAValueOfItsOwn)
+{
+    Layer animated = shape(), plain = shape();
+    animated.transform.x = 3;
+    animated.keyframes.append(key(Property::x, 1, 7.0));
+    plain.transform.x = 5;
+    TweenScene scene = sceneOf({animated, plain});
+    const auto tenfold = [](const Layer& layer) -> KeyValue { return layer.transform.x * 10; };
+    Inspector::upsertEach(scene, idsOf(scene), Property::x, tenfold, {.playhead = 1});
+    EXPECT_EQ(scene.layers[0].transform.x, 3);
+    ASSERT_EQ(scene.layers[0].keyframes.size(), 1u);
+    EXPECT_EQ(scene.layers[0].keyframes[0].value, KeyValue(30.0));
+    EXPECT_EQ(scene.layers[1].transform.x, 50);
+}
+
+TEST(Inspector, TakingBackPutsTheSelectedLayersAsTheyWereAndNoOthers)
+{
+    Layer child = shape(), group = shape(Layer::Kind::group);
+    child.opacity = 0.5;
+    group.children.append(child);
+    const TweenScene before = sceneOf({group, shape(), shape()});
+    TweenScene scene = before;
+    for (Layer& layer : scene.layers.edit()) layer.opacity = 0.1;
+    scene.layers.edit()[0].children.edit()[0].opacity = 0.1;
+    Inspector::takeBack(scene, before, {child.id, before.layers[1].id});
+    EXPECT_EQ(scene.layers[0].opacity, 0.1);
+    EXPECT_EQ(scene.layers[0].children[0].opacity, 0.5);
+    EXPECT_EQ(scene.layers[1], before.layers[1]);
+    EXPECT_EQ(scene.layers[2].opacity, 0.1);
+}
+
+TEST(Inspector, AFieldIsOfferedToSeveralLayersIfEachShowsIt)
+{
+    const Layer arc = [] {
+        Layer line = shape(Layer::Kind::line);
+        line.lineShape = LineShape::arc;
+        return line;
+    }();
+    const Layer straight = shape(Layer::Kind::line);
+    EXPECT_TRUE(Inspector::offersAll(std::vector{&arc}, Property::lineArcBend));
+    EXPECT_FALSE(Inspector::offersAll(std::vector{&arc, &straight}, Property::lineArcBend));
+    EXPECT_TRUE(Inspector::offersAll(std::vector{&arc, &straight}, Property::stroke));
+}
+
 TEST(Inspector, ASceneTakesOnlyWhatCanBeDrawn)
 {
     const TweenScene scene;

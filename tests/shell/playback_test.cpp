@@ -77,7 +77,13 @@ protected:
 
 TEST_F(PlaybackTest, AddsASixtiethOfASecondATickWhateverTheRateOfTheScene)
 {
-    open(documentOf({5}));
+    TweenDocument document = documentOf({5});
+    document.scenes.edit()[0].fps = 24;
+    open(document);
+    playback->tick();
+    EXPECT_EQ(playhead(), 1.0 / 60) << "though no time has passed";
+    playback->rewind();
+    EXPECT_EQ(playhead(), 0);
     playback->setPlaying(true);
     timers.pass(0.5);
     EXPECT_NEAR(playhead(), 0.5, 1e-9);
@@ -111,6 +117,62 @@ TEST_F(PlaybackTest, LoopTakesTheSoundBackToTheScenesStart)
     EXPECT_EQ(played.calls, (std::vector<std::string>{"play 2000", "play 2000"}));
     EXPECT_NEAR(playhead(), 0.5, 0.02);
     EXPECT_EQ(editor->state().document.activeSceneIndex, 1);
+}
+
+TEST_F(PlaybackTest, EachRoundOfALoopedSceneTakesTheSoundBack)
+{
+    open(documentOf({1}));
+    defaults.set(DefaultsKey::playMode.name, "loop");
+    playback->setPlaying(true);
+    timers.pass(2.5);
+    EXPECT_EQ(played.calls, (std::vector<std::string>{"play 0", "play 0", "play 0"}));
+}
+
+TEST_F(PlaybackTest, LoopingBeyondTheSoundsEndPlaysItsLastHundredthOfASecond)
+{
+    played.duration = 1.5;
+    open(documentOf({2, 1}));
+    defaults.set(DefaultsKey::playMode.name, "loop");
+    editor->setActiveScene(1);
+    editor->setPlayhead(1);
+    playback->tick();
+    EXPECT_EQ(played.calls, std::vector<std::string>{"play 1490"}) << "the scene begins at 2, which the sound does not reach";
+}
+
+TEST_F(PlaybackTest, PlayingStartsTheSoundAtThePlayheadAndScrubbingDoesNotMoveIt)
+{
+    open(documentOf({2, 3}));
+    editor->setActiveScene(1);
+    editor->setPlayhead(1.5);
+    EXPECT_TRUE(played.calls.empty());
+    EXPECT_EQ(played.time, 0);
+    playback->togglePlay();
+    EXPECT_EQ(played.calls, std::vector<std::string>{"play 3500"});
+    playback->togglePlay();
+    editor->setPlayhead(0.25);
+    EXPECT_EQ(played.calls, (std::vector<std::string>{"play 3500", "pause"}));
+}
+
+TEST_F(PlaybackTest, TheSoundFollowsTheActiveSceneHoweverItWasChanged)
+{
+    open(documentOf({2, 3}));
+    playback->followActiveScene();
+    EXPECT_TRUE(played.calls.empty()) << "it is the same one";
+    editor->setActiveScene(1);
+    editor->setPlayhead(0.5);
+    playback->followActiveScene();
+    EXPECT_EQ(played.time, 2.5);
+    EXPECT_FALSE(played.isPlaying);
+    EXPECT_EQ(played.volume, 1);
+
+    playback->setPlaying(true);
+    // The first scene goes, and the one that plays takes its place.
+    editor->editDocument([](TweenDocument& document) { document.deleteScene(0); });
+    playback->followActiveScene();
+    EXPECT_EQ(played.calls.back(), "play 500");
+    played.calls.clear();
+    playback->followActiveScene();
+    EXPECT_TRUE(played.calls.empty());
 }
 
 TEST_F(PlaybackTest, AllScenesRunsThroughThemAndEndsWithTheLast)
@@ -200,6 +262,27 @@ TEST_F(PlaybackTest, TheSoundFollowsTheDocument)
     audio.sync(DocumentAudio{.urlString = "b.wav"}, there);
     audio.sync(std::nullopt, there);
     EXPECT_EQ(audio.player(), nullptr);
+}
+
+TEST_F(PlaybackTest, ASoundIsLoadedOnceAndOneThatWillNotLoadLeavesNoPlayer)
+{
+    std::vector<std::string> loads;
+    DocumentAudioController controller([&](const std::string& path) -> std::unique_ptr<AudioPlayer> {
+        loads.push_back(path);
+        if (path == "broken.wav") return nullptr;
+        return std::make_unique<RecordingPlayer>(played);
+    });
+    const auto there = [](const DocumentAudio& bed) { return std::optional<std::string>(bed.urlString); };
+    controller.sync(DocumentAudio{.urlString = "a.wav"}, there);
+    controller.sync(DocumentAudio{.urlString = "a.wav", .volume = 0.5}, there);
+    EXPECT_EQ(loads, std::vector<std::string>{"a.wav"});
+    EXPECT_EQ(controller.duration(), 100);
+    controller.play(3);
+    controller.load("broken.wav");
+    EXPECT_FALSE(played.isPlaying) << "the one before is stopped";
+    EXPECT_EQ(controller.player(), nullptr);
+    EXPECT_EQ(controller.duration(), 0);
+    EXPECT_EQ(controller.loadedPath(), std::nullopt);
 }
 
 TEST_F(PlaybackTest, StepsByFramesOfTheSceneAndStaysWithinIt)
