@@ -20,6 +20,8 @@ inline constexpr std::string_view noTransitionLabel = "No transition";
 inline constexpr std::string_view noneLabel = "None";
 inline constexpr std::string_view durationLabel = "Duration";
 inline constexpr std::string_view musicLabel = "Music";
+inline constexpr std::string_view replaceMusicLabel = "Replace";
+inline constexpr std::string_view removeMusicLabel = "Remove";
 inline constexpr std::string_view musicHelp = "Document audio bed — plays through every scene";
 inline constexpr std::string_view musicPanelMessage =
     "Choose a music file. It will play through every scene and fade out at the end of the final scene.";

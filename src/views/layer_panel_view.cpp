@@ -61,6 +61,55 @@ void showSwatch(QLabel& box, const ColorRGBA& color)
     box.setPixmap(picture);
 }
 
+/// The scene above its layers. A press on it selects no layer, so that the scene itself is inspected.
+class SceneRow final : public QAbstractButton {
+public:
+    explicit SceneRow(QWidget* parent) : QAbstractButton(parent)
+    {
+        setFocusPolicy(Qt::TabFocus);
+        setAttribute(Qt::WA_Hover);
+        setToolTip("Select the scene");
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) return click();
+        QAbstractButton::keyPressEvent(event);
+    }
+
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const QRectF box = QRectF(rect()).adjusted(4, 2, -4, -2);
+        if (underMouse()) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(theme().hover);
+            painter.drawRoundedRect(box, 6, 6);
+        }
+        if (!hasFocus() || !window()->testAttribute(Qt::WA_KeyboardFocusChange)) return;
+        painter.setPen(QPen(theme().focusRing, 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(box.adjusted(1, 1, -1, -1), 5, 5);
+    }
+};
+
+/// An entry of a row's menu.
+struct MenuEntry {
+    Command command;
+    std::string_view title{};  ///< Empty for the command's own.
+    const char* shortcut = ""; ///< Where it is no shortcut of the window's.
+    bool startsSection = false;
+};
+
+QString shortcutText(const MenuEntry& entry)
+{
+    const std::optional<Shortcut>& shortcut = commandInfo(entry.command).shortcut;
+    return shortcut ? QKeySequence(QString::fromStdString(portableText(*shortcut))).toString(QKeySequence::NativeText)
+                    : QString(entry.shortcut);
+}
+
 } // namespace
 
 LayerList::LayerList(EditorContext context, QWidget* parent) : QWidget(parent), context_(std::move(context))
@@ -97,7 +146,7 @@ void LayerList::showRows()
         const auto first = std::ranges::find_if(rows_, [&](const auto& row) { return shownSelection_.contains(row.layerID); });
         if (first != rows_.end()) range_.rangeAnchorID = range_.rangeCursorID = first->layerID;
     }
-    setFixedHeight(std::max(1, static_cast<int>(rows_.size()) * rowHeight + 8));
+    setMinimumHeight(static_cast<int>(rows_.size()) * rowHeight + 8); // What is left of the panel belongs to the list too.
     itemsChanged(*this);
     update();
 }
@@ -155,6 +204,13 @@ std::vector<AccessibleItem> LayerList::accessibleItems() const
     return items;
 }
 
+QVariant LayerList::inputMethodQuery(Qt::InputMethodQuery query) const
+{
+    const std::optional<std::size_t> row = rowOf(range_.rangeCursorID);
+    if (query == Qt::ImCursorRectangle && row) return rowRect(*row);
+    return QWidget::inputMethodQuery(query);
+}
+
 bool LayerList::showsFocus() const
 {
     return hasFocus() && window()->testAttribute(Qt::WA_KeyboardFocusChange);
@@ -183,40 +239,73 @@ void LayerList::paintEvent(QPaintEvent* event)
     painter.fillRect(event->rect(), theme().panel);
     painter.setRenderHint(QPainter::Antialiasing);
     const LayerIDs& selected = context_.editor.state().selectedLayerIDs;
-    std::size_t depthOfSelected = SIZE_MAX; // The rows below a selected group, down to its depth, belong to it.
+    std::size_t blockStart = 0, blockEnd = 0; // The rows below a selected group, down to its depth, belong to it.
     for (std::size_t row = 0; row < rows_.size(); ++row) {
-        if (rows_[row].depth <= depthOfSelected) depthOfSelected = SIZE_MAX;
-        const bool isBelowSelected = depthOfSelected != SIZE_MAX;
-        if (!isBelowSelected && selected.contains(rows_[row].layerID)) depthOfSelected = rows_[row].depth;
+        if (row >= blockEnd && selected.contains(rows_[row].layerID)) {
+            blockStart = row;
+            blockEnd = row + 1;
+            while (blockEnd < rows_.size() && rows_[blockEnd].depth > rows_[row].depth) ++blockEnd;
+            paintBlock(painter, row, blockEnd);
+        }
         if (!rowRect(row).intersects(event->rect())) continue;
-        if (const Layer* layer = findLayer(scene_, rows_[row].layerID)) paintRow(painter, row, *layer, isBelowSelected);
+        const Ground ground = row >= blockEnd ? Ground::none : row == blockStart ? Ground::head : Ground::below;
+        if (const Layer* layer = findLayer(scene_, rows_[row].layerID)) paintRow(painter, row, *layer, ground);
     }
     if (showsFocus() && !rowOf(range_.rangeCursorID)) {
         painter.setPen(QPen(theme().focusRing, 2));
         painter.drawRoundedRect(QRectF(visibleRegion().boundingRect()).adjusted(3, 1, -3, -3), 6, 6);
     }
-    if (!dropRow_) return;
-    const int y = static_cast<int>(*dropRow_) * rowHeight;
-    painter.fillRect(QRect(leftPadding, y - 1, width() - 2 * leftPadding, 2), theme().selectionOutline);
+    if (dropRow_) paintDropLine(painter);
 }
 
-void LayerList::paintRow(QPainter& painter, std::size_t row, const Layer& layer, bool isBelowSelected) const
+QColor LayerList::selectionColor() const
+{
+    return hasFocus() || QApplication::focusWidget() == nullptr ? theme().selection : theme().selectionInactive;
+}
+
+void LayerList::paintBlock(QPainter& painter, std::size_t row, std::size_t end) const
+{
+    constexpr float belowOpacity = 0.42F;
+    const QRect top = rowRect(row), whole = top.united(rowRect(end - 1));
+    const auto paintWithin = [&](const QRect& part, const QColor& color) {
+        painter.save();
+        painter.setClipRect(part);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(color);
+        painter.drawRoundedRect(QRectF(whole).adjusted(4, 1, -4, -1), 6, 6);
+        painter.restore();
+    };
+    paintWithin(top, selectionColor());
+    QColor below = theme().selection;
+    below.setAlphaF(belowOpacity);
+    if (end - row > 1) paintWithin(whole.adjusted(0, rowHeight, 0, 0), below);
+}
+
+/// A line with a ring at the level of what is dropped there.
+void LayerList::paintDropLine(QPainter& painter) const
+{
+    constexpr int ring = 6;
+    const int level = *dropRow_ < rows_.size() ? static_cast<int>(rows_[*dropRow_].depth) : 0;
+    const int left = leftPadding + level * indent;
+    const int y = std::max(static_cast<int>(*dropRow_) * rowHeight, ring / 2 + 1);
+    painter.fillRect(QRect(left + ring, y - 1, width() - left - ring - leftPadding, 2), theme().selectionOutline);
+    painter.setPen(QPen(theme().selectionOutline, 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawEllipse(QRectF(left, y - ring / 2.0, ring, ring));
+}
+
+void LayerList::paintRow(QPainter& painter, std::size_t row, const Layer& layer, Ground ground) const
 {
     const Theme& t = theme();
     const QRect rect = rowRect(row);
     const bool isSelected = context_.editor.state().selectedLayerIDs.contains(layer.id);
     const bool isHovered = hovered_ == row;
-    QColor fill = Qt::transparent;
-    if (isSelected)
-        fill = hasFocus() || QApplication::focusWidget() == nullptr ? t.selection : t.selectionInactive;
-    else if (isBelowSelected) {
-        fill = t.selection;
-        fill.setAlphaF(0.42F);
-    } else if (isHovered)
-        fill = t.hover;
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawRoundedRect(QRectF(rect).adjusted(4, 1, -4, -1), 6, 6);
+    const bool isSelectedInBlock = isSelected && ground == Ground::below;
+    if (isSelectedInBlock || (isHovered && ground == Ground::none)) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(isSelectedInBlock ? selectionColor() : t.hover);
+        painter.drawRoundedRect(QRectF(rect).adjusted(4, 1, -4, -1), 6, 6);
+    }
 
     const double ratio = devicePixelRatioF();
     const int iconY = rect.y() + (rowHeight - iconWidth) / 2;
@@ -254,7 +343,11 @@ void LayerList::select(LayerIDs layerIDs)
 
 void LayerList::toggleExpanded(const UUID& layerID)
 {
-    if (expandedGroups_.erase(layerID) == 0) expandedGroups_.insert(layerID);
+    if (expandedGroups_.erase(layerID) == 0) {
+        expandedGroups_.insert(layerID);
+    } else if (range_.rangeCursorID && std::ranges::count(ancestorsOf(scene_, *range_.rangeCursorID), layerID) > 0) {
+        range_.rangeAnchorID = range_.rangeCursorID = layerID; // The keyboard stays where something is seen.
+    }
     showRows();
 }
 
@@ -298,14 +391,24 @@ void LayerList::showDropAt(QPoint position)
 {
     const int row = std::clamp((position.y() + rowHeight / 2) / rowHeight, 0, static_cast<int>(rows_.size()));
     dropRow_ = static_cast<std::size_t>(row);
+    if (bringIntoView) bringIntoView({0, position.y() - rowHeight, 1, 2 * rowHeight}); // Long lists go on below the pointer.
+    update();
+}
+
+void LayerList::endDrag()
+{
+    isDraggingRows_ = false;
+    pressedAt_.reset();
+    dropRow_.reset();
     update();
 }
 
 void LayerList::mouseReleaseEvent(QMouseEvent* event)
 {
-    const bool dragged = std::exchange(isDraggingRows_, false);
-    const std::optional<QPoint> pressed = std::exchange(pressedAt_, std::nullopt);
-    const std::optional<std::size_t> drop = std::exchange(dropRow_, std::nullopt);
+    const bool dragged = isDraggingRows_;
+    const std::optional<QPoint> pressed = pressedAt_;
+    const std::optional<std::size_t> drop = dropRow_;
+    endDrag();
     const LayerIDs& selected = context_.editor.state().selectedLayerIDs;
     if (dragged && drop) {
         context_.editor.perform(*drop < rows_.size() ? LayerPanel::moveLayersBefore(scene_, selected, rows_[*drop].layerID)
@@ -332,23 +435,38 @@ void LayerList::leaveEvent(QEvent*)
 void LayerList::contextMenuEvent(QContextMenuEvent* event)
 {
     using enum Command;
-    constexpr Command entries[] = {renameLayer, resetLayerName, copyProperties, paste, duplicate, deleteSelection, group, ungroup,
-                                   bringToFront, bringForward, sendBackward, sendToBack, hideToggle, lockToggle, resetTimeline,
-                                   replaceImage, replaceVideo};
+    constexpr MenuEntry entries[] = {{.command = renameLayer, .shortcut = "Return"},
+                                     {.command = resetLayerName},
+                                     {.command = copyProperties, .startsSection = true},
+                                     {.command = paste},
+                                     {.command = duplicate},
+                                     {.command = deleteSelection, .title = "Delete"},
+                                     {.command = group, .title = "Group", .startsSection = true},
+                                     {.command = ungroup},
+                                     {.command = bringToFront, .startsSection = true},
+                                     {.command = bringForward},
+                                     {.command = sendBackward},
+                                     {.command = sendToBack},
+                                     {.command = hideToggle, .startsSection = true},
+                                     {.command = lockToggle},
+                                     {.command = resetTimeline, .startsSection = true},
+                                     {.command = replaceImage, .startsSection = true},
+                                     {.command = replaceVideo, .startsSection = true}};
     const CommandContext possible{
         .front = focusedValues(context_.editor.state(), context_.editor.undoManager(), LayerStyleClipboard{})};
     const ContextActionAvailability& about = possible.front->contextActions;
-    const QString counted = about.selectedCount == 1 ? QString(" Layer") : QString(" %1 Layers").arg(about.selectedCount);
+    const QString counted = QString(about.selectedCount == 1 ? " %1 Layer" : " %1 Layers").arg(about.selectedCount);
     QMenu menu(this);
     menu.setToolTipsVisible(true);
-    for (const Command command : entries) {
+    for (const MenuEntry& entry : entries) {
+        const Command command = entry.command;
         if (command == replaceImage && about.primaryKind != Layer::Kind::image) continue;
         if (command == replaceVideo && about.primaryKind != Layer::Kind::video) continue;
-        QString title = words(commandInfo(command).title);
-        if (command == deleteSelection) title = "Delete";
-        if (command == group) title = "Group";
+        QString title = words(entry.title.empty() ? commandInfo(command).title : entry.title);
         if (command == hideToggle) title = (about.firstIsHidden.value_or(false) ? "Show" : "Hide") + counted;
         if (command == lockToggle) title = (about.firstIsLocked.value_or(false) ? "Unlock" : "Lock") + counted;
+        if (entry.startsSection) menu.addSeparator();
+        if (const QString keys = shortcutText(entry); !keys.isEmpty()) title += '\t' + keys;
         QAction* action = menu.addAction(
             title, this, [this, command] { command == renameLayer ? renameSelected() : context_.perform(command); });
         const CommandAvailability availability = larkspool::availability(command, possible);
@@ -360,10 +478,23 @@ void LayerList::contextMenuEvent(QContextMenuEvent* event)
     menu.exec(isByKey ? mapToGlobal(rowRect(*row).bottomLeft() + QPoint(leftPadding + chevronWidth, 0)) : event->globalPos());
 }
 
+bool LayerList::event(QEvent* event)
+{
+    // While rows are dragged Escape is no command of the window's.
+    if (event->type() == QEvent::ShortcutOverride && isDraggingRows_ && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        event->accept();
+        return true;
+    }
+    return QWidget::event(event);
+}
+
 void LayerList::keyPressEvent(QKeyEvent* event)
 {
     const EditorState& state = context_.editor.state();
     switch (event->key()) {
+    case Qt::Key_Escape:
+        if (isDraggingRows_) return endDrag();
+        break;
     case Qt::Key_Up: return moveBy(-1, event->modifiers() & Qt::ShiftModifier);
     case Qt::Key_Down: return moveBy(1, event->modifiers() & Qt::ShiftModifier);
     case Qt::Key_Left:
@@ -411,8 +542,17 @@ void LayerList::renameSelected()
     if (!selected.empty()) rename(*selected.begin());
 }
 
+void LayerList::reveal(const UUID& layerID)
+{
+    if (rowOf(layerID)) return;
+    if (!filter_.isEmpty() && endSearch) endSearch();
+    for (const UUID& ancestor : ancestorsOf(scene_, layerID)) expandedGroups_.insert(ancestor);
+    showRows();
+}
+
 void LayerList::rename(const UUID& layerID)
 {
+    reveal(layerID);
     const std::optional<std::size_t> row = rowOf(layerID);
     const Layer* layer = findLayer(scene_, layerID);
     if (!row || !layer) return;
@@ -469,6 +609,10 @@ LayerPanelView::LayerPanelView(EditorContext context, QWidget* parent) : Surface
         scroll->ensureVisible(0, rect.top(), 0, 0);
         scroll->ensureVisible(0, rect.bottom(), 0, 0);
     };
+    list_->endSearch = [this] {
+        searchButton_->setChecked(false);
+        showSearch(/*isOn=*/false);
+    };
     column->addWidget(scroll, 1);
 }
 
@@ -512,8 +656,12 @@ void LayerPanelView::showSearch(bool isOn)
 
 QWidget* LayerPanelView::buildSceneRow()
 {
-    auto* scene = new QWidget(this);
+    auto* scene = sceneRow_ = new SceneRow(this);
     scene->setFixedHeight(sceneRowHeight);
+    connect(scene, &QAbstractButton::clicked, this, [this] {
+        context_.editor.selectLayers({});
+        context_.changed();
+    });
     auto* row = new QHBoxLayout(scene);
     row->setContentsMargins(12, 0, 12, 0);
     row->setSpacing(8);
@@ -524,6 +672,7 @@ QWidget* LayerPanelView::buildSceneRow()
     row->addWidget(sceneSwatch_);
     row->addWidget(sceneName_, 1);
     row->addWidget(sceneSize_);
+    for (QLabel* part : {sceneSwatch_, sceneName_, sceneSize_}) part->setAttribute(Qt::WA_TransparentForMouseEvents);
     return scene;
 }
 
@@ -532,12 +681,8 @@ void LayerPanelView::showAddMenu(QPoint position)
     QMenu menu(this);
     menu.setToolTipsVisible(true);
     for (const LayerPaletteCommands::Item& item : LayerPaletteCommands::items) {
-        QAction* action = menu.addAction(buttonIcon(kindIcon(item.kind)), words(item.title), this, [this, &item] { add(item); });
-        if (!item.needsFile) continue;
-        action->setEnabled(false);
-        const auto inMenu =
-            std::ranges::find_if(insertItems(), [&](const InsertItem& entry) { return entry.insertion.kind == item.kind; });
-        if (inMenu != insertItems().end()) action->setToolTip(words(inMenu->missing));
+        const QString title = words(item.title) + (item.needsFile ? "…" : "");
+        menu.addAction(buttonIcon(kindIcon(item.kind)), title, this, [this, &item] { add(item); });
     }
     menu.addSeparator();
     menu.addAction(words(LayerPanel::popOutPaletteLabel), this, [this] { popOutPalette(); });
@@ -551,6 +696,8 @@ void LayerPanelView::refresh()
     showSwatch(*sceneSwatch_, scene.background);
     sceneName_->setText(QString::fromStdString(scene.displayName(state.document.clampedActiveSceneIndex())));
     sceneSize_->setText(QString("%1×%2").arg(scene.width).arg(scene.height));
+    sceneRow_->setAccessibleName("Scene: " + sceneName_->text());
+    sceneRow_->setAccessibleDescription(sceneSize_->text());
     empty_->setVisible(scene.layers.empty());
     list_->refresh();
 }

@@ -9,6 +9,7 @@
 
 #include <QScrollArea>
 
+class QAbstractButton;
 class QLineEdit;
 
 namespace larkspool {
@@ -26,10 +27,14 @@ public:
     void showOnly(const QString& words);
 
     std::function<void(QRect rect)> bringIntoView{}; ///< Scrolls to a row that the keyboard has gone to.
+    std::function<void()> endSearch{};               ///< Has all layers shown again. May be absent.
 
     std::vector<AccessibleItem> accessibleItems() const override;
+    /// Where the keyboard is, for what scrolls the list.
+    QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -50,7 +55,12 @@ private:
 
     QRect rowRect(std::size_t row) const;
     std::optional<Place> placeAt(QPoint position) const;
-    void paintRow(QPainter& painter, std::size_t row, const Layer& layer, bool isBelowSelected) const;
+    /// Whether a row begins what is painted as one block with a selected group, or lies in it below.
+    enum class Ground { none, head, below };
+    void paintRow(QPainter& painter, std::size_t row, const Layer& layer, Ground ground) const;
+    /// The ground of a selected row with all rows below it, down to the one before `end`, that belong to it.
+    void paintBlock(QPainter& painter, std::size_t row, std::size_t end) const;
+    QColor selectionColor() const;
     void select(LayerIDs layerIDs);
     void toggleExpanded(const UUID& layerID);
     void rename(const UUID& layerID);
@@ -62,6 +72,10 @@ private:
     void moveBy(int step, bool extends);
     bool showsFocus() const;
     void showDropAt(QPoint position);
+    void paintDropLine(QPainter& painter) const;
+    void endDrag();
+    /// Opens what is closed around the layer, and ends a search that leaves it out.
+    void reveal(const UUID& layerID);
 
     EditorContext context_;
     TweenScene scene_;
@@ -103,6 +117,7 @@ private:
     QLabel* title_ = nullptr;
     QLineEdit* search_ = nullptr;
     QToolButton* searchButton_ = nullptr;
+    QAbstractButton* sceneRow_ = nullptr;
     QLabel* sceneSwatch_ = nullptr;
     QLabel* sceneName_ = nullptr;
     QLabel* sceneSize_ = nullptr;

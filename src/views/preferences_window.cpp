@@ -5,10 +5,10 @@
 #include "views/icons.h"
 #include "views/theme.h"
 
-#include <QAction>
 #include <QBoxLayout>
 #include <QButtonGroup>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QPainter>
 #include <QStackedWidget>
 #include <QStyleOption>
@@ -69,6 +69,27 @@ protected:
 private:
     QString icon_;
 };
+
+/// Shows the secret in the field while it is on. The keyboard reaches it behind the field.
+void addRevealButton(QLineEdit& secret)
+{
+    constexpr int side = 24, inset = 2;
+    auto* inside = new QHBoxLayout(&secret);
+    inside->setContentsMargins(0, 0, inset, 0);
+    inside->addStretch(1);
+    QToolButton* reveal = iconButton("eye", "Show the key", &secret, side);
+    reveal->setCheckable(true);
+    reveal->setProperty("quiet", true); // Its icon tells enough.
+    reveal->setCursor(Qt::ArrowCursor);
+    inside->addWidget(reveal);
+    QMargins text = secret.textMargins();
+    text.setRight(side + inset);
+    secret.setTextMargins(text);
+    QObject::connect(reveal, &QToolButton::toggled, &secret, [&secret, reveal](bool isOn) {
+        secret.setEchoMode(isOn ? QLineEdit::Normal : QLineEdit::Password);
+        reveal->setIcon(buttonIcon(isOn ? "eye-off" : "eye"));
+    });
+}
 
 } // namespace
 
@@ -154,13 +175,15 @@ Switch* PreferencesWindow::addSwitch(QWidget* page, std::string_view text, std::
     auto* row = new QHBoxLayout;
     row->setSpacing(16);
     auto* column = new QVBoxLayout;
-    column->setSpacing(4);
-    column->addWidget(label(words(text), TextStyle::dialogBody, LabelTone::text, page));
+    column->setSpacing(0);
+    auto* toggle = new Switch(words(text), page);
+    QLabel* name = label(words(text), TextStyle::dialogBody, LabelTone::text, page);
+    name->setMinimumHeight(toggle->sizeHint().height()); // Level with the switch.
+    column->addWidget(name);
     if (!note.empty()) {
         column->addWidget(paragraph(words(note), TextStyle::caption, LabelTone::secondary, page));
     }
     row->addLayout(column, 1);
-    auto* toggle = new Switch(words(text), page);
     toggle->setAccessibleDescription(words(note));
     row->addWidget(toggle, 0, Qt::AlignTop);
     static_cast<QVBoxLayout*>(page->layout())->addLayout(row);
@@ -201,13 +224,7 @@ void PreferencesWindow::buildAssistant()
     };
     QLineEdit* key = textField(words(PreferencesView::apiKeyLabel), page);
     key->setEchoMode(QLineEdit::Password);
-    QAction* reveal = key->addAction(buttonIcon("eye"), QLineEdit::TrailingPosition);
-    reveal->setCheckable(true);
-    reveal->setToolTip("Show the key");
-    connect(reveal, &QAction::toggled, key, [key, reveal](bool isOn) {
-        key->setEchoMode(isOn ? QLineEdit::Normal : QLineEdit::Password);
-        reveal->setIcon(buttonIcon(isOn ? "eye-off" : "eye"));
-    });
+    addRevealButton(*key);
     keepShown([this, key] {
         const QString stored = QString::fromStdString(defaults_.string(DefaultsKey::assistantAPIKey));
         if (key->text() != stored) key->setText(stored);

@@ -1,14 +1,15 @@
 #include "views/scene_strip_view.h"
 
+#include "editing/scene_lookup.h"
 #include "rendering/frame_composition.h"
 #include "shell/scene_strip.h"
 #include "views/icons.h"
 #include "views/picture.h"
 #include "views/theme.h"
+#include "views/transition_popover.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
-#include <QInputDialog>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -34,19 +35,6 @@ QString words(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-QString iconOf(const std::optional<SceneTransition>& transition)
-{
-    if (!transition) return "transition-none";
-    switch (transition->kind) {
-    case SceneTransition::Kind::fade: return "transition-fade";
-    case SceneTransition::Kind::slideL: return "transition-slide-left";
-    case SceneTransition::Kind::slideR: return "transition-slide-right";
-    case SceneTransition::Kind::push: return "transition-push";
-    case SceneTransition::Kind::zoom: return "transition-zoom";
-    }
-    return {};
-}
-
 int advance(TextStyle style, const QString& text)
 {
     return QFontMetrics(textFont(style)).horizontalAdvance(text);
@@ -66,14 +54,37 @@ SceneStripView::SceneStripView(EditorContext context, QWidget* parent)
     connect(&nextThumbnail_, &QTimer::timeout, this, [this] { takeNextThumbnail(); });
 }
 
+SceneStripView::~SceneStripView()
+{
+    delete transition_; // Its steps lead here.
+}
+
 void SceneStripView::refresh()
 {
     // While it plays only the playhead moves, which the strip does not show.
-    if (std::exchange(isShown_, true) && document_ == context_.editor.state().document) return;
+    const bool isFirst = !std::exchange(isShown_, true);
+    if (!isFirst && document_ == context_.editor.state().document) return;
+    const UUID activeBefore = document_.scene().id;
     document_ = context_.editor.state().document;
     layOut();
+    const std::size_t active = document_.clampedActiveSceneIndex();
+    const auto isActive = [&](const Item& item) {
+        return item.kind == Item::Kind::scene && item.index == static_cast<std::int64_t>(active);
+    };
+    const auto chip = std::ranges::find_if(items_, isActive);
+    if ((isFirst || !(document_.scene().id == activeBefore)) && chip != items_.end()) {
+        cursor_ = static_cast<std::size_t>(chip - items_.begin());
+        bringIntoView(Item(*chip));
+    }
+    if (transition_ && transitionIndex_ < static_cast<std::int64_t>(document_.scenes.size()))
+        transition_->showTransition(document_.scenes[static_cast<std::size_t>(transitionIndex_)].transition);
     itemsChanged(*this);
     update();
+}
+
+int SceneStripView::room() const
+{
+    return items_.back().rect.left() - padding;
 }
 
 void SceneStripView::layOut()
@@ -101,6 +112,13 @@ void SceneStripView::layOut()
     const int musicWidth = 10 + 16 + 6 + std::min(advance(TextStyle::body, music), 160) + 12;
     items_.push_back({Item::Kind::music, 0,
                       QRect(width() - padding - musicWidth, (height() - musicHeight) / 2, musicWidth, musicHeight)});
+
+    const int farthest = std::max(0, contentWidth_ - room());
+    if (scroll_ <= farthest) return;
+    // The row has become shorter than what it was scrolled to.
+    for (Item& item : items_)
+        if (item.kind != Item::Kind::music) item.rect.translate(scroll_ - farthest, 0);
+    scroll_ = farthest;
 }
 
 const SceneStripView::Item* SceneStripView::itemAt(QPoint position) const
@@ -121,7 +139,8 @@ void SceneStripView::paintEvent(QPaintEvent* event)
         case Item::Kind::scene: paintScene(painter, item); break;
         case Item::Kind::transition: {
             const TweenScene& scene = document_.scenes[static_cast<std::size_t>(item.index)];
-            paintWords(painter, item, iconOf(scene.transition), words(SceneStrip::transitionText(scene)));
+            const auto kind = scene.transition ? std::optional(scene.transition->kind) : std::nullopt;
+            paintWords(painter, item, transitionIcon(kind), words(SceneStrip::transitionText(scene)));
             break;
         }
         case Item::Kind::add: paintWords(painter, item, "plus", words(SceneStrip::addSceneLabel)); break;
@@ -181,7 +200,9 @@ void SceneStripView::paintWords(QPainter& painter, const Item& item, const QStri
     const Theme& t = theme();
     const bool isHovered = item.rect.contains(pointer_);
     const bool isMusic = item.kind == Item::Kind::music;
-    const QColor rest = isMusic ? t.panel : QColor(Qt::transparent);
+    const bool isTransition =
+        item.kind == Item::Kind::transition && document_.scenes[static_cast<std::size_t>(item.index)].transition;
+    const QColor rest = isMusic || isTransition ? t.panel : QColor(Qt::transparent);
     painter.setPen(Qt::NoPen);
     painter.setBrush(isHovered ? t.hover : rest);
     painter.drawRoundedRect(item.rect, isMusic ? 8 : item.rect.height() / 2.0, isMusic ? 8 : item.rect.height() / 2.0);
@@ -207,24 +228,42 @@ const QPixmap& SceneStripView::thumbnail(const TweenScene& scene)
 
 void SceneStripView::takeNextThumbnail()
 {
-    for (const TweenScene& scene : document_.scenes) {
-        Thumbnail& known = thumbnails_[scene.id];
-        const double ratio = devicePixelRatioF();
-        if (!known.picture.isNull() && known.scene == scene) continue;
-        known.scene = scene;
-        known.picture = QPixmap(thumbnailSize * ratio);
-        known.picture.fill(Qt::black);
-        const CGSize size{thumbnailSize.width() * ratio, thumbnailSize.height() * ratio};
-        if (const auto pixels = Exporter::renderSceneToImage(scene, scene.duration * 0.5, size))
-            known.picture = QPixmap::fromImage(seenInPlace(*pixels).copy());
-        known.picture.setDevicePixelRatio(ratio);
-        update();
-        return;
-    }
+    images_.beginPainting();
+    const auto next = std::ranges::find_if(document_.scenes, [this](const TweenScene& scene) {
+        const Thumbnail& known = thumbnails_[scene.id];
+        return (known.picture.isNull() || !(known.scene == scene)) && hasItsImages(scene);
+    });
+    images_.endPainting();
+    if (next == document_.scenes.end()) return;
+
+    Thumbnail& known = thumbnails_[next->id];
+    const double ratio = devicePixelRatioF();
+    known.scene = *next;
+    known.picture = QPixmap(thumbnailSize * ratio);
+    known.picture.fill(Qt::black);
+    const CGSize size{thumbnailSize.width() * ratio, thumbnailSize.height() * ratio};
+    if (const auto pixels = Exporter::renderSceneToImage(*next, next->duration * 0.5, size))
+        known.picture = QPixmap::fromImage(seenInPlace(*pixels).copy());
+    known.picture.setDevicePixelRatio(ratio);
+    update();
+}
+
+/// Whether nobody waits for the images of a scene to be decoded. Those that are not are sent for.
+bool SceneStripView::hasItsImages(const TweenScene& scene)
+{
+    bool all = true;
+    walkLayers(scene.layers, [&](const Layer& layer) {
+        if (layer.kind == Layer::Kind::image && !images_.isAtHand(layer)) all = false;
+    });
+    return all;
 }
 
 void SceneStripView::editDocument(const std::function<void(TweenDocument&)>& work)
 {
+    // Tried on a copy: what changes nothing is to end nothing that is under way, and makes no unsaved change.
+    TweenDocument tried = context_.editor.state().document;
+    work(tried);
+    if (tried == context_.editor.state().document) return;
     const UUID before = context_.editor.scene().id;
     context_.editor.editDocument(work);
     if (!(context_.editor.scene().id == before)) {
@@ -251,7 +290,7 @@ void SceneStripView::mousePressEvent(QMouseEvent* event)
     cursor_ = static_cast<std::size_t>(item - items_.data());
     if (item->kind != Item::Kind::scene) return press(cursor_);
     pressedAt_ = event->pos();
-    draggingScene_ = item->index;
+    pressedScene_ = item->index;
 }
 
 void SceneStripView::press(std::size_t index)
@@ -261,7 +300,7 @@ void SceneStripView::press(std::size_t index)
     const QPoint below = mapToGlobal(item.rect.bottomLeft() + QPoint(0, 4));
     switch (item.kind) {
     case Item::Kind::scene: return choose(item.index);
-    case Item::Kind::transition: return showTransitionMenu(item.index, below);
+    case Item::Kind::transition: return showTransition(item);
     case Item::Kind::add: return showAddMenu(below);
     case Item::Kind::music: return showMusicMenu(below);
     }
@@ -276,11 +315,10 @@ void SceneStripView::bringIntoView(const Item& item)
 {
     if (item.kind == Item::Kind::music) return;
     const int left = item.rect.left() - padding, right = item.rect.right() + padding;
-    const int room = items_.back().rect.left() - padding; // The music chip stands over what is beyond.
     if (left < 0)
         scroll_ += left;
-    else if (right > room)
-        scroll_ += std::min(right - room, left);
+    else if (right > room())
+        scroll_ += std::min(right - room(), left);
     layOut();
     itemsChanged(*this);
 }
@@ -307,7 +345,8 @@ bool SceneStripView::event(QEvent* event)
     if (event->type() == QEvent::ShortcutOverride && !nameField_->isOpen()) {
         const int key = static_cast<QKeyEvent*>(event)->key();
         const bool isDelete = key == Qt::Key_Delete || key == Qt::Key_Backspace;
-        if (key == Qt::Key_Space || (isDelete && items_[cursor()].kind == Item::Kind::scene)) {
+        const bool cancelsDrag = key == Qt::Key_Escape && draggingScene_;
+        if (key == Qt::Key_Space || cancelsDrag || (isDelete && items_[cursor()].kind == Item::Kind::scene)) {
             event->accept();
             return true;
         }
@@ -318,6 +357,7 @@ bool SceneStripView::event(QEvent* event)
 void SceneStripView::keyPressEvent(QKeyEvent* event)
 {
     if (items_.empty()) return;
+    if (draggingScene_ && event->key() == Qt::Key_Escape) return endDrag();
     const Item item = items_[cursor()];
     const bool isScene = item.kind == Item::Kind::scene;
     const int key = event->key();
@@ -403,22 +443,51 @@ void SceneStripView::mouseMoveEvent(QMouseEvent* event)
 {
     pointer_ = event->pos();
     const Item* item = itemAt(pointer_);
-    if (pressedAt_ && (pointer_ - *pressedAt_).manhattanLength() >= QApplication::startDragDistance())
-        dropOnto_ = item && item->kind == Item::Kind::scene ? std::optional(item->index) : dropOnto_;
+    if (pressedAt_ && !draggingScene_ && (pointer_ - *pressedAt_).manhattanLength() >= QApplication::startDragDistance())
+        beginDrag();
+    if (draggingScene_) {
+        if (item && item->kind == Item::Kind::scene) dropOnto_ = item->index;
+        scrollAtEdges();
+        return update();
+    }
     setToolTip(item && item->kind == Item::Kind::music ? words(SceneStrip::musicHelp) : QString());
     update();
 }
 
-void SceneStripView::mouseReleaseEvent(QMouseEvent*)
+void SceneStripView::beginDrag()
 {
-    const std::optional<QPoint> pressed = std::exchange(pressedAt_, std::nullopt);
-    const std::optional<std::int64_t> from = std::exchange(draggingScene_, std::nullopt);
-    const std::optional<std::int64_t> onto = std::exchange(dropOnto_, std::nullopt);
-    if (!pressed || !from) return;
-    if (!onto) return choose(*from);
-    if (*onto != *from)
-        editDocument([&](TweenDocument& document) { document.moveScene(*from, SceneStrip::dropIndex(*from, *onto)); });
+    draggingScene_ = pressedScene_;
+    focusBeforeDrag_ = QApplication::focusWidget();
+    setFocus(Qt::OtherFocusReason); // For Escape.
+}
+
+void SceneStripView::scrollAtEdges()
+{
+    constexpr int edge = 24, step = 16;
+    const int way = pointer_.x() < edge ? -step : pointer_.x() > room() - edge ? step : 0;
+    if (way == 0) return;
+    scroll_ = std::max(0, scroll_ + way);
+    layOut();
+    itemsChanged(*this);
+}
+
+void SceneStripView::endDrag()
+{
+    pressedAt_.reset();
+    pressedScene_.reset();
+    dropOnto_.reset();
+    if (std::exchange(draggingScene_, std::nullopt) && focusBeforeDrag_) focusBeforeDrag_->setFocus(Qt::OtherFocusReason);
     update();
+}
+
+void SceneStripView::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || !pressedAt_) return;
+    const std::optional<std::int64_t> pressed = pressedScene_, from = draggingScene_, onto = dropOnto_;
+    endDrag();
+    if (!from && pressed) return choose(*pressed);
+    if (from && onto && *onto != *from)
+        editDocument([&](TweenDocument& document) { document.moveScene(*from, SceneStrip::dropIndex(*from, *onto)); });
 }
 
 void SceneStripView::mouseDoubleClickEvent(QMouseEvent* event)
@@ -463,30 +532,20 @@ void SceneStripView::showAddMenu(QPoint position)
     menu.exec(position);
 }
 
-void SceneStripView::showTransitionMenu(std::int64_t index, QPoint position)
+void SceneStripView::showTransition(const Item& item)
 {
-    const std::optional<SceneTransition> current = document_.scenes[static_cast<std::size_t>(index)].transition;
-    QMenu menu(this);
-    menu.addSection(words(SceneStrip::transitionHeading));
-    const auto add = [&](const QString& title, std::optional<SceneTransition::Kind> kind) {
-        QAction* action = menu.addAction(title, this, [this, index, kind] {
-            editDocument([&](TweenDocument& document) { SceneStrip::chooseTransition(document, index, kind); });
-        });
-        action->setCheckable(true);
-        action->setChecked(kind ? current && current->kind == *kind : !current);
+    delete transition_;
+    transitionIndex_ = item.index;
+    transition_ = new TransitionPopover(this);
+    transition_->chooseKind = [this](std::optional<SceneTransition::Kind> kind) {
+        editDocument([&](TweenDocument& document) { SceneStrip::chooseTransition(document, transitionIndex_, kind); });
     };
-    add(words(SceneStrip::noneLabel), std::nullopt);
-    for (const auto& row : EnumTable<SceneTransition::Kind>::cases) add(words(row.label), row.value);
-    menu.addSeparator();
-    QAction* duration = menu.addAction(words(SceneStrip::durationLabel) + "…", this, [this, index, current] {
-        bool isTaken = false;
-        const double seconds = QInputDialog::getDouble(this, words(SceneStrip::transitionHeading), words(SceneStrip::durationLabel),
-                                                       current->duration, 0.1, 5, 1, &isTaken);
-        if (isTaken)
-            editDocument([&](TweenDocument& document) { SceneStrip::setTransitionDuration(document, index, seconds); });
-    });
-    duration->setEnabled(current.has_value());
-    menu.exec(position);
+    transition_->chooseDuration = [this](double seconds) {
+        editDocument([&](TweenDocument& document) { SceneStrip::setTransitionDuration(document, transitionIndex_, seconds); });
+    };
+    transition_->showTransition(document_.scenes[static_cast<std::size_t>(item.index)].transition);
+    const QRect beside(item.rect.x(), (height() - chipHeight) / 2, item.rect.width(), chipHeight); // It hides no chip.
+    transition_->openAt({mapToGlobal(beside.topLeft()), beside.size()});
 }
 
 void SceneStripView::showMusicMenu(QPoint position)
@@ -494,8 +553,9 @@ void SceneStripView::showMusicMenu(QPoint position)
     if (!pickMusic) return;
     if (!document_.audio) return pickMusic();
     QMenu menu(this);
-    menu.addAction("Replace…", this, [this] { pickMusic(); });
-    menu.addAction("Remove", this, [this] { editDocument([](TweenDocument& document) { document.audio.reset(); }); });
+    menu.addAction(words(SceneStrip::replaceMusicLabel), this, [this] { pickMusic(); });
+    menu.addAction(words(SceneStrip::removeMusicLabel), this,
+                   [this] { editDocument([](TweenDocument& document) { document.audio.reset(); }); });
     menu.exec(position);
 }
 
@@ -524,9 +584,9 @@ void SceneStripView::finishRename(NameField::End end)
 void SceneStripView::wheelEvent(QWheelEvent* event)
 {
     const int way = event->angleDelta().y() != 0 ? event->angleDelta().y() : event->angleDelta().x();
-    const int greatest = std::max(0, contentWidth_ + 200 - width());
-    scroll_ = std::clamp(scroll_ - way / 3, 0, greatest);
+    scroll_ = std::max(0, scroll_ - way / 3);
     layOut();
+    itemsChanged(*this);
     update();
 }
 

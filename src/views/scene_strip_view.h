@@ -1,11 +1,14 @@
 #pragma once
 
+#include "rendering/canvas_pictures.h"
 #include "views/accessible_items.h"
 #include "views/controls.h"
 #include "views/editor_context.h"
+#include "views/main_thread.h"
 #include "views/name_field.h"
 
 #include <QPixmap>
+#include <QPointer>
 #include <QTimer>
 
 #include <map>
@@ -14,10 +17,13 @@
 
 namespace larkspool {
 
+class TransitionPopover;
+
 /// The scenes of the document in their order, and the music under them.
 class SceneStripView final : public Surface, public AccessibleItems {
 public:
     SceneStripView(EditorContext context, QWidget* parent);
+    ~SceneStripView() override;
 
     /// Shows the editor's state.
     void refresh();
@@ -50,6 +56,7 @@ private:
     };
 
     void layOut();
+    int room() const; ///< The x where the music chip's surroundings begin.
     /// What the keys act on, held within the items.
     std::size_t cursor() const;
     bool moveCursor(int key);
@@ -58,14 +65,19 @@ private:
     void press(std::size_t index);
     void showSceneMenu(std::int64_t index, QPoint position);
     void takeNextThumbnail();
+    bool hasItsImages(const TweenScene& scene);
     const Item* itemAt(QPoint position) const;
     void paintScene(QPainter& painter, const Item& item);
     void paintWords(QPainter& painter, const Item& item, const QString& icon, const QString& words) const;
     const QPixmap& thumbnail(const TweenScene& scene);
     void choose(std::int64_t index);
+    void beginDrag();
+    void scrollAtEdges();
+    /// Lets go of what was pressed and of the scene that was dragged, if one was.
+    void endDrag();
     void editDocument(const std::function<void(TweenDocument&)>& work);
     void showAddMenu(QPoint position);
-    void showTransitionMenu(std::int64_t index, QPoint position);
+    void showTransition(const Item& item);
     void showMusicMenu(QPoint position);
     void rename(std::int64_t index);
     void finishRename(NameField::End end);
@@ -78,7 +90,11 @@ private:
     int contentWidth_ = 0;
     QPoint pointer_{-1, -1};
     std::optional<QPoint> pressedAt_;
+    std::optional<std::int64_t> pressedScene_;
     std::optional<std::int64_t> draggingScene_, dropOnto_;
+    QPointer<QWidget> focusBeforeDrag_;
+    QPointer<TransitionPopover> transition_;
+    std::int64_t transitionIndex_ = 0; ///< Of the scene whose transition the popover shows.
     std::optional<std::int64_t> renaming_;
     NameField* nameField_ = nullptr;
     std::size_t cursor_ = 0; ///< Where the keyboard is among the items.
@@ -88,6 +104,8 @@ private:
         QPixmap picture{};
     };
     std::map<UUID, Thumbnail> thumbnails_;
+    EventLoop eventLoop_;
+    CanvasPictures images_{eventLoop_, [this] { nextThumbnail_.start(0); }};
     QTimer nextThumbnail_; ///< Runs while a scene's picture is not up to date.
 };
 

@@ -1,9 +1,11 @@
-#include "shell/layer_panel.h"
+#include "shell/inspector.h"
 #include "shell/layer_palette.h"
+#include "shell/layer_panel.h"
 
 #include "editing/scene_lookup.h"
 #include "support/memory_user_defaults.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -68,6 +70,38 @@ TEST(LayerPanel, ARenameStaysAgainstWhatTheNameFollowed)
     EXPECT_EQ(edit->actionName, "Rename Layer");
     EXPECT_EQ(edit->scene.layers[0].name, "Card");
     EXPECT_FALSE(edit->scene.layers[0].nameFollowsShape);
+}
+
+TEST(LayerPanel, ARenameClearsTheFlagOfTheLayersKindAlone)
+{
+    struct Case {
+        Layer::Kind kind;
+        bool Layer::* flag;
+    };
+    constexpr bool Layer::* flags[] = {&Layer::nameFollowsShape, &Layer::nameFollowsText, &Layer::nameFollowsCursorVariant,
+                                       &Layer::nameFollowsLineShape};
+    for (const Case& c :
+         {Case{Layer::Kind::rectangle, &Layer::nameFollowsShape}, Case{Layer::Kind::ellipse, &Layer::nameFollowsShape},
+          Case{Layer::Kind::text, &Layer::nameFollowsText}, Case{Layer::Kind::line, &Layer::nameFollowsLineShape},
+          Case{Layer::Kind::cursor, &Layer::nameFollowsCursorVariant}}) {
+        SCOPED_TRACE(fileValue(c.kind));
+        Layer layer = named("From the content", c.kind);
+        for (const auto flag : flags) layer.*flag = true;
+        TweenScene scene;
+        scene.layers = {layer};
+        const auto edit = LayerPanel::commitRename(scene, layer.id, "Mine");
+        ASSERT_TRUE(edit);
+        for (const auto flag : flags) EXPECT_EQ(edit->scene.layers[0].*flag, flag != c.flag);
+    }
+}
+
+TEST(LayerPanel, AFillEditAfterARenameLeavesTheNameAlone)
+{
+    const Tree tree;
+    TweenScene scene = LayerPanel::commitRename(tree.scene, tree.a.id, "Card")->scene;
+    scene.layers.edit()[0].fill = {1, 0, 0, 1};
+    Inspector::autoRenameShapeLayersOnFillEdit(scene, {tree.a.id});
+    EXPECT_EQ(scene.layers[0].name, "Card");
 }
 
 TEST(LayerPanel, ARenameToBlanksOrToTheSameNameIsNone)
@@ -152,6 +186,16 @@ TEST(LayerPanel, TheSidewaysArrowsOpenCloseAndGoToTheParent)
     EXPECT_TRUE(LayerPanel::handleHorizontal(tree.scene, {tree.group.id}, tree.group.id, false)->expandedGroups.empty());
     EXPECT_EQ(LayerPanel::handleHorizontal(tree.scene, {tree.group.id}, tree.b.id, false)->selects, tree.group.id);
     EXPECT_FALSE(LayerPanel::handleHorizontal(tree.scene, {}, tree.a.id, false)) << "nothing to close, and no parent";
+}
+
+TEST(LayerPalette, WhatIsDraggedOutOfItIsKnownByItsTag)
+{
+    std::vector<std::string_view> tags;
+    for (const LayerPaletteCommands::Item& item : LayerPaletteCommands::items)
+        if (!item.tag.empty()) tags.push_back(item.tag);
+    EXPECT_THAT(tags, testing::ElementsAre("lks-palette:rectangle", "lks-palette:ellipse", "lks-palette:line", "lks-palette:text",
+                                           "lks-palette:image", "lks-palette:video", "lks-palette:cursor", "lks-palette:hotspot",
+                                           "lks-palette:zoom"));
 }
 
 TEST(LayerPalette, AddsALayerOfEachKindThatNeedsNoFile)

@@ -90,5 +90,15 @@ TEST(SceneStrip, MusicThatIsReplacedLeavesItsVolume)
     EXPECT_EQ(document.audio, (DocumentAudio{.urlString = "file:///b.wav", .volume = 0.4, .displayName = "b.wav"}));
 }
 
+TEST(SceneStrip, MusicKeepsTheBookmarkThatItWasChosenWith)
+{
+    TweenDocument document = threeScenes();
+    const Bytes bookmark(std::vector<std::uint8_t>{1, 2, 3});
+    SceneStrip::setMusic(document, "file:///a.wav", "a.wav", bookmark);
+    EXPECT_EQ(document.audio->bookmark, bookmark);
+    SceneStrip::setMusic(document, "file:///b.wav", "b.wav");
+    EXPECT_EQ(document.audio->bookmark, std::nullopt) << "that of another file leads nowhere";
+}
+
 } // namespace
 } // namespace larkspool

@@ -80,6 +80,22 @@ TEST_F(PreferencesWindowTest, TheKeyIsHiddenAndStaysWhenTheAssistantIsSwitchedOf
     EXPECT_EQ(key->text(), "sk-2") << "what changes elsewhere is shown";
 }
 
+TEST_F(PreferencesWindowTest, TheKeyIsShownWhileItsButtonIsOnWhichTheKeyboardReaches)
+{
+    window->choose(Tab::assistant);
+    auto* key = findControl<QLineEdit>(*window, "API key");
+    ASSERT_TRUE(key);
+    key->setFocus();
+    QTest::keyClick(key, Qt::Key_Tab);
+    EXPECT_EQ(focusName(*window), "Show the key");
+    QTest::keyClick(window->focusWidget(), Qt::Key_Space);
+    EXPECT_EQ(key->echoMode(), QLineEdit::Normal);
+    QTest::keyClick(window->focusWidget(), Qt::Key_Space);
+    EXPECT_EQ(key->echoMode(), QLineEdit::Password);
+    QTest::keyClick(window->focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(focusName(*window), "Model");
+}
+
 TEST_F(PreferencesWindowTest, ModelsAreChosenByName)
 {
     window->choose(Tab::assistant);
