@@ -151,7 +151,10 @@ EditorFocusedValues focusedValues(const EditorState& state, const UndoManager& u
                                .canGroupSelection = canGroupSelection(scene, selection),
                                .canUngroupSelection = canUngroupSelection(scene, selection),
                                .canUndo = undoManager.canUndo(),
-                               .canRedo = undoManager.canRedo()};
+                               .canRedo = undoManager.canRedo(),
+                               .undoActionName = undoManager.undoActionName(),
+                               .redoActionName = undoManager.redoActionName(),
+                               .isUndoGroupOpen = undoManager.groupingLevel() > 0};
 
     ContextActionAvailability& actions = values.contextActions;
     actions.selectedCount = selection.size();

@@ -15,8 +15,13 @@ using Values = EditorFocusedValues;
 /// @name What commands need.
 /// @{
 constexpr std::string_view noDocument = "Open a document first.";
-constexpr CommandCondition canUndo{[](const Values& v) { return v.canUndo; }, "There is nothing to undo."};
-constexpr CommandCondition canRedo{[](const Values& v) { return v.canRedo; }, "There is nothing to redo."};
+constexpr std::string_view behindSheet = "Finish or cancel what is open over the document first.";
+constexpr CommandCondition noUndoGroup{[](const Values& v) { return !v.isUndoGroupOpen; },
+                                       "The assistant is at work. What it does can be undone when it has finished."};
+constexpr CommandCondition canUndo{[](const Values& v) { return v.canUndo; }, "There is nothing to undo.", &noUndoGroup};
+constexpr CommandCondition canRedo{[](const Values& v) { return v.canRedo; }, "There is nothing to redo.", &noUndoGroup};
+constexpr CommandCondition edited{[](const Values& v) { return v.isEdited.value_or(true); },
+                                  "Nothing has changed since the document was saved."};
 constexpr CommandCondition layers{[](const Values& v) { return v.selectedLayerCount >= 1; }, "Select a layer first."};
 constexpr CommandCondition oneLayer{[](const Values& v) { return v.selectedLayerCount == 1; }, "Select one layer first."};
 constexpr CommandCondition twoLayers{[](const Values& v) { return v.selectedLayerCount >= 2; },
@@ -32,16 +37,15 @@ constexpr CommandCondition groupable{[](const Values& v) { return v.canGroupSele
                                      "Select layers of one group or level first."};
 constexpr CommandCondition ungroupable{[](const Values& v) { return v.canUngroupSelection; }, "Select a group first."};
 constexpr CommandCondition toFront{[](const Values& v) { return v.zOrder.canBringToFront; },
-                                   "No selected layer can be brought to the front."};
+                                   "The first selected layer is the frontmost, or in a group.", &layers};
 constexpr CommandCondition forward{[](const Values& v) { return v.zOrder.canBringForward; },
-                                   "No selected layer can be brought forward."};
+                                   "The first selected layer is the frontmost of its level.", &layers};
 constexpr CommandCondition backward{[](const Values& v) { return v.zOrder.canSendBackward; },
-                                    "No selected layer can be sent backward."};
+                                    "The first selected layer is the backmost of its level.", &layers};
 constexpr CommandCondition toBack{[](const Values& v) { return v.zOrder.canSendToBack; },
-                                  "No selected layer can be sent to the back."};
-constexpr CommandCondition copiedProperties{
-    [](const Values& v) { return v.selectedLayerCount >= 1 && v.contextActions.hasPropertiesClipboard; },
-    "Copy the properties of a layer first, and select where they are to go."};
+                                  "The first selected layer is the backmost, or in a group.", &layers};
+constexpr CommandCondition copiedProperties{[](const Values& v) { return v.contextActions.hasPropertiesClipboard; },
+                                            "Copy the properties of a layer first.", &layers};
 constexpr CommandCondition renamed{[](const Values& v) { return v.contextActions.canResetName; },
                                    "Select a layer that was renamed first."};
 
@@ -133,7 +137,7 @@ constexpr std::array<CommandInfo, static_cast<std::size_t>(arrowStepDown) + 1> t
     ofWindow(closeWindow, Menu::file, "Close").on(command("W")).inNewSection(),
     ofWindow(saveDocument, Menu::file, "Save").on(command("S")),
     ofWindow(saveDocumentAs, Menu::file, "Save As…").on(commandShift("S")),
-    ofWindow(revertDocument, Menu::file, "Revert to Saved"),
+    ofWindow(revertDocument, Menu::file, "Revert to Saved").needing(edited),
     posted(exportMP4, "LKSExportMP4", Menu::file, "Export MP4...").on(command("E")).inNewSection(),
     posted(quickRender, "LKSQuickRender", Menu::file, "Quick Render").on(commandOption("R")),
     posted(quickRenderFromPlayhead, "", Menu::file, "Quick Render From Playhead…")
@@ -254,7 +258,18 @@ constexpr auto insertCursorTable = [] {
     return entries;
 }();
 
+std::string stepTitle(const std::string& title, const std::string& actionName)
+{
+    return actionName.empty() ? title : title + " " + actionName;
+}
+
 } // namespace
+
+const CommandCondition* CommandCondition::failing(const EditorFocusedValues& values) const
+{
+    if (const CommandCondition* earlier = before ? before->failing(values) : nullptr) return earlier;
+    return isMet(values) ? nullptr : this;
+}
 
 std::string_view menuTitle(Menu menu)
 {
@@ -294,9 +309,20 @@ CommandAvailability availability(Command command, const CommandContext& context)
     if (!info.missing.empty()) return {false, info.missing};
     if (context.editsText && isForText(command)) return {};
     if (info.target == CommandTarget::application) return {};
+    if (context.isCovered) return {false, behindSheet};
     if (!context.front) return {false, noDocument};
-    if (info.condition && !info.condition->holds(*context.front)) return {false, info.condition->otherwise};
+    const CommandCondition* failing = info.condition ? info.condition->failing(*context.front) : nullptr;
+    if (failing) return {false, failing->otherwise};
     return {};
+}
+
+std::string commandTitle(Command command, const CommandContext& context)
+{
+    const std::string title(commandInfo(command).title);
+    if (!context.front) return title;
+    if (command == undo) return stepTitle(title, context.front->undoActionName);
+    if (command == redo) return stepTitle(title, context.front->redoActionName);
+    return title;
 }
 
 std::optional<bool> isChecked(Command command, const UserDefaults& defaults)
@@ -319,12 +345,6 @@ std::span<const InsertItem> insertItems()
 std::span<const InsertItem> insertCursorItems()
 {
     return insertCursorTable;
-}
-
-CommandAvailability availability(const InsertItem& item, const CommandContext& context)
-{
-    if (!item.missing.empty()) return {false, item.missing};
-    return availability(insertLayerOfKind, context);
 }
 
 } // namespace larkspool

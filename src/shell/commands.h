@@ -172,14 +172,23 @@ struct EditorFocusedValues {
     ContextActionAvailability contextActions{};
     bool canUndo = false;
     bool canRedo = false;
+    std::string undoActionName{};     ///< Of the step that would be undone; empty if there is none or it has no name.
+    std::string redoActionName{};
+    bool isUndoGroupOpen = false;     ///< The assistant is at work: what is done meanwhile will be one step.
+    std::optional<bool> isEdited{};   ///< Whether the document differs from what was saved; absent where that is not known.
 
     bool operator==(const EditorFocusedValues&) const = default;
 };
 
 /// What a command needs to be possible, and what a person is told if it is not.
 struct CommandCondition {
-    bool (*holds)(const EditorFocusedValues& values);
+    bool (*isMet)(const EditorFocusedValues& values);
     std::string_view otherwise;
+    const CommandCondition* before = nullptr; ///< Needed as well, and told of first. Null for none.
+
+    /// The first condition that does not hold; null if all do.
+    const CommandCondition* failing(const EditorFocusedValues& values) const;
+    bool holds(const EditorFocusedValues& values) const { return !failing(values); }
 };
 
 /// What is known of a command before it is carried out.
@@ -213,9 +222,13 @@ struct CommandAvailability {
 struct CommandContext {
     std::optional<EditorFocusedValues> front{}; ///< Absent with no document window in front, and while a sheet covers it.
     bool editsText = false;                     ///< Whether a text that is being edited takes cut, copy and paste.
+    bool isCovered = false;                     ///< Whether there is such a window, and a sheet covers it.
 };
 
 CommandAvailability availability(Command command, const CommandContext& context);
+
+/// The title as a menu shows it now: undo and redo name their step.
+std::string commandTitle(Command command, const CommandContext& context);
 
 /// For commands that switch something, whether it is on.
 std::optional<bool> isChecked(Command command, const UserDefaults& defaults);
@@ -232,7 +245,6 @@ struct LayerInsertion {
 struct InsertItem {
     std::string_view title;
     LayerInsertion insertion;
-    std::string_view missing{}; ///< As of a command.
 };
 
 inline constexpr std::string_view insertLayerMenuTitle = "Insert Layer";
@@ -241,6 +253,4 @@ inline constexpr std::string_view cursorMenuTitle = "Cursor";
 std::span<const InsertItem> insertItems();
 /// One for each variant of the cursor.
 std::span<const InsertItem> insertCursorItems();
-CommandAvailability availability(const InsertItem& item, const CommandContext& context);
-
 } // namespace larkspool

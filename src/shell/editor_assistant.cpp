@@ -25,7 +25,11 @@ AssistantView::Services EditorAssistant::viewServices()
                     *edited_ = std::move(document);
                 },
             .onMutate = [this](std::string_view name, const std::function<void()>& change) { mutate(name, change); },
-            .beginUndoGroup = [this](const std::string& name) { group_.begin(name); },
+            .beginUndoGroup =
+                [this](const std::string& name) {
+                    group_.begin(name);
+                    if (services_.changed) services_.changed(); // Nothing can be undone until the group ends.
+                },
             .endUndoGroup = [this] { group_.end(); }};
 }
 

@@ -21,7 +21,8 @@ public:
         const AssistantClient& client;
         std::function<bool()> isPlaying{};          ///< Whether the editor is playing; absent, it never is.
         std::function<LayerIDs()> expandedGroups{}; ///< Of the layer panel; absent, none are.
-        std::function<void()> changed{};            ///< Called after a change of the document. May be absent.
+        /// Called after a change of the document or of what can be undone. May be absent.
+        std::function<void()> changed{};
     };
 
     explicit EditorAssistant(Services services);

@@ -270,6 +270,11 @@ CanvasCursor EditorView::canvasCursor(const InteractionOverlay::Pointer& pointer
     return overlay_.updateCursor(pointer, overlayEditor({}), {});
 }
 
+void EditorView::tapTimelineItems(std::span<const TimelineItemRef> members, Modifiers modifiers)
+{
+    larkspool::tapTimelineItems(state_, members, modifiers);
+}
+
 void EditorView::pressTimelineItems(DragPress press, double trackWidth, double bodyTrigger)
 {
     cancelTimelinePress();
@@ -309,7 +314,7 @@ bool EditorView::releaseTimelineItems(Modifiers modifiers)
     snapState_.time.reset();
     videoTrimOverlay_.reset();
     if (!press.gesture) {
-        tapTimelineItems(state_, press.drag.tappedMembers(), modifiers);
+        tapTimelineItems(press.drag.tappedMembers(), modifiers);
         return false;
     }
     const bool recorded = press.gesture->end(press.drag.actionName());
@@ -353,6 +358,11 @@ void EditorView::updateMarquee(CGPoint end, std::optional<std::span<const UUID>>
     autoScroll_.updateMarqueeAutoScroll(marqueeScrollSpeed(end.x, containerWidth, leftGutter, viewport));
 }
 
+void EditorView::shiftMarquee(double points)
+{
+    if (marquee_) marquee_->shift(points);
+}
+
 void EditorView::endMarquee()
 {
     marquee_.reset();
@@ -365,6 +375,24 @@ void EditorView::setActiveScene(std::int64_t index)
     document.activeSceneIndex = index;
     document.activeSceneIndex = static_cast<std::int64_t>(document.clampedActiveSceneIndex());
     if (services_.steps.invalidate) services_.steps.invalidate();
+}
+
+void EditorView::replaceDocument(std::string_view actionName, TweenDocument document)
+{
+    endWhatIsUnderWay();
+    commit_.confirmNumericUndoGate();
+    exchangeDocument(std::move(document));
+    undoManager_.setActionName(actionName);
+}
+
+/// The way back is registered meanwhile, so that undoing and redoing are the same again.
+void EditorView::exchangeDocument(TweenDocument document)
+{
+    undoManager_.registerUndo([this, before = state_.document] { exchangeDocument(before); });
+    const std::int64_t active = state_.document.activeSceneIndex;
+    state_.document = std::move(document);
+    setActiveScene(active);
+    dropDeadReferences(state_);
 }
 
 bool EditorView::selectScene(std::int64_t index)

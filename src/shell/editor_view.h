@@ -73,11 +73,16 @@ public:
     void editDocument(const std::function<void(TweenDocument& document)>& work);
     /// @}
 
+    /// Puts another document in the place of this one, exactly as it is, with all its scenes, as one step. The scene of the same
+    /// index is the active one.
+    void replaceDocument(std::string_view actionName, TweenDocument document);
+
     /// @name State that is no part of the document.
     /// @{
     void setPlayhead(double seconds) { state_.playhead = seconds; }
     void selectLayers(LayerIDs layerIDs) { larkspool::selectLayers(state_, std::move(layerIDs)); }
     void selectTimelineItems(TimelineSelection items) { larkspool::selectTimelineItems(state_, std::move(items)); }
+    void tapTimelineItems(std::span<const TimelineItemRef> members, Modifiers modifiers);
     void pinTimelineLayers(LayerIDs layerIDs) { state_.timelinePinnedLayerIDs = std::move(layerIDs); }
     void setTimelineZoom(bool zoomedIn) { state_.zoomedIn = zoomedIn; }
     void scrollTimeline(double seconds) { scrollViewport(state_, seconds); }
@@ -158,12 +163,15 @@ public:
     /// `layers` are those with rows of their own; absent, the rows stand for the whole scene.
     void updateMarquee(CGPoint end, std::optional<std::span<const UUID>> layers, std::span<const PerLayerTrackBand> bands,
                        double leftGutter, double containerWidth, Modifiers modifiers);
+    /// The rows below it have moved sideways by that many points, and its first corner with them.
+    void shiftMarquee(double points);
     void endMarquee();
     const MarqueeAutoScroll& marqueeAutoScroll() const { return autoScroll_; }
     /// @}
 
     std::optional<std::string> rippleToastMessage() const { return toast_.message(services_.timers.now()); }
-    RippleHandleSuppressor& rippleHandles() { return suppressor_; }
+    /// Hides the ripple pills until a moment after the last of these calls.
+    void suppressRippleHandles() { suppressor_.suppress(services_.timers.now()); }
     bool areRippleHandlesHidden() const { return suppressor_.hidden(services_.timers.now()); }
 
 private:
@@ -176,6 +184,7 @@ private:
     };
 
     void endWhatIsUnderWay();
+    void exchangeDocument(TweenDocument document);
     InteractionOverlay::Editor overlayEditor(CGPoint pan) const;
     CGPoint showCanvasDrag(const InteractionOverlay::Outcome& outcome);
     DragSetting dragSetting(double trackWidth, double bodyTrigger) const;

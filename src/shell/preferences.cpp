@@ -29,4 +29,10 @@ void PreferencesView::chooseModelRow(UserDefaults& defaults, std::size_t row)
     defaults.set(DefaultsKey::assistantModel, std::string(modelRows[row].value));
 }
 
+Updater& Updater::shared()
+{
+    static Updater updater;
+    return updater;
+}
+
 } // namespace larkspool

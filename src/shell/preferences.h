@@ -60,6 +60,9 @@ class Updater {
 public:
     static constexpr std::string_view whyNot = "New versions come with the packages of your system.";
 
+    /// The one of the program.
+    static Updater& shared();
+
     bool canCheckForUpdates() const { return false; }
     void checkForUpdates() {}
 };

@@ -7,8 +7,10 @@ std::optional<RepairNotice> repairNotice(const Diagnostics& diagnostics)
     RepairNotice notice;
     for (const Diagnostic& diagnostic : diagnostics.told) {
         if (diagnostic.action == Diagnostic::Action::migrated) continue;
-        const bool isDropped = diagnostic.action == Diagnostic::Action::dropped;
-        notice.lines.push_back(diagnostic.text + (isDropped ? ": left out" : ": a default stands in its place"));
+        const bool isDefaulted = diagnostic.action == Diagnostic::Action::defaulted;
+        const bool tellsPlace = diagnostic.path.empty() || diagnostic.text.find(diagnostic.path) != std::string::npos;
+        notice.lines.push_back((tellsPlace ? std::string() : diagnostic.path + ": ") + diagnostic.text +
+                               (isDefaulted ? ": a default stands in its place" : ": left out"));
     }
     const std::size_t count = notice.lines.size() + diagnostics.untold;
     if (count == 0) return std::nullopt;

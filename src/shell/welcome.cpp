@@ -78,7 +78,19 @@ void WelcomeView::finishCustomSize(std::optional<double> width, std::optional<do
 
 void WelcomeView::openRecent(const std::string& path)
 {
-    if (services_.openDocument(path)) services_.dismissWelcome();
+    if (!openingPath().empty()) return;
+    setOpeningPath(path);
+    services_.openDocument(path, [this, alive = std::weak_ptr(openingPath_)](bool isOpen) {
+        if (alive.expired()) return;
+        setOpeningPath({});
+        if (isOpen) services_.dismissWelcome();
+    });
+}
+
+void WelcomeView::setOpeningPath(const std::string& path)
+{
+    *openingPath_ = path;
+    if (services_.openingChanged) services_.openingChanged();
 }
 
 bool WelcomeView::showsOnLaunch() const

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -86,18 +87,25 @@ public:
     struct Services {
         UserDefaults& defaults;
         std::function<void()> openUntitledDocument;
-        std::function<bool(const std::string& path)> openDocument; ///< Whether there is a window of it now.
+        /// Opens the file, soon. `ended` is called on the main thread in the end; `isOpen` tells whether there is a window of it.
+        std::function<void(const std::string& path, std::function<void(bool isOpen)> ended)> openDocument;
         std::function<void()> dismissWelcome;
+        std::function<void()> openingChanged{}; ///< Called when `openingPath` has changed. May be absent.
     };
 
     explicit WelcomeView(Services services) : services_(std::move(services)) {}
+    WelcomeView(const WelcomeView&) = delete;
+    WelcomeView& operator=(const WelcomeView&) = delete;
 
     /// A new document of that size. Nothing happens unless both sides are above 0.
     void createDocument(CGSize size);
     /// The same for a size that was asked for; nothing if there is none.
     void finishCustomSize(std::optional<double> width, std::optional<double> height);
-    /// Opens the file. The window stays if it cannot be opened.
+    /// Opens the file. The window stays until it is open, and if it cannot be opened. While one file is being opened, no other is
+    /// taken. This may go meanwhile.
     void openRecent(const std::string& path);
+    /// The file that is being opened; empty for none.
+    const std::string& openingPath() const { return *openingPath_; }
 
     bool showsOnLaunch() const;
     void setShowsOnLaunch(bool shows);
@@ -105,7 +113,10 @@ public:
     bool customSheetVisible = false;
 
 private:
+    void setOpeningPath(const std::string& path);
+
     Services services_;
+    std::shared_ptr<std::string> openingPath_ = std::make_shared<std::string>(); ///< Watched by the file that is being opened.
 };
 
 /// The files that were opened or saved of late, the last one first. They are kept in a file of their own.

@@ -1,9 +1,12 @@
 #include "views/application.h"
 
 #include "shell/secret_defaults.h"
-#include "views/desktop_secrets.h"
 #include "views/color_scheme.h"
+#include "views/desktop_secrets.h"
+#include "views/document_folder.h"
 #include "views/editor_window.h"
+#include "views/main_loop_watchdog.h"
+#include "views/motion.h"
 #include "views/preferences_window.h"
 #include "views/style.h"
 #include "views/system_pasteboard.h"
@@ -13,16 +16,15 @@
 #include <QDeadlineTimer>
 #include <QFileDialog>
 #include <QMessageBox>
-#include <QPointer>
 
+#include <algorithm>
 #include <filesystem>
-#include <memory>
+#include <system_error>
+#include <utility>
 
 namespace larkspool {
 
 namespace {
-
-const char* const fileFilter = "Larkspool documents (*.larkspool)";
 
 /// Beside the settings. Empty where those are kept nowhere.
 std::string windowStatePath()
@@ -31,145 +33,172 @@ std::string windowStatePath()
     return settings.empty() ? std::string() : (std::filesystem::path(settings).parent_path() / "windows.ini").string();
 }
 
-/// The program while its windows are open.
-class Application {
-public:
-    Application()
-    {
-        workspace_.performForApplication = [this](Command command) { perform(command); };
-        workspace_.openDocument = [this](const std::string& path) { openSoon(path); };
-    }
+void tellFailure(const std::string& path, const std::string& why)
+{
+    QMessageBox::critical(
+        nullptr, "Larkspool",
+        QString("“%1” could not be opened.\n\n%2").arg(QString::fromStdString(path), QString::fromStdString(why)));
+}
 
-    /// Tells whether there is a window of it now.
-    bool open(const QString& path)
-    {
-        try {
-            show(DocumentFile::open(path.toStdString()));
-            workspace_.recents.note(path.toStdString());
-            return true;
-        } catch (const std::exception& error) {
-            tellFailure(path, error.what());
-            return false;
-        }
-    }
+void present(QWidget& window)
+{
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
 
-    /// Reads the document beside the windows that are open, which stay alive meanwhile.
-    void openSoon(const std::string& path)
-    {
-        const Tasks tasks = workspace_.background.tasks();
-        tasks.detach([this, tasks, path] {
-            std::shared_ptr<DocumentFile> file;
-            QString failure;
-            try {
-                file = std::make_shared<DocumentFile>(DocumentFile::open(path));
-            } catch (const std::exception& error) {
-                failure = error.what();
-            }
-            tasks.onMain([this, path, file, failure] {
-                if (!file) return tellFailure(QString::fromStdString(path), failure);
-                show(std::move(*file));
-                workspace_.recents.note(path);
-            });
-        });
-    }
-
-    /// Waits a little for the desktop to take the last secret in.
-    void settle() const
-    {
-        const QDeadlineTimer deadline(std::chrono::seconds(2));
-        while (!defaults_.isSettled() && !deadline.hasExpired()) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    }
-
-    void openNew() { show(DocumentFile(newDocument(defaults_))); }
-
-    /// The window of a launch without documents.
-    void openFirst()
-    {
-        if (launchWindow(defaults_) == LaunchWindow::welcome)
-            showWelcome();
-        else
-            openNew();
-    }
-
-private:
-    static void tellFailure(const QString& path, const QString& why)
-    {
-        QMessageBox::critical(nullptr, "Larkspool", QString("“%1” could not be opened.\n\n%2").arg(path, why));
-    }
-
-    void show(DocumentFile file)
-    {
-        auto* window = new EditorWindow(std::move(file), workspace_);
-        window->show();
-    }
-
-    void showWelcome()
-    {
-        if (!welcome_)
-            welcome_ = new WelcomeWindow({.defaults = defaults_,
-                                          .recents = workspace_.recents,
-                                          .tasks = workspace_.background.tasks(),
-                                          .openUntitledDocument = [this] { openNew(); },
-                                          .openDocument =
-                                              [this](const std::string& path) { return open(QString::fromStdString(path)); },
-                                          .askForDocument = [this] {
-                                              return QFileDialog::getOpenFileName(welcome_, "Open", {}, fileFilter);
-                                          }});
-        present(*welcome_);
-    }
-
-    void showSettings()
-    {
-        if (!settings_) settings_ = new PreferencesWindow(defaults_);
-        present(*settings_);
-    }
-
-    static void present(QWidget& window)
-    {
-        window.show();
-        window.raise();
-        window.activateWindow();
-    }
-
-    void perform(Command command)
-    {
-        switch (command) {
-        case Command::showWelcome: return showWelcome();
-        case Command::showSettings: return showSettings();
-        case Command::newDocument: return openNew();
-        case Command::openDocument:
-            for (const QString& path : QFileDialog::getOpenFileNames(nullptr, "Open", {}, fileFilter)) openSoon(path.toStdString());
-            return;
-        case Command::quit: return QApplication::closeAllWindows();
-        default: return;
-        }
-    }
-
-    FileUserDefaults settingsFile_;
-    DesktopSecrets secrets_;
-    SecretDefaults defaults_{settingsFile_, secrets_, DefaultsKey::assistantAPIKey};
-    SystemPasteboard pasteboard_;
-    Workspace workspace_{.defaults = defaults_, .pasteboard = pasteboard_, .windowStatePath = windowStatePath()};
-    QPointer<WelcomeWindow> welcome_;
-    QPointer<PreferencesWindow> settings_;
-};
+/// Waits a little for the desktop to take the last secret in.
+void settle(const SecretDefaults& defaults)
+{
+    const QDeadlineTimer deadline(std::chrono::seconds(2));
+    while (!defaults.isSettled() && !deadline.hasExpired()) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+}
 
 } // namespace
+
+Application::Application(Services services)
+    : workspace_{.defaults = services.defaults,
+                 .pasteboard = services.pasteboard,
+                 .recents = RecentDocuments(services.recentDocumentsPath),
+                 .windowStatePath = services.windowStatePath},
+      opener_({.tasks = workspace_.background.tasks(),
+               .recents = workspace_.recents,
+               .showAgain = [this](const std::string& path) { return showAgain(path); },
+               .show = [this](DocumentFile file) { show(std::move(file)); },
+               .tellFailure = services.tellFailure ? services.tellFailure : tellFailure})
+{
+    workspace_.performForApplication = [this](Command command) { perform(command); };
+    workspace_.openDocument = [this](const std::string& path) { opener_.open(path); };
+}
+
+Application::~Application()
+{
+    for (const QPointer<EditorWindow>& editor : editors_) delete editor;
+    delete welcome_;
+    delete settings_;
+}
+
+std::vector<EditorWindow*> Application::editorWindows() const
+{
+    std::vector<EditorWindow*> open;
+    for (const QPointer<EditorWindow>& editor : editors_)
+        if (editor && editor->isVisible()) open.push_back(editor);
+    return open;
+}
+
+WelcomeWindow* Application::welcomeWindow() const
+{
+    return welcome_;
+}
+
+void Application::launch(const std::vector<std::string>& paths)
+{
+    const auto isOpen = [this](const std::string& path) { return opener_.openAtOnce(path); };
+    if (std::ranges::count_if(paths, isOpen) > 0) return;
+    if (launchWindow(workspace_.defaults) == LaunchWindow::welcome)
+        showWelcome();
+    else
+        openNew();
+}
+
+void Application::perform(Command command)
+{
+    switch (command) {
+    case Command::showWelcome: return showWelcome();
+    case Command::showSettings: return showSettings();
+    case Command::newDocument: return openNew();
+    case Command::openDocument:
+        for (const QString& path : QFileDialog::getOpenFileNames(nullptr, "Open", folderToOpenFrom(), documentFilter))
+            opener_.open(path.toStdString());
+        return;
+    case Command::quit: return quit();
+    default: return;
+    }
+}
+
+void Application::openNew()
+{
+    show(DocumentFile(newDocument(workspace_.defaults)));
+}
+
+void Application::show(DocumentFile file)
+{
+    std::erase(editors_, nullptr);
+    editors_.push_back(new EditorWindow(std::move(file), workspace_));
+    present(*editors_.back());
+}
+
+/// Brings the window of the document to the front, by whatever name its file is asked for. Whether there is one.
+bool Application::showAgain(const std::string& path) const
+{
+    for (EditorWindow* editor : editorWindows()) {
+        std::error_code unknown;
+        if (!std::filesystem::equivalent(editor->file().path(), path, unknown)) continue;
+        if (editor->isMinimized()) editor->showNormal();
+        present(*editor);
+        return true;
+    }
+    return false;
+}
+
+void Application::showWelcome()
+{
+    if (!welcome_)
+        welcome_ = new WelcomeWindow(
+            {.defaults = workspace_.defaults,
+             .recents = workspace_.recents,
+             .tasks = workspace_.background.tasks(),
+             .openUntitledDocument = [this] { openNew(); },
+             .openDocument = [this](const std::string& path,
+                                    std::function<void(bool)> ended) { opener_.open(path, std::move(ended)); },
+             .askForDocument =
+                 [this] { return QFileDialog::getOpenFileName(welcome_, "Open", folderToOpenFrom(), documentFilter); }});
+    present(*welcome_);
+}
+
+void Application::showSettings()
+{
+    if (!settings_) settings_ = new PreferencesWindow(workspace_.defaults);
+    present(*settings_);
+}
+
+/// Unless a window stays, for it has changes that a person wants to keep.
+void Application::quit()
+{
+    QApplication::closeAllWindows();
+    const QList<QWidget*> windows = QApplication::topLevelWidgets();
+    if (std::ranges::none_of(windows, [](const QWidget* window) { return window->isVisible(); })) QApplication::quit();
+}
+
+QString Application::folderToOpenFrom() const
+{
+    const std::vector<std::string>& recents = workspace_.recents.paths();
+    return folderOfDocument(recents.empty() ? std::string() : recents.front());
+}
 
 int runEditor(int& count, char** arguments)
 {
     QApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
-    QApplication toolkit(count, arguments);
+    WatchedApplication toolkit(count, arguments);
     QApplication::setApplicationName("Larkspool");
     QApplication::setDesktopFileName("larkspool");
     chooseTheme(preferredColorScheme());
+    chooseMotion(preferredMotion());
     applyLook();
 
-    Application application;
-    for (const QString& path : QApplication::arguments().sliced(1)) application.open(path);
-    if (QApplication::topLevelWidgets().isEmpty()) application.openFirst();
+    FileUserDefaults settingsFile;
+    DesktopSecrets secrets;
+    SecretDefaults defaults(settingsFile, secrets, DefaultsKey::assistantAPIKey);
+    SystemPasteboard pasteboard;
+    Application application({.defaults = defaults,
+                             .pasteboard = pasteboard,
+                             .windowStatePath = windowStatePath(),
+                             .recentDocumentsPath = RecentDocuments::recentDocumentsPath()});
+    std::vector<std::string> paths;
+    for (const QString& path : QApplication::arguments().sliced(1)) paths.push_back(path.toStdString());
+    application.launch(paths);
     const int status = QApplication::exec();
-    application.settle();
+    settle(defaults);
     return status;
 }
 

@@ -9,6 +9,7 @@
 #include "shell/repair_notice.h"
 #include "views/assistant_panel_view.h"
 #include "views/canvas_view.h"
+#include "views/document_folder.h"
 #include "views/export_flow.h"
 #include "views/inspector_fields.h"
 #include "views/inspector_tabs.h"
@@ -16,6 +17,7 @@
 #include "views/layer_palette_view.h"
 #include "views/layer_panel_view.h"
 #include "views/layer_sheets.h"
+#include "views/main_loop_watchdog.h"
 #include "views/media_surfaces.h"
 #include "views/notice_bar.h"
 #include "views/panel_splitter.h"
@@ -27,10 +29,12 @@
 #include "views/toast.h"
 #include "views/top_bar.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QCloseEvent>
 #include <QFileDialog>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -38,8 +42,10 @@
 #include <QScreen>
 #include <QSettings>
 #include <QShortcut>
+#include <QTextEdit>
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <filesystem>
 
@@ -51,7 +57,6 @@ constexpr int sceneStripHeight = 52;
 constexpr QSize defaultSize(1500, 950), smallestSize(1024, 680);
 constexpr PanelSplitter::Limits layersLimits{184, 420}, inspectorLimits{264, 480}, timelineLimits{.least = 124, .mostShare = 0.6};
 constexpr int besideAnotherWindow = 28;
-const char* const fileFilter = "Larkspool documents (*.larkspool)";
 
 /// How large the panels are when a window first opens.
 struct PanelSizes {
@@ -79,6 +84,22 @@ QWidget* firstFocus(QWidget& region)
     for (QWidget* next = region.nextInFocusChain(); next != &region; next = next->nextInFocusChain())
         if (region.isAncestorOf(next) && next->isVisible() && next->isEnabled() && (next->focusPolicy() & Qt::TabFocus)) return next;
     return nullptr;
+}
+
+/// The text that has the keyboard. Null if that is elsewhere.
+QWidget* editedText()
+{
+    QWidget* focus = QApplication::focusWidget();
+    const bool isText =
+        qobject_cast<QLineEdit*>(focus) || qobject_cast<QPlainTextEdit*>(focus) || qobject_cast<QTextEdit*>(focus);
+    return isText ? focus : nullptr;
+}
+
+/// Whether the key presses the button that the keyboard has come to, before any menu answers it.
+bool pressesButton(const QKeyEvent& key)
+{
+    return key.key() == Qt::Key_Space && key.modifiers() == Qt::NoModifier &&
+           qobject_cast<QAbstractButton*>(QApplication::focusWidget());
 }
 
 } // namespace
@@ -316,25 +337,33 @@ void EditorWindow::buildMenus()
                                         sendCommand(Command::insertLayerOfKind, workspace_.center, *this, insertion);
                                     },
                                 .recentDocuments = [this] { return workspace_.recents.paths(); },
-                                .openDocument = [this](const std::string& path) { workspace_.openDocument(path); }});
+                                .openDocument = [this](const std::string& path) { workspace_.openDocument(path); },
+                                .aboutToShow = [this] { menus_->refresh(commandContext(hasChanges()), workspace_.defaults); }});
+}
+
+CommandContext EditorWindow::commandContext(bool isEdited) const
+{
+    CommandContext context{.editsText = editedText() != nullptr, .isCovered = isCovered()};
+    if (context.isCovered) return context;
+    context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
+    context.front->isEdited = isEdited;
+    return context;
 }
 
 bool EditorWindow::forwardToTextResponder(Command selector)
 {
-    auto* line = qobject_cast<QLineEdit*>(QApplication::focusWidget());
-    auto* text = qobject_cast<QPlainTextEdit*>(QApplication::focusWidget());
-    if (!line && !text) return false;
-    switch (selector) {
-    case Command::cut: line ? line->cut() : text->cut(); break;
-    case Command::copy: line ? line->copy() : text->copy(); break;
-    default: line ? line->paste() : text->paste(); break;
-    }
-    return true;
+    assert(isForText(selector));
+    QWidget* text = editedText();
+    if (!text) return false;
+    // All texts of the toolkit have these slots.
+    const char* slot = selector == Command::cut ? "cut" : selector == Command::copy ? "copy" : "paste";
+    return QMetaObject::invokeMethod(text, slot);
 }
 
 void EditorWindow::perform(Command command)
 {
     const CommandInfo& info = commandInfo(command);
+    MainLoopWatchdog::noteCommand(info.title);
     if (info.target == CommandTarget::application) return workspace_.performForApplication(command);
     if (info.notification.empty()) return receive(command, {});
     std::any payload;
@@ -415,12 +444,11 @@ void EditorWindow::syncDocumentAudio()
 
 void EditorWindow::refresh()
 {
-    showTitle();
+    const bool isEdited = hasChanges();
+    showTitle(isEdited);
     syncDocumentAudio();
-    QWidget* const focus = QApplication::focusWidget();
-    const bool editsText = qobject_cast<QLineEdit*>(focus) || qobject_cast<QPlainTextEdit*>(focus);
-    CommandContext context{.editsText = editsText};
-    if (!isCovered()) context.front = focusedValues(editor_->state(), editor_->undoManager(), workspace_.styles);
+    playback_->followActiveScene();
+    const CommandContext context = commandContext(isEdited);
     menus_->refresh(context, workspace_.defaults);
     showPanels();
     topBar_->refresh(context, workspace_.defaults);
@@ -450,9 +478,8 @@ void EditorWindow::showPanels()
     show(strip_, Panel::sceneStrip, nullptr);
 }
 
-void EditorWindow::showTitle()
+void EditorWindow::showTitle(bool isEdited)
 {
-    const bool isEdited = file_.isEdited(editor_->state().document);
     const QString shown = QString::fromStdString(file_.displayName());
     topBar_->showName(shown, isEdited);
     setWindowModified(isEdited);
@@ -466,11 +493,12 @@ bool EditorWindow::save()
 
 bool EditorWindow::saveAs()
 {
-    const QString offered = QString::fromStdString(file_.path().empty() ? file_.displayName() + ".larkspool" : file_.path());
-    QString path = QFileDialog::getSaveFileName(this, "Save As", offered, fileFilter);
-    if (path.isEmpty()) return false;
-    if (!path.endsWith(".larkspool")) path += ".larkspool";
-    return write(path.toStdString());
+    QFileDialog dialog(this, "Save As", folderOfDocument(file_.path()), documentFilter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix("larkspool"); // Before the dialog looks whether there is such a file.
+    dialog.selectFile(QString::fromStdString(file_.displayName() + ".larkspool"));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
+    return write(dialog.selectedFiles().front().toStdString());
 }
 
 bool EditorWindow::write(const std::string& path)
@@ -489,17 +517,17 @@ bool EditorWindow::write(const std::string& path)
 
 bool EditorWindow::revert()
 {
-    if (!file_.isEdited(editor_->state().document)) return false;
+    if (!hasChanges()) return false;
     const auto answer = QMessageBox::question(this, "Larkspool", "Go back to the document as it was last saved?\n\nThis can be undone.");
     if (answer != QMessageBox::Yes) return false;
-    editor_->mutate("Revert", [&](TweenScene& scene) { scene = file_.saved().scene(); });
+    editor_->replaceDocument("Revert", file_.saved());
     refresh();
     return true;
 }
 
 bool EditorWindow::mayLoseChanges()
 {
-    if (!file_.isEdited(editor_->state().document)) return true;
+    if (!hasChanges()) return true;
     QMessageBox box(QMessageBox::NoIcon, "Larkspool",
                     QString("Do you want to save the changes to “%1”?").arg(QString::fromStdString(file_.displayName())),
                     QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
@@ -565,6 +593,14 @@ void EditorWindow::sizePanels()
     inspectorSplitter_->setPanelSize(std::min(sizes.inspector, inspectorLimits.most));
     timelineSplitter_->setPanelSize(sizes.timeline);
     layersSplitter_->setPanelSize(std::min(sizes.layers, layersLimits.most));
+}
+
+bool EditorWindow::event(QEvent* event)
+{
+    if (event->type() != QEvent::ShortcutOverride || !pressesButton(static_cast<QKeyEvent&>(*event)))
+        return QMainWindow::event(event);
+    event->accept();
+    return true;
 }
 
 void EditorWindow::changeEvent(QEvent* event)

@@ -46,7 +46,8 @@ public:
     const UUID& instanceID() const { return instanceID_; }
     const DocumentFile& file() const { return file_; }
 
-    /// @name What the menus of files do. Each tells whether it came about: a person may think better of it.
+    /// @name What the menus of files do. Each tells whether it came about: a person may think better of it. Reverting brings all
+    /// scenes back, as one step to undo.
     /// @{
     bool save();
     bool saveAs();
@@ -63,9 +64,11 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     bool forwardToTextResponder(Command selector) override;
+    CommandContext commandContext(bool isEdited) const;
     void buildMenus();
     void receive(Command command, const LayerInsertion& insertion);
     void performInWindow(Command command);
@@ -84,8 +87,9 @@ private:
     /// At the first showing: as they were in the last window, or as the window's size asks.
     void sizePanels();
     bool write(const std::string& path);
+    bool hasChanges() const { return file_.isEdited(editor_->state().document); }
     bool mayLoseChanges();
-    void showTitle();
+    void showTitle(bool isEdited);
     void buildAssistant();
     void buildMedia();
     std::string documentFolder() const; ///< Empty for a document without a file.

@@ -39,6 +39,9 @@ Menus::Menus(QMenuBar& bar, Steps steps) : steps_(std::move(steps))
     for (const Menu menu : {Menu::application, Menu::file, Menu::edit, Menu::view, Menu::timeline, Menu::arrange, Menu::insert}) {
         menus[menu] = bar.addMenu(words(menuTitle(menu)));
         menus[menu]->setToolTipsVisible(true);
+        QObject::connect(menus[menu], &QMenu::aboutToShow, menus[menu], [this] {
+            if (steps_.aboutToShow) steps_.aboutToShow();
+        });
     }
     // The program's own menu is under its mark.
     menus[Menu::application]->menuAction()->setIcon(QIcon(iconPixmap("mark", markSize, theme().accent, bar.devicePixelRatioF())));
@@ -64,6 +67,7 @@ void Menus::addCommand(QMenu& menu, const CommandInfo& info)
 void Menus::addRecents(QMenu& menu)
 {
     QMenu* recents = menu.addMenu("Open Recent");
+    recents->setToolTipsVisible(true);
     QObject::connect(recents, &QMenu::aboutToShow, recents, [this, recents] {
         recents->clear();
         for (const std::string& path : steps_.recentDocuments()) {
@@ -78,14 +82,15 @@ void Menus::addRecents(QMenu& menu)
 void Menus::addInsertions(QMenu& menu)
 {
     QMenu* layers = menu.addMenu(words(insertLayerMenuTitle));
-    QMenu* cursors = nullptr;
+    layers->setToolTipsVisible(true);
     const auto add = [this](QMenu& to, const InsertItem& item) {
         QAction* action = to.addAction(literal(words(item.title)));
         QObject::connect(action, &QAction::triggered, action, [this, &item] { steps_.insert(item.insertion); });
-        insertions_.emplace_back(&item, action);
+        insertions_.push_back(action);
     };
     for (const InsertItem& item : insertItems()) add(*layers, item);
-    cursors = layers->addMenu(words(cursorMenuTitle));
+    QMenu* cursors = layers->addMenu(words(cursorMenuTitle));
+    cursors->setToolTipsVisible(true);
     for (const InsertItem& item : insertCursorItems()) add(*cursors, item);
 }
 
@@ -93,12 +98,13 @@ void Menus::refresh(const CommandContext& context, const UserDefaults& defaults)
 {
     for (const auto& [command, action] : actions_) {
         allow(*action, availability(command, context));
+        action->setText(literal(QString::fromStdString(commandTitle(command, context))));
         if (const std::optional<bool> isOn = isChecked(command, defaults)) {
             action->setCheckable(true);
             action->setChecked(*isOn);
         }
     }
-    for (const auto& [item, action] : insertions_) allow(*action, availability(*item, context));
+    for (QAction* action : insertions_) allow(*action, availability(Command::insertLayerOfKind, context));
 }
 
 } // namespace larkspool

@@ -20,11 +20,12 @@ public:
         std::function<void(const LayerInsertion& insertion)> insert;
         std::function<std::vector<std::string>()> recentDocuments;
         std::function<void(const std::string& path)> openDocument;
+        std::function<void()> aboutToShow{}; ///< Called before a menu is seen. May be absent.
     };
 
     Menus(QMenuBar& bar, Steps steps);
 
-    /// Enables what is possible, and tells of the rest why not.
+    /// Enables what is possible, and tells of the rest why not; names the steps to undo and redo.
     void refresh(const CommandContext& context, const UserDefaults& defaults);
 
 private:
@@ -34,7 +35,7 @@ private:
 
     Steps steps_;
     std::vector<std::pair<Command, QAction*>> actions_;
-    std::vector<std::pair<const InsertItem*, QAction*>> insertions_;
+    std::vector<QAction*> insertions_;
 };
 
 } // namespace larkspool

@@ -3,6 +3,7 @@
 #include "rendering/frame_composition.h"
 #include "shell/document_file.h"
 #include "views/controls.h"
+#include "views/custom_size_view.h"
 #include "views/form_controls.h"
 #include "views/icons.h"
 #include "views/picture.h"
@@ -30,9 +31,11 @@ namespace larkspool {
 namespace {
 
 constexpr QSize windowSize(960, 624), pictureSize(46, 26);
-constexpr int greetingWidth = 336, cardHeight = 64, cardColumns = 3, rowHeight = 40, footHeight = 52, dialogButton = 32;
+constexpr int greetingWidth = 336, cardHeight = 64, cardColumns = 3, rowHeight = 40, footHeight = 52;
 constexpr int columnMargin = 32, rowInset = 8; ///< So far rows of documents reach beyond the column, where their text stands.
-constexpr int leastButtonWidth = 96, customSheetWidth = 360;
+constexpr double quietInk = 0.92; ///< Of the text on the accent that is less than a title. It keeps a contrast of 4.5.
+/// The program's sign lies on the accent here, in both themes.
+constexpr QRgb signGround = 0xFF1B2150, signDiamond = 0xFFF4B740;
 constexpr std::int64_t largestPictured = 16 << 20; ///< Bytes. Larger documents take too long to read for a picture of them.
 
 QString words(std::string_view text)
@@ -102,7 +105,7 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         QLinearGradient ground(QPointF(), QPointF(width() * 0.26, height()));
-        ground.setColorAt(0, t.accentHover);
+        ground.setColorAt(0, t.accent);
         ground.setColorAt(1, t.accentPressed);
         painter.fillRect(rect(), ground);
 
@@ -111,7 +114,7 @@ protected:
         paintCurve(painter, 104, 139, 0.12);
         paintCurve(painter, 64, 117, 0.12);
         painter.setPen(Qt::NoPen);
-        painter.setBrush(t.keyframe);
+        painter.setBrush(QColor(signDiamond));
         for (const QPointF& center : {QPointF(74, 128), QPointF(204, 44)})
             painter.drawPolygon(QPolygonF({center - QPointF(0, 8), center + QPointF(8, 0), center + QPointF(0, 8),
                                            center - QPointF(8, 0)}));
@@ -305,7 +308,8 @@ WelcomeWindow::WelcomeWindow(Services services)
     : services_(std::move(services)), view_({.defaults = services_.defaults,
                                              .openUntitledDocument = services_.openUntitledDocument,
                                              .openDocument = services_.openDocument,
-                                             .dismissWelcome = [this] { close(); }})
+                                             .dismissWelcome = [this] { close(); },
+                                             .openingChanged = [this] { showOpening(); }})
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowFlag(Qt::FramelessWindowHint);
@@ -333,12 +337,12 @@ QWidget* WelcomeWindow::buildGreeting()
     column->setContentsMargins(32, 44, 32, 32);
     column->setSpacing(0);
     auto* mark = new QLabel(side);
-    mark->setPixmap(iconPixmap("mark", 56, theme().accent, devicePixelRatioF()));
+    mark->setPixmap(iconPixmap("mark", 56, QColor(signGround), devicePixelRatioF()));
     column->addWidget(mark);
     column->addSpacing(20);
     column->addWidget(labelOnAccent(WelcomeView::productName, TextStyle::display, 1, side));
     column->addSpacing(4);
-    column->addWidget(labelOnAccent(WelcomeView::tagline, TextStyle::dialogBody, 0.85, side));
+    column->addWidget(labelOnAccent(WelcomeView::tagline, TextStyle::dialogBody, quietInk, side));
     column->addSpacing(32);
     for (const WelcomeView::Highlight& highlight : WelcomeView::highlights) {
         auto* row = new QHBoxLayout;
@@ -347,7 +351,7 @@ QWidget* WelcomeWindow::buildGreeting()
         auto* text = new QVBoxLayout;
         text->setSpacing(2);
         text->addWidget(labelOnAccent(highlight.title, TextStyle::section, 1, side));
-        text->addWidget(labelOnAccent(highlight.text, TextStyle::body, 0.85, side));
+        text->addWidget(labelOnAccent(highlight.text, TextStyle::body, quietInk, side));
         row->addLayout(text, 1);
         column->addLayout(row);
         column->addSpacing(24);
@@ -464,6 +468,8 @@ void WelcomeWindow::buildFoot(QBoxLayout& column)
     connect(toggle, &QCheckBox::clicked, this, [this](bool isOn) { view_.setShowsOnLaunch(isOn); });
     foot->addWidget(toggle);
     foot->addWidget(label(words(WelcomeView::showOnLaunchLabel), TextStyle::body, LabelTone::text, this), 1);
+    opening_ = label({}, TextStyle::body, LabelTone::secondary, this);
+    foot->addWidget(opening_);
     column.addLayout(foot);
 }
 
@@ -480,52 +486,11 @@ void WelcomeWindow::moveAmongCards(QWidget* card, int key)
 
 void WelcomeWindow::askForSize()
 {
-    auto* sheet = new Sheet(*this, words(CustomSizeSheet::title), customSheetWidth);
-    auto form = std::make_shared<CustomSizeSheet>();
-    form->onFinish = [this, sheet](std::optional<double> width, std::optional<double> height) {
-        sheet->dismiss();
-        view_.finishCustomSize(width, height);
-    };
     view_.customSheetVisible = true;
-
-    auto* column = new QVBoxLayout(sheet->card());
-    column->setContentsMargins(24, 20, 24, 20);
-    column->setSpacing(16);
-    column->addWidget(label(words(CustomSizeSheet::title), TextStyle::title, LabelTone::text, sheet->card()));
-    QPushButton* create = wordButton("Create", ButtonRole::primary, sheet->card(), dialogButton);
-    create->setMinimumWidth(leastButtonWidth);
-    const auto addField = [&](CustomSizeSheet::Field which, std::string CustomSizeSheet::*text) {
-        const QString name = words(CustomSizeSheet::fieldLabels[static_cast<std::size_t>(which)]);
-        auto* row = new QHBoxLayout;
-        QLabel* before = label(name, TextStyle::body, LabelTone::secondary, sheet->card());
-        before->setFixedWidth(104);
-        QLineEdit* field = textField(name, sheet->card());
-        field->setText(QString::fromStdString((*form).*text));
-        connect(field, &QLineEdit::textEdited, sheet, [form, text, create](const QString& typed) {
-            (*form).*text = typed.toStdString();
-            create->setEnabled(form->size().has_value());
-        });
-        row->addWidget(before);
-        row->addWidget(field, 1);
-        column->addLayout(row);
-        return field;
-    };
-    QLineEdit* first = addField(CustomSizeSheet::Field::width, &CustomSizeSheet::widthText);
-    addField(CustomSizeSheet::Field::height, &CustomSizeSheet::heightText);
-
-    auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(8);
-    buttons->addStretch(1);
-    QPushButton* cancel = wordButton("Cancel", ButtonRole::plain, sheet->card(), dialogButton);
-    buttons->addWidget(cancel);
-    buttons->addWidget(create);
-    column->addLayout(buttons);
-    sheet->onConfirm = [form] { (void)form->create(); };
-    sheet->onCancel = [form] { form->cancel(); };
-    connect(create, &QPushButton::clicked, sheet, sheet->onConfirm);
-    connect(cancel, &QPushButton::clicked, sheet, sheet->onCancel);
-    sheet->present(first);
-    first->selectAll();
+    auto* sheet = new CustomSizeSheetView(*this, [this](std::optional<double> width, std::optional<double> height) {
+        view_.finishCustomSize(width, height);
+    });
+    sheet->present();
 }
 
 void WelcomeWindow::makePictures()
@@ -540,6 +505,12 @@ void WelcomeWindow::makePictures()
                 if (!*isGone) rows_[i]->show(picture);
             });
     });
+}
+
+void WelcomeWindow::showOpening()
+{
+    const QString path = QString::fromStdString(view_.openingPath());
+    opening_->setText(path.isEmpty() ? QString() : QString("Opening “%1”…").arg(QFileInfo(path).completeBaseName()));
 }
 
 void WelcomeWindow::keyPressEvent(QKeyEvent* event)

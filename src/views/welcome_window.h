@@ -11,6 +11,7 @@
 #include <vector>
 
 class QBoxLayout;
+class QLabel;
 
 namespace larkspool {
 
@@ -24,7 +25,7 @@ public:
         RecentDocuments& recents;
         Tasks tasks; ///< Where the small pictures of the documents are made.
         std::function<void()> openUntitledDocument;
-        std::function<bool(const std::string& path)> openDocument;
+        std::function<void(const std::string& path, std::function<void(bool isOpen)> ended)> openDocument; ///< As of WelcomeView.
         std::function<QString()> askForDocument; ///< A path; empty if none was chosen.
     };
 
@@ -48,11 +49,13 @@ private:
     void askForSize();
     void moveAmongCards(QWidget* card, int key);
     void makePictures();
+    void showOpening();
 
     Services services_;
     WelcomeView view_;
     std::vector<Card*> cards_;
     std::vector<RecentRow*> rows_;
+    QLabel* opening_ = nullptr; ///< Tells what is being opened.
     std::shared_ptr<std::atomic<bool>> isGone_ = std::make_shared<std::atomic<bool>>(false); ///< Shared with what makes pictures.
 };
 

@@ -293,9 +293,29 @@ TEST(FocusedValues, KnowWhatCanBeUndone)
     editor.layers({idOf(1)}).give(Command::duplicate);
     EXPECT_TRUE(editor.values().canUndo);
     EXPECT_FALSE(editor.values().canRedo);
+    EXPECT_EQ(editor.values().undoActionName, "Duplicate Layer");
+    EXPECT_EQ(editor.values().redoActionName, "");
     editor.give(Command::undo);
     EXPECT_FALSE(editor.values().canUndo);
     EXPECT_TRUE(editor.values().canRedo);
+    EXPECT_EQ(editor.values().undoActionName, "");
+    EXPECT_EQ(editor.values().redoActionName, "Duplicate Layer");
+}
+
+TEST(PerformCommand, NothingIsUndoneWhileManyEditsAreGatheredIntoOneStep)
+{
+    CommandedEditor editor;
+    editor.layers({idOf(1)}).give(Command::duplicate);
+    const TweenScene before = editor.scene();
+    editor.view().undoManager().beginUndoGrouping();
+    EXPECT_TRUE(editor.values().isUndoGroupOpen);
+    EXPECT_EQ(editor.give(Command::undo).kind, unavailable);
+    EXPECT_EQ(editor.give(Command::redo).kind, unavailable);
+    EXPECT_EQ(editor.scene(), before);
+    editor.view().undoManager().endUndoGrouping();
+    EXPECT_FALSE(editor.values().isUndoGroupOpen);
+    EXPECT_EQ(editor.give(Command::undo).kind, done);
+    EXPECT_EQ(editor.scene(), sampleScene());
 }
 
 TEST(PerformCommand, EachEditIsOneStepOfItsName)

@@ -69,6 +69,11 @@ TEST(Commands, EachMenuItemHasItsTitleAndItsShortcut)
                           Case{sendBackward, Menu::arrange, "Send Backward", "Ctrl+["},
                           Case{sendToBack, Menu::arrange, "Send to Back", "Ctrl+Shift+["},
                           Case{alignLeft, Menu::arrange, "Align Left", ""},
+                          Case{alignHCenter, Menu::arrange, "Align Horizontal Centers", ""},
+                          Case{alignRight, Menu::arrange, "Align Right", ""},
+                          Case{alignTop, Menu::arrange, "Align Top", ""},
+                          Case{alignVCenter, Menu::arrange, "Align Vertical Centers", ""},
+                          Case{alignBottom, Menu::arrange, "Align Bottom", ""},
                           Case{distributeH, Menu::arrange, "Distribute Horizontally", ""},
                           Case{distributeV, Menu::arrange, "Distribute Vertically", ""},
                           Case{mixAndMatch, Menu::arrange, "Mix & Match", "Ctrl+Alt+M"},
@@ -245,10 +250,22 @@ TEST(CommandAvailability, FollowsWhatTheEditorInFrontTells)
          {.timelineSelectionCount = 1}},
         {"what can be grouped", {group}, {.selectedLayerCount = 2, .canUngroupSelection = true}, {.canGroupSelection = true}},
         {"what can be ungrouped", {ungroup}, {.selectedLayerCount = 2, .canGroupSelection = true}, {.canUngroupSelection = true}},
-        {"way to the front", {bringToFront}, {.zOrder = {true, false, true, true}}, {.zOrder = {.canBringToFront = true}}},
-        {"way forward", {bringForward}, {.zOrder = {false, true, true, true}}, {.zOrder = {.canBringForward = true}}},
-        {"way backward", {sendBackward}, {.zOrder = {true, true, false, true}}, {.zOrder = {.canSendBackward = true}}},
-        {"way to the back", {sendToBack}, {.zOrder = {true, true, true, false}}, {.zOrder = {.canSendToBack = true}}},
+        {"way to the front",
+         {bringToFront},
+         {.selectedLayerCount = 1, .zOrder = {true, false, true, true}},
+         {.selectedLayerCount = 1, .zOrder = {.canBringToFront = true}}},
+        {"way forward",
+         {bringForward},
+         {.selectedLayerCount = 1, .zOrder = {false, true, true, true}},
+         {.selectedLayerCount = 1, .zOrder = {.canBringForward = true}}},
+        {"way backward",
+         {sendBackward},
+         {.selectedLayerCount = 1, .zOrder = {true, true, false, true}},
+         {.selectedLayerCount = 1, .zOrder = {.canSendBackward = true}}},
+        {"way to the back",
+         {sendToBack},
+         {.selectedLayerCount = 1, .zOrder = {true, true, true, false}},
+         {.selectedLayerCount = 1, .zOrder = {.canSendToBack = true}}},
         {"a style that was copied",
          {pasteProperties, pastePropertiesPositioned},
          {.selectedLayerCount = 1},
@@ -261,6 +278,11 @@ TEST(CommandAvailability, FollowsWhatTheEditorInFrontTells)
         {"a group", {drillIntoGroup}, ofKind(Layer::Kind::zoom), ofKind(Layer::Kind::group)},
         {"a step to undo", {undo}, {.canRedo = true}, {.canUndo = true}},
         {"a step to redo", {redo}, {.canUndo = true}, {.canRedo = true}},
+        {"the end of the assistant's turn",
+         {undo, redo},
+         {.canUndo = true, .canRedo = true, .isUndoGroupOpen = true},
+         {.canUndo = true, .canRedo = true}},
+        {"changes", {revertDocument}, {.isEdited = false}, {.isEdited = true}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -273,6 +295,59 @@ TEST(CommandAvailability, FollowsWhatTheEditorInFrontTells)
     for (const Command command : {togglePlay, rewind, stepBack, paste, selectAll, zoomIn, fitSelection, toggleLayers, exportMP4,
                                   hideOffCanvas, insertLayerOfKind, saveDocument, toggleTimelineZoom})
         EXPECT_TRUE(isEnabled(command, {})) << commandInfo(command).title << " needs a document alone";
+}
+
+TEST(CommandAvailability, TellsTheReasonThatIsTrueThen)
+{
+    struct Case {
+        const char* when;
+        Command command;
+        EditorFocusedValues values;
+        const char* reason;
+    };
+    using enum Command;
+    for (const Case& c :
+         {Case{"nothing was done", undo, {}, "There is nothing to undo."},
+          Case{"the assistant works", undo, {.canUndo = true, .isUndoGroupOpen = true},
+               "The assistant is at work. What it does can be undone when it has finished."},
+          Case{"the assistant works on an untouched document", redo, {.isUndoGroupOpen = true},
+               "The assistant is at work. What it does can be undone when it has finished."},
+          Case{"no layer is selected", bringToFront, {}, "Select a layer first."},
+          Case{"it is the frontmost", bringToFront, {.selectedLayerCount = 1},
+               "The first selected layer is the frontmost, or in a group."},
+          Case{"a style is copied and no layer selected", pasteProperties, {.contextActions = {.hasPropertiesClipboard = true}},
+               "Select a layer first."},
+          Case{"a layer is selected and no style copied", pasteProperties, {.selectedLayerCount = 1},
+               "Copy the properties of a layer first."},
+          Case{"all is saved", revertDocument, {.isEdited = false}, "Nothing has changed since the document was saved."}}) {
+        SCOPED_TRACE(c.when);
+        EXPECT_EQ(availability(c.command, {.front = c.values}).reason, c.reason);
+    }
+}
+
+TEST(CommandAvailability, BehindASheetSaysSo)
+{
+    const CommandContext behind{.isCovered = true};
+    for (const CommandInfo& info : allCommands()) {
+        SCOPED_TRACE(info.title);
+        if (!info.missing.empty()) continue;
+        const CommandAvailability offered = availability(info.command, behind);
+        EXPECT_EQ(offered.isEnabled, info.target == CommandTarget::application);
+        if (!offered.isEnabled) {
+            EXPECT_EQ(offered.reason, "Finish or cancel what is open over the document first.");
+        }
+    }
+    EXPECT_TRUE(availability(Command::paste, {.editsText = true, .isCovered = true}).isEnabled) << "a text of the sheet";
+}
+
+TEST(CommandTitles, UndoAndRedoNameTheirStep)
+{
+    const CommandContext context{.front = EditorFocusedValues{.undoActionName = "Move", .redoActionName = "Edit Opacity"}};
+    EXPECT_EQ(commandTitle(Command::undo, context), "Undo Move");
+    EXPECT_EQ(commandTitle(Command::redo, context), "Redo Edit Opacity");
+    EXPECT_EQ(commandTitle(Command::cut, context), "Cut");
+    EXPECT_EQ(commandTitle(Command::undo, {.front = EditorFocusedValues{}}), "Undo") << "a step without a name, or none";
+    EXPECT_EQ(commandTitle(Command::redo, {}), "Redo") << "no document";
 }
 
 TEST(CommandAvailability, WhatTheProgramDoesNotHaveSaysSoWhateverIsSelected)
@@ -331,13 +406,10 @@ TEST(InsertMenu, HasEveryKindAndEveryCursor)
 
 TEST(InsertMenu, NeedsADocumentAndNothingElse)
 {
-    for (const InsertItem& item : insertItems()) {
-        SCOPED_TRACE(item.title);
-        const CommandAvailability alone = availability(item, {});
-        EXPECT_FALSE(alone.isEnabled);
-        EXPECT_FALSE(alone.reason.empty());
-        EXPECT_TRUE(availability(item, {.front = EditorFocusedValues{}}).isEnabled);
-    }
+    const CommandAvailability alone = availability(Command::insertLayerOfKind, {});
+    EXPECT_FALSE(alone.isEnabled);
+    EXPECT_FALSE(alone.reason.empty());
+    EXPECT_TRUE(availability(Command::insertLayerOfKind, {.front = EditorFocusedValues{}}).isEnabled);
 }
 
 TEST(CheckedCommands, ShowTheStateOfTheirSettings)

@@ -97,7 +97,7 @@ TEST(EditorAssistant, OneUndoTakesBackATurnOfTwoPatchesOfWhichOneFailed)
     EXPECT_EQ(editor.result(4), (AssistantToolResult{"t", "apply failed: Layer " + idOf(7).string() + " not found", true}));
     EXPECT_EQ(editor.result(6), (AssistantToolResult{"t", "applied 1 operation(s)", false}));
     EXPECT_EQ(editor.assistant.session().lastError, std::nullopt);
-    EXPECT_EQ(editor.changes, 2);
+    EXPECT_EQ(editor.changes, 3) << "the turn has begun, and two patches were applied";
 
     EXPECT_EQ(editor.editor.undoManager().undoCount(), 1u);
     EXPECT_EQ(editor.editor.undoManager().undoMenuItemTitle(), "Undo Assistant: Name the layer");

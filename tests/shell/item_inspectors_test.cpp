@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace larkspool {
@@ -161,6 +162,66 @@ TEST(SpanInspector, AZoomsComingAndGoingAreSetApart)
     const auto goes = SpanInspector::setZoomTransition(one.scene, one.span, SpanInspector::ZoomEnd::end, ZoomTransition::fade);
     EXPECT_EQ(only(goes).spans[0].zoomStart, ZoomTransition::zoom);
     EXPECT_EQ(only(goes).spans[0].zoomEnd, ZoomTransition::fade);
+}
+
+TEST(SpanInspector, BlinkRangesStayWithinTheirSpan)
+{
+    Layer text;
+    text.kind = Layer::Kind::text;
+    text.spans.append(TimeSpan{.start = 1, .end = 4});
+    TweenScene scene{.duration = 10};
+    scene.layers.append(text);
+    const TimelineItemRef span = TimelineItemRef::span(text.id, text.spans[0].id);
+    const auto ranges = [&] { return scene.layers[0].spans[0].cursorBlinkRanges; };
+    const auto edit = [&](std::optional<Edit> made, const char* name) {
+        ASSERT_TRUE(made) << name;
+        EXPECT_EQ(made->actionName, name);
+        scene = std::move(made->scene);
+    };
+    EXPECT_TRUE(SpanInspector::hasBlinkRanges(Layer::Kind::text));
+    EXPECT_FALSE(SpanInspector::hasBlinkRanges(Layer::Kind::rectangle));
+
+    struct Case {
+        const char* when;
+        double playhead, start;
+    };
+    for (const Case& c : {Case{"before the span", 0.5, 1}, Case{"in it", 2, 2}, Case{"at its end", 4, 1}}) {
+        SCOPED_TRACE(c.when);
+        edit(SpanInspector::addBlinkRange(scene, span, c.playhead), "Add Blink Range");
+        EXPECT_EQ(ranges()[ranges().size() - 1].start, c.start);
+        EXPECT_EQ(ranges()[ranges().size() - 1].end, 4);
+    }
+    ASSERT_EQ(ranges().size(), 3u);
+    const UUID second = ranges()[1].id;
+    edit(SpanInspector::setBlinkRangeEnd(scene, span, second, 3), "Edit Cursor Blink Range");
+    EXPECT_EQ(ranges()[1].end, 3);
+    edit(SpanInspector::setBlinkRangeStart(scene, span, second, 9), "Edit Cursor Blink Range");
+    EXPECT_EQ(ranges()[1].start, 3) << "not after its own end";
+    edit(SpanInspector::setBlinkRangeStart(scene, span, second, 0), "Edit Cursor Blink Range");
+    EXPECT_EQ(ranges()[1].start, 1) << "not before the span";
+    edit(SpanInspector::setBlinkRangeEnd(scene, span, second, 9), "Edit Cursor Blink Range");
+    EXPECT_EQ(ranges()[1].end, 4) << "not beyond the span";
+    EXPECT_FALSE(SpanInspector::setBlinkRangeEnd(scene, span, second, 9)) << "nothing changes";
+    EXPECT_FALSE(SpanInspector::setBlinkRangeStart(scene, span, second, NAN));
+    edit(SpanInspector::removeBlinkRange(scene, span, second), "Remove Cursor Blink Range");
+    ASSERT_EQ(ranges().size(), 2u);
+    EXPECT_FALSE(SpanInspector::removeBlinkRange(scene, span, second)) << "it is gone";
+}
+
+TEST(KeyframeInspector, AValueOfALineMakesItsBoxFit)
+{
+    Layer line;
+    line.kind = Layer::Kind::line;
+    line.strokeWidth = 2;
+    line.linePoints.append({10, 10});
+    line.linePoints.append({110, 10});
+    line.keyframes.append(Keyframe{.property = Property::strokeWidth, .value = 4.0});
+    TweenScene scene;
+    scene.layers.append(line);
+    const auto edit = KeyframeInspector::setValue(scene, TimelineItemRef::keyframe(line.id, line.keyframes[0].id), 8.0);
+    ASSERT_TRUE(edit);
+    // By the base stroke of 2, half of which stands out on every side.
+    EXPECT_EQ(edit->scene.layers[0].size, (CGSize{102, 2}));
 }
 
 TEST(PulseInspector, SwitchesBeginWithTheUsualTwoAndOneStaysOn)

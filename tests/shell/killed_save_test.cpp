@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -86,6 +87,13 @@ bool wasKilled(pid_t child)
     return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
 }
 
+/// Whether files can be written here that have no name until they are whole.
+bool canWriteUnnamed(const TemporaryFolder& folder)
+{
+    const int file = ::open(folder.path("").c_str(), O_WRONLY | O_TMPFILE, 0600);
+    return file >= 0 && ::close(file) == 0;
+}
+
 class Pipe {
 public:
     Pipe() { EXPECT_EQ(::pipe(ends_), 0); }
@@ -124,6 +132,9 @@ TEST(KilledSave, InTheMidstOfWritingLeavesTheOldFile)
         const int status = statusOf(child);
         ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ) << status;
         ASSERT_TRUE(readWholeFile(path) == olderWhole);
+        if (canWriteUnnamed(folder)) {
+            EXPECT_EQ(folder.names(), std::vector<std::string>{"Board.larkspool"}) << "nothing is left of it";
+        }
     }
 
     const pid_t child = startSavingUpTo(newerWhole.size(), path, newer);

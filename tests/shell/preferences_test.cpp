@@ -50,7 +50,8 @@ TEST(Preferences, AStoredKeyStaysWhenTheAssistantIsTurnedOff)
 
 TEST(Updater, HasNothingToLookForAndItsCommandSaysSo)
 {
-    EXPECT_FALSE(Updater().canCheckForUpdates());
+    EXPECT_EQ(&Updater::shared(), &Updater::shared());
+    EXPECT_FALSE(Updater::shared().canCheckForUpdates());
     const CommandAvailability offered = availability(Command::checkForUpdates, {});
     EXPECT_FALSE(offered.isEnabled);
     EXPECT_EQ(offered.reason, "New versions come with the packages of your system.");

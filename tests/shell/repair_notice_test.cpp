@@ -25,6 +25,13 @@ TEST(RepairNotice, ListsWhatWasLeftOutAndWhatWasReplaced)
     EXPECT_EQ(notice->summary.substr(0, notice->summary.find('.')), "2 parts of this file could not be read as they stand");
 }
 
+TEST(RepairNotice, AKeyThatMeansNothingIsLeftOutAndItsPlaceIsTold)
+{
+    const auto notice = repairNotice({.told = {{"scenes[0]", Action::unknownKey, "the key \"transitionn\" is unknown"}}});
+    ASSERT_TRUE(notice);
+    EXPECT_EQ(notice->lines, std::vector<std::string>{"scenes[0]: the key \"transitionn\" is unknown: left out"});
+}
+
 TEST(RepairNotice, SaysOneForOneAndCountsWhatIsNotTold)
 {
     const Diagnostic one{"scenes[0].fps", Action::defaulted, "scenes[0].fps is no number"};

@@ -22,16 +22,17 @@ protected:
     MemoryUserDefaults defaults;
     std::vector<TweenDocument> documents;
     std::vector<std::string> opened;
-    bool fileIsGood = true;
-    int dismissed = 0;
+    std::vector<std::function<void(bool isOpen)>> opening; ///< The ends of those that are being opened.
+    int dismissed = 0, changes = 0;
     WelcomeView welcome{{.defaults = defaults,
                          .openUntitledDocument = [this] { documents.push_back(newDocument(defaults)); },
                          .openDocument =
-                             [this](const std::string& path) {
+                             [this](const std::string& path, std::function<void(bool)> ended) {
                                  opened.push_back(path);
-                                 return fileIsGood;
+                                 opening.push_back(std::move(ended));
                              },
-                         .dismissWelcome = [this] { ++dismissed; }}};
+                         .dismissWelcome = [this] { ++dismissed; },
+                         .openingChanged = [this] { ++changes; }}};
 };
 
 TEST_F(WelcomeTest, ALaunchShowsTheWelcomeWindowOrAnEmptyDocument)
@@ -114,12 +115,44 @@ TEST_F(WelcomeTest, ACustomSizeTakesTheSameWayAndCancellingMakesNothing)
 
 TEST_F(WelcomeTest, AFileThatCannotBeOpenedLeavesTheWindow)
 {
-    welcome.openRecent("/films/a.larkspool");
-    EXPECT_EQ(dismissed, 1);
-    fileIsGood = false;
     welcome.openRecent("/films/b.larkspool");
+    opening.back()(/*isOpen=*/false);
+    EXPECT_EQ(dismissed, 0);
+    welcome.openRecent("/films/a.larkspool");
+    opening.back()(/*isOpen=*/true);
     EXPECT_EQ(dismissed, 1);
-    EXPECT_THAT(opened, ElementsAre("/films/a.larkspool", "/films/b.larkspool"));
+    EXPECT_THAT(opened, ElementsAre("/films/b.larkspool", "/films/a.larkspool"));
+}
+
+TEST_F(WelcomeTest, TheWindowStaysWhileAFileIsOpenedAndTakesNoOtherMeanwhile)
+{
+    welcome.openRecent("/films/a.larkspool");
+    EXPECT_EQ(welcome.openingPath(), "/films/a.larkspool");
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(dismissed, 0);
+    welcome.openRecent("/films/a.larkspool"); // The second click of two.
+    welcome.openRecent("/films/b.larkspool");
+    EXPECT_THAT(opened, ElementsAre("/films/a.larkspool"));
+    opening.back()(/*isOpen=*/true);
+    EXPECT_EQ(welcome.openingPath(), "");
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(dismissed, 1);
+}
+
+TEST(WelcomeViewAlone, MayGoWhileAFileIsOpened)
+{
+    MemoryUserDefaults defaults;
+    std::function<void(bool)> end;
+    int dismissed = 0;
+    {
+        WelcomeView welcome({.defaults = defaults,
+                             .openUntitledDocument = [] {},
+                             .openDocument = [&](const std::string&, std::function<void(bool)> ended) { end = std::move(ended); },
+                             .dismissWelcome = [&] { ++dismissed; }});
+        welcome.openRecent("/films/a.larkspool");
+    }
+    end(/*isOpen=*/true);
+    EXPECT_EQ(dismissed, 0);
 }
 
 TEST(CustomSizeSheet, OnlyASizeThatAPictureCanHaveIsCreated)

@@ -25,9 +25,9 @@ protected:
                                     .tasks = background.tasks(),
                                     .openUntitledDocument = [this] { made = newDocument(defaults).scenes.front().size(); },
                                     .openDocument =
-                                        [this](const std::string& path) {
+                                        [this](const std::string& path, std::function<void(bool)> ended) {
                                             opened = path;
-                                            return canOpen;
+                                            opening = std::move(ended);
                                         },
                                     .askForDocument = [this] { return asked; }});
         window->show();
@@ -43,7 +43,7 @@ protected:
     QPointer<WelcomeWindow> window;
     std::optional<CGSize> made;
     std::string opened;
-    bool canOpen = true;
+    std::function<void(bool isOpen)> opening; ///< The end of what is being opened.
     QString asked;
 };
 
@@ -61,6 +61,19 @@ TEST_F(WelcomeWindowTest, EveryPresetMakesADocumentOfItsSizeAndLeavesNoSizeWaiti
         EXPECT_EQ(newDocument(defaults).scenes.front().size(), (CGSize{1920, 1080}));
         delete window;
     }
+}
+
+TEST_F(WelcomeWindowTest, TellsWhatTheProgramIsInAWindowOfOneSizeWithoutATitleBar)
+{
+    open();
+    for (const char* words :
+         {"Larkspool", "An animation tool for product UI motion.", "Multi-scene timelines",
+          "Stack scenes with transitions. Each scene gets its own layers, spans, and pulses.", "Animate anything",
+          "Per-property keyframes on every layer kind, with easing, hold-on-wait, and ripple editing.", "Start a new document",
+          "Recent", "Show on launch"})
+        EXPECT_TRUE(showsWords(*window, words)) << words;
+    EXPECT_TRUE(window->windowFlags() & Qt::FramelessWindowHint);
+    EXPECT_EQ(window->minimumSize(), window->maximumSize());
 }
 
 TEST_F(WelcomeWindowTest, ArrowsGoAmongThePresetsAndReturnOpensOne)
@@ -86,8 +99,11 @@ TEST_F(WelcomeWindowTest, ACustomSizeIsTakenOnlyIfThereCanBeAPictureOfIt)
     width->selectAll();
     QTest::keyClicks(width, "0");
     EXPECT_FALSE(findControl<QAbstractButton>(*window, "Create")->isEnabled());
+    EXPECT_TRUE(findControl<QAbstractButton>(*window, "Create")->toolTip().startsWith("There can be no canvas of this size."));
     press(Qt::Key_Return);
     EXPECT_FALSE(made);
+    press(Qt::Key_Down);
+    EXPECT_EQ(width->text(), "1") << "a step goes to the least there can be";
     width->selectAll();
     QTest::keyClicks(width, "800");
     press(Qt::Key_Tab);
@@ -118,13 +134,27 @@ TEST_F(WelcomeWindowTest, ADocumentOfLateOpensAndTheWindowStaysIfItCannot)
     open();
     auto* row = findControl<QAbstractButton>(*window, "board, Not found");
     ASSERT_TRUE(row);
-    canOpen = false;
     row->click();
     EXPECT_EQ(opened, "/nowhere/board.larkspool");
+    EXPECT_TRUE(showsWords(*window, "Opening “board”…"));
+    EXPECT_FALSE(isClosed()) << "as long as it takes";
+    opening(/*isOpen=*/false);
+    EXPECT_FALSE(showsWords(*window, "Opening"));
     EXPECT_FALSE(isClosed());
-    canOpen = true;
     row->click();
+    opening(/*isOpen=*/true);
     EXPECT_TRUE(isClosed());
+}
+
+TEST_F(WelcomeWindowTest, AWindowThatIsClosedWhileADocumentOpensHearsNoMoreOfIt)
+{
+    recents.note("/nowhere/board.larkspool");
+    open();
+    findControl<QAbstractButton>(*window, "board, Not found")->click();
+    window->close();
+    delete window;
+    opening(/*isOpen=*/true);
+    EXPECT_TRUE(window.isNull());
 }
 
 TEST_F(WelcomeWindowTest, AFileThatIsChosenOpensLikeOneOfLate)
@@ -137,6 +167,7 @@ TEST_F(WelcomeWindowTest, AFileThatIsChosenOpensLikeOneOfLate)
     asked = "/somewhere/film.larkspool";
     button->click();
     EXPECT_EQ(opened, "/somewhere/film.larkspool");
+    opening(/*isOpen=*/true);
     EXPECT_TRUE(isClosed());
 }
 
