@@ -4,20 +4,18 @@
 
 #include "bench_scenes.h"
 #include "document/file_format.h"
-#include "platform/pasteboard.h"
 #include "views/canvas_view.h"
-#include "views/editor_window.h"
 #include "views/style.h"
+#include "window_times.h"
 
 #include <QApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QMouseEvent>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <random>
@@ -28,75 +26,7 @@ namespace {
 
 using namespace larkspool;
 
-constexpr int passes = 120;
 constexpr QSize canvasSize(1600, 900);
-
-/// Milliseconds of one call of `pass(i)`: in the middle, what 95 of 100 stay below, and in the middle of the thread's own work,
-/// which other programs on the machine do not add to.
-struct Times {
-    double median = 0, most = 0, work = 0;
-};
-
-double threadMilliseconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
-}
-
-template <typename Pass>
-Times timesOf(Pass pass, int count = passes)
-{
-    std::vector<double> milliseconds, work;
-    for (int i = 0; i < count; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        const double before = threadMilliseconds();
-        pass(i);
-        work.push_back(threadMilliseconds() - before);
-        milliseconds.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
-    }
-    std::ranges::sort(milliseconds);
-    std::ranges::sort(work);
-    const std::size_t size = milliseconds.size();
-    return {milliseconds[size / 2], milliseconds[size * 95 / 100], work[size / 2]};
-}
-
-void report(const char* what, Times times)
-{
-    std::printf("  %-58s %8.2f ms  %8.2f ms  %8.2f ms\n", what, times.median, times.most, times.work);
-}
-
-class MemoryDefaults final : public UserDefaults {
-public:
-    std::optional<Value> value(std::string_view key) const override
-    {
-        const auto found = values_.find(key);
-        return found == values_.end() ? std::nullopt : std::optional(found->second);
-    }
-
-protected:
-    void store(std::string_view key, Value value) override { values_.insert_or_assign(std::string(key), std::move(value)); }
-    void discard(std::string_view key) override { values_.erase(values_.find(key)); }
-
-private:
-    std::map<std::string, Value, std::less<>> values_;
-};
-
-struct World {
-    MemoryDefaults defaults;
-    MemoryPasteboard pasteboard;
-    Workspace workspace{.defaults = defaults, .pasteboard = pasteboard, .recents = RecentDocuments("")};
-};
-
-std::unique_ptr<EditorWindow> shownWindow(DocumentFile file, World& world, QSize size = {1500, 950})
-{
-    auto window = std::make_unique<EditorWindow>(std::move(file), world.workspace);
-    window->setAttribute(Qt::WA_DeleteOnClose, false);
-    window->resize(size);
-    window->show();
-    QApplication::processEvents();
-    return window;
-}
 
 /// A window whose canvas is of the size that is measured.
 std::unique_ptr<EditorWindow> windowWithCanvas(TweenDocument document, World& world)
@@ -133,8 +63,8 @@ void measureCanvas(const char* name, TweenDocument document)
     editor.setPlayhead(duration / 2);
     window->refresh();
     const Layer& first = editor.scene().layers[0];
-    const CGPoint from = canvas.sceneFit().viewFromScene(
-        {first.transform.x + first.size.width / 2, first.transform.y + first.size.height / 2});
+    const CGPoint from =
+        canvas.sceneFit().viewFromScene({first.transform.x + first.size.width / 2, first.transform.y + first.size.height / 2});
     const auto send = [&](QEvent::Type type, QPointF at, Qt::MouseButtons buttons) {
         QMouseEvent event(type, at, canvas.mapToGlobal(at), Qt::LeftButton, buttons, Qt::NoModifier);
         QApplication::sendEvent(&canvas, &event);
@@ -157,7 +87,8 @@ TweenDocument largeTimeline()
     constexpr Property properties[] = {Property::x, Property::y, Property::opacity, Property::rotation};
     for (std::uint64_t i = 0; i < layerCount; ++i) {
         Layer layer{.id = {1, ++number}, .name = "Layer " + std::to_string(i)};
-        layer.spans.append({.id = {1, ++number}, .start = 0.1 * static_cast<double>(i % 40), .end = 50, .effects = {SpanEffect{}}});
+        layer.spans.append(
+            {.id = {1, ++number}, .start = 0.1 * static_cast<double>(i % 40), .end = 50, .effects = {SpanEffect{}}});
         for (std::uint64_t k = 0; k < keyframesEach; ++k)
             layer.keyframes.append({.id = {1, ++number},
                                     .property = properties[k % 4],
@@ -172,6 +103,35 @@ TweenDocument largeTimeline()
     return document;
 }
 
+/// A number of all the layers that are selected.
+void measureInspector(EditorWindow& window)
+{
+    QLineEdit* opacity = nullptr;
+    for (QLineEdit* edit : window.findChildren<QLineEdit*>())
+        if (edit->isVisible() && edit->accessibleName() == "Opacity") opacity = edit;
+    if (!opacity) return;
+    opacity->setFocus();
+    const auto step = [opacity](int i) {
+        QKeyEvent press(QEvent::KeyPress, i % 2 == 0 ? Qt::Key_Down : Qt::Key_Up, Qt::NoModifier);
+        QApplication::sendEvent(opacity, &press);
+    };
+    constexpr int steps = 20;
+    report("number of all layers stepped in the inspector, unpainted", timesOf(step, steps));
+    QApplication::processEvents();
+    report("the same with the whole window painted", timesOf(
+                                                         [&](int i) {
+                                                             step(i);
+                                                             QApplication::processEvents();
+                                                         },
+                                                         steps));
+    report("the canvas alone painted after it", timesOf(
+                                                    [&](int i) {
+                                                        step(i);
+                                                        window.canvas().repaint();
+                                                    },
+                                                    steps));
+}
+
 void measureTimeline()
 {
     World world;
@@ -181,7 +141,8 @@ void measureTimeline()
     std::printf("500 layers and 10,000 keyframes, timeline of %d x %d\n", rows->width(), rows->height());
     const auto measure = [&](const char* anew, const char* moved) {
         report(anew, timesOf([&](int i) {
-                   QApplication::sendEvent(rows, std::make_unique<QEvent>(QEvent::StyleChange).get()); // Forgets what it has painted.
+                   QApplication::sendEvent(rows,
+                                           std::make_unique<QEvent>(QEvent::StyleChange).get()); // Forgets what it has painted.
                    editor.setPlayhead(0.1 * i);
                    rows->repaint();
                }));
@@ -197,15 +158,15 @@ void measureTimeline()
     window->refresh();
     QApplication::processEvents();
     measure("rows of all layers painted anew", "rows of all layers, the playhead moved");
-    report("edit of one layer, with the whole window", timesOf(
-                                                           [&](int i) {
-                                                               editor.mutate("Edit", [&](TweenScene& scene) {
-                                                                   scene.layers.edit()[0].opacity = 1.0 / (i + 1);
-                                                               });
-                                                               window->refresh();
-                                                               QApplication::processEvents();
-                                                           },
-                                                           20));
+    report("edit of one layer, with the whole window",
+           timesOf(
+               [&](int i) {
+                   editor.mutate("Edit", [&](TweenScene& scene) { scene.layers.edit()[0].opacity = 1.0 / (i + 1); });
+                   window->refresh();
+                   QApplication::processEvents();
+               },
+               20));
+    measureInspector(*window);
 }
 
 /// A document of so many bytes, nearly all of them pictures.
@@ -236,6 +197,12 @@ void measureOpening()
     std::optional<DocumentFile> file;
     report("read", timesOf([&](int) { file = DocumentFile::open(path); }, 5));
     report("window of it, painted", timesOf([&](int) { shownWindow(*file, world).reset(); }, 5));
+    report("written", timesOf([&](int) { file->save(file->saved(), path); }, 5));
+    const auto window = shownWindow(*file, world);
+    EditorView& editor = window->editor();
+    editor.selectLayers({editor.scene().layers[editor.scene().layers.size() - 1].id});
+    report("a picture of it copied", timesOf([&](int) { window->perform(Command::copy); }, 5));
+    report("a picture of it pasted", timesOf([&](int) { window->perform(Command::paste); }, 5));
     std::filesystem::remove(path);
 }
 
@@ -251,7 +218,7 @@ int main(int count, char** arguments)
         World world;
         const auto window = shownWindow(DocumentFile(TweenDocument()), world);
         const double first = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-        std::printf("  %-58s   median    95 of 100         work\n", "");
+        reportHead();
         report("from the start to the first window, painted", {first, first, first});
         report("a further window, painted", timesOf([&](int) { shownWindow(DocumentFile(TweenDocument()), world).reset(); }, 10));
     }

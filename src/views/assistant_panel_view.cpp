@@ -57,9 +57,9 @@ protected:
 };
 
 /// Something to ask, as a button of its own words.
-class StarterButton final : public QAbstractButton {
+class StarterButton final : public PaintedButton {
 public:
-    StarterButton(const QString& words, QWidget* parent) : QAbstractButton(parent)
+    StarterButton(const QString& words, QWidget* parent) : PaintedButton(parent)
     {
         setText(words);
         setFont(textFont(TextStyle::body));
@@ -75,13 +75,6 @@ public:
     QSize sizeHint() const override { return {120, heightForWidth(std::max(width(), 120))}; }
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-            click();
-        else
-            QAbstractButton::keyPressEvent(event);
-    }
     void paintEvent(QPaintEvent*) override
     {
         const Theme& t = theme();
@@ -101,6 +94,27 @@ private:
     {
         return fontMetrics().boundingRect(QRect(0, 0, std::max(width - 2 * padding, 1), 1 << 16), Qt::TextWordWrap, text());
     }
+};
+
+/// The sign of the assistant on a round ground.
+class SignBadge final : public QWidget {
+public:
+    explicit SignBadge(QWidget* parent) : QWidget(parent) { setFixedSize(side, side); }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        constexpr int icon = 24, inset = (side - icon) / 2;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(theme().accentSoft);
+        painter.drawEllipse(rect());
+        painter.drawPixmap(inset, inset, iconPixmap("assistant", icon, theme().accentText, devicePixelRatioF()));
+    }
+
+private:
+    static constexpr int side = 48;
 };
 
 /// Says that the model is at work: three dots and a word.
@@ -229,14 +243,23 @@ QWidget* AssistantPanelView::buildHead()
 QWidget* AssistantPanelView::buildSetUp()
 {
     setUp_ = new QWidget(this);
-    auto* column = columnIn(setUp_, {}, 8);
-    column->addWidget(label(qString(AssistantPanel::setUpHeading), TextStyle::title, LabelTone::text, setUp_));
-    column->addWidget(paragraph(qString(AssistantPanel::setUpText), TextStyle::body, LabelTone::secondary, setUp_));
-    QPushButton* open = wordButton("Open Preferences…", ButtonRole::primary, setUp_);
+    auto* column = columnIn(setUp_, {padding, 0, padding, 0}, 0);
+    column->addStretch(1);
+    column->addWidget(new SignBadge(setUp_), 0, Qt::AlignHCenter);
+    column->addSpacing(16);
+    column->addWidget(label(qString(AssistantPanel::setUpHeading), TextStyle::title, LabelTone::text, setUp_), 0, Qt::AlignHCenter);
+    column->addSpacing(8);
+    QLabel* words = label(qString(AssistantPanel::setUpText), TextStyle::body, LabelTone::secondary, setUp_);
+    words->setWordWrap(true);
+    words->setAlignment(Qt::AlignHCenter);
+    column->addWidget(words);
+    column->addSpacing(16);
+    QPushButton* open = wordButton("Open Preferences", ButtonRole::primary, setUp_, 32);
     open->setVisible(services_.openPreferences != nullptr);
     connect(open, &QPushButton::clicked, this, [this] { services_.openPreferences(); });
-    column->addSpacing(4);
-    column->addWidget(open, 0, Qt::AlignLeft);
+    column->addWidget(open, 0, Qt::AlignHCenter);
+    column->addSpacing(64); // It stands a little above the middle.
+    column->addStretch(1);
     return setUp_;
 }
 
@@ -265,7 +288,7 @@ QWidget* AssistantPanelView::buildTranscript()
     scroll_->setAccessibleName("Conversation");
     auto* whole = new Surface(theme().panel);
     auto* column = columnIn(whole, {padding, 16, padding, 16}, 0);
-    column->addWidget(buildSetUp());
+    column->addWidget(buildSetUp(), 1); // As high as the panel.
     column->addWidget(buildStarters());
     rows_ = new QVBoxLayout;
     rows_->setSpacing(rowGap);
@@ -273,7 +296,7 @@ QWidget* AssistantPanelView::buildTranscript()
     thinking_ = new ThinkingRow(whole);
     column->addSpacing(rowGap);
     column->addWidget(thinking_);
-    column->addStretch(1);
+    column->addStretch();
     scroll_->setWidget(whole);
     const QScrollBar* bar = scroll_->verticalScrollBar();
     connect(bar, &QScrollBar::rangeChanged, this, [this](int, int end) {

@@ -3,6 +3,7 @@
 #include "views/icons.h"
 #include "views/theme.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
 namespace larkspool {
@@ -23,17 +24,33 @@ QToolButton* iconButton(const QString& icon, const QString& name, QWidget* paren
 QPushButton* wordButton(const QString& words, ButtonRole role, QWidget* parent, int height)
 {
     auto* button = new QPushButton(words, parent);
-    button->setProperty("primary", role == ButtonRole::primary);
     button->setFont(textFont(TextStyle::bodyMedium));
     button->setFixedHeight(height);
     button->setFocusPolicy(Qt::TabFocus);
-    if (role == ButtonRole::primary) {
-        QPalette palette = button->palette();
-        palette.setColor(QPalette::ButtonText, theme().textOnAccent);
-        palette.setColor(QPalette::Disabled, QPalette::ButtonText, theme().textDisabled);
-        button->setPalette(palette);
-    }
+    if (role == ButtonRole::primary) makePrimary(*button);
     return button;
+}
+
+void makePrimary(QPushButton& button)
+{
+    button.setProperty("primary", true);
+    QPalette palette = button.palette();
+    palette.setColor(QPalette::ButtonText, theme().textOnAccent);
+    palette.setColor(QPalette::Disabled, QPalette::ButtonText, theme().textDisabled);
+    button.setPalette(palette);
+}
+
+QColor chosenFill()
+{
+    return theme().scheme == Theme::Scheme::light ? theme().raised : theme().pressed;
+}
+
+void PaintedButton::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        click();
+    else
+        QAbstractButton::keyPressEvent(event);
 }
 
 QLabel* label(const QString& words, TextStyle style, LabelTone tone, QWidget* parent)
@@ -41,6 +58,7 @@ QLabel* label(const QString& words, TextStyle style, LabelTone tone, QWidget* pa
     auto* result = new QLabel(words, parent);
     result->setFont(textFont(style));
     result->setTextFormat(Qt::PlainText);
+    result->setForegroundRole(QPalette::WindowText); // On a button it would take that of the button.
     QPalette palette = result->palette();
     palette.setColor(QPalette::WindowText, tone == LabelTone::text ? theme().text : theme().textSecondary);
     result->setPalette(palette);

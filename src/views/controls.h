@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAbstractButton>
 #include <QLabel>
 #include <QPushButton>
 #include <QToolButton>
@@ -16,6 +17,21 @@ QToolButton* iconButton(const QString& icon, const QString& name, QWidget* paren
 /// A button with words. The one main action of a surface is filled with the accent.
 enum class ButtonRole { plain, primary };
 QPushButton* wordButton(const QString& words, ButtonRole role, QWidget* parent, int height = 28);
+
+/// Makes a button the main action of its surface.
+void makePrimary(QPushButton& button);
+
+/// What the chosen one of a row of choices lies on, within the row's own ground.
+QColor chosenFill();
+
+/// A button that paints itself. Return presses it as Space does.
+class PaintedButton : public QAbstractButton {
+public:
+    using QAbstractButton::QAbstractButton;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+};
 
 /// A line of text in a style, in the theme's text colour or its secondary one.
 enum class LabelTone { text, secondary };

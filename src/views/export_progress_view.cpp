@@ -1,6 +1,7 @@
 #include "views/export_progress_view.h"
 
 #include "views/controls.h"
+#include "views/failure_note.h"
 #include "views/film_picture.h"
 #include "views/theme.h"
 
@@ -64,23 +65,15 @@ QWidget* ExportProgressSheet::buildProgress()
 QWidget* ExportProgressSheet::buildFailure()
 {
     auto* page = new QWidget(card());
-    auto* row = new QHBoxLayout(page);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(16);
-    row->addWidget(new FailureBadge(page), 0, Qt::AlignTop);
-    auto* column = new QVBoxLayout;
-    column->setSpacing(0);
-    column->addWidget(label("Export failed", TextStyle::title, LabelTone::text, page));
-    column->addSpacing(4);
-    error_ = label("", TextStyle::body, LabelTone::secondary, page);
-    error_->setWordWrap(true);
-    column->addWidget(error_);
-    column->addSpacing(16);
+    auto* column = new QVBoxLayout(page);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(16);
+    note_ = new FailureNote("Export failed", page);
+    column->addWidget(note_);
     dismiss_ = wordButton("OK", ButtonRole::primary, page, dialogButton);
     dismiss_->setMinimumWidth(leastButtonWidth);
     connect(dismiss_, &QPushButton::clicked, this, [this] { steps_.onDismiss(); });
     column->addWidget(dismiss_, 0, Qt::AlignRight);
-    row->addLayout(column, 1);
     return page;
 }
 
@@ -89,7 +82,7 @@ void ExportProgressSheet::show(const ExportRun::State& state)
     const bool hasFailed = state.exportError.has_value();
     const bool turns = !isVisible() || hasFailed == failure_->isHidden();
     if (hasFailed) {
-        error_->setText(QString::fromStdString(*state.exportError));
+        note_->showReason(QString::fromStdString(*state.exportError));
     } else {
         const double part = state.exportProgress.value_or(0);
         bar_->showPart(part);

@@ -8,6 +8,7 @@ class QPushButton;
 
 namespace larkspool {
 
+class FailureNote;
 class FilmPicture;
 class ThinProgressBar;
 
@@ -36,7 +37,7 @@ private:
     ThinProgressBar* bar_ = nullptr;
     QLabel* percent_ = nullptr;
     QPushButton* stop_ = nullptr;
-    QLabel* error_ = nullptr;
+    FailureNote* note_ = nullptr;
     QPushButton* dismiss_ = nullptr;
 };
 

@@ -1,6 +1,5 @@
 #include "views/film_picture.h"
 
-#include "views/icons.h"
 #include "views/picture.h"
 #include "views/theme.h"
 
@@ -15,7 +14,7 @@ namespace larkspool {
 namespace {
 
 constexpr double pictureRadius = 6;
-constexpr int barHeight = 6, badgeSide = 32, badgeIcon = 16;
+constexpr int barHeight = 6;
 
 } // namespace
 
@@ -89,22 +88,6 @@ void ThinProgressBar::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(theme().accent);
     painter.drawRoundedRect(QRectF(0, 0, width() * part, height()), barHeight / 2.0, barHeight / 2.0);
-}
-
-FailureBadge::FailureBadge(QWidget* parent) : QWidget(parent)
-{
-    setFixedSize(badgeSide, badgeSide);
-}
-
-void FailureBadge::paintEvent(QPaintEvent*)
-{
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(theme().dangerSoft);
-    painter.drawEllipse(rect());
-    const QPixmap sign = iconPixmap("warning", badgeIcon, theme().dangerText, devicePixelRatioF());
-    painter.drawPixmap((badgeSide - badgeIcon) / 2, (badgeSide - badgeIcon) / 2, sign);
 }
 
 } // namespace larkspool

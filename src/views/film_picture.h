@@ -38,13 +38,4 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
-/// The sign of a failure.
-class FailureBadge final : public QWidget {
-public:
-    explicit FailureBadge(QWidget* parent);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-};
-
 } // namespace larkspool

@@ -44,8 +44,13 @@ class Segment final : public OneOfSeveral {
 public:
     Segment(const QString& words, QWidget* parent) : OneOfSeveral(words, parent) { setFont(textFont(TextStyle::body)); }
 
-    QSize sizeHint() const override { return {fontMetrics().horizontalAdvance(text()) + 2 * textInset, 24}; }
+    QSize sizeHint() const override
+    {
+        const int sign = sign_.isEmpty() ? 0 : signSide + signGap;
+        return {sign + fontMetrics().horizontalAdvance(text()) + 2 * textInset, 24};
+    }
     QSize minimumSizeHint() const override { return sizeHint(); }
+    void showSign(const QString& icon) { sign_ = icon; }
 
 protected:
     void paintEvent(QPaintEvent*) override
@@ -55,14 +60,26 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         if (isChecked() || underMouse()) {
             painter.setPen(Qt::NoPen);
-            painter.setBrush(isChecked() ? t.pressed : t.fieldHover);
+            painter.setBrush(isChecked() ? chosenFill() : t.fieldHover);
             painter.drawRoundedRect(rect(), fieldRadius, fieldRadius);
         }
-        painter.setPen(isChecked() ? t.text : t.textSecondary);
+        const QColor ink = isChecked() ? t.text : t.textSecondary;
+        painter.setPen(ink);
         painter.setFont(font());
-        painter.drawText(rect(), Qt::AlignCenter, text());
+        if (sign_.isEmpty()) {
+            painter.drawText(rect(), Qt::AlignCenter, text());
+        } else {
+            const int left = (width() - signSide - signGap - fontMetrics().horizontalAdvance(text())) / 2;
+            painter.drawPixmap(left, (height() - signSide) / 2, iconPixmap(sign_, signSide, ink, devicePixelRatioF()));
+            painter.drawText(rect().adjusted(left + signSide + signGap, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, text());
+        }
         if (showsKeyboard(*this)) paintRing(painter, rect(), fieldRadius, 1.5);
     }
+
+private:
+    static constexpr int signSide = 14, signGap = 6;
+
+    QString sign_; ///< The icon before the words.
 };
 
 } // namespace
@@ -147,7 +164,7 @@ void ChoiceField::paintEvent(QPaintEvent*)
     painter.setPen(Qt::NoPen);
     painter.setBrush(underMouse() ? t.fieldHover : t.field);
     painter.drawRoundedRect(rect(), fieldRadius, fieldRadius);
-    painter.setPen(t.text);
+    painter.setPen(currentIndex() < 0 ? t.textSecondary : t.text);
     painter.setFont(textFont(TextStyle::body));
     const QRect words = rect().adjusted(textInset, 0, -textInset - chevron, 0);
     painter.drawText(words, Qt::AlignVCenter | Qt::AlignLeft,
@@ -182,6 +199,11 @@ SegmentedChoice::SegmentedChoice(const QString& name, const QStringList& choices
 int SegmentedChoice::chosen() const
 {
     return group_->checkedId();
+}
+
+void SegmentedChoice::showSign(int index, const QString& icon)
+{
+    static_cast<Segment*>(group_->button(index))->showSign(icon);
 }
 
 void SegmentedChoice::choose(int index)

@@ -60,6 +60,8 @@ public:
     /// -1 while none is chosen.
     int chosen() const;
     void choose(int index);
+    /// Puts an icon before the words of a choice.
+    void showSign(int index, const QString& icon);
 
     std::function<void(int index)> onChoice; ///< Called when a person chooses another one. May be absent.
 

@@ -108,6 +108,19 @@ void FormSheet::addWide(QWidget* widget)
     form().addWidget(widget);
 }
 
+QLabel* FormSheet::addWithWords(QWidget* widget)
+{
+    auto* whole = new QWidget(body_);
+    auto* lines = column(whole);
+    lines->setContentsMargins(0, 4, 0, 0);
+    lines->setSpacing(8);
+    QLabel* words = label("", TextStyle::caption, LabelTone::secondary, whole);
+    lines->addWidget(widget);
+    lines->addWidget(words);
+    form().addWidget(whole);
+    return words;
+}
+
 void FormSheet::showObstacle(const QString& reason)
 {
     confirm_->setEnabled(reason.isEmpty());

@@ -38,6 +38,8 @@ protected:
     QWidget* addRow(const QString& name, QWidget* field);
     /// Puts something over the whole width.
     void addWide(QWidget* widget);
+    /// The same, with a line of words below it, which is the result.
+    QLabel* addWithWords(QWidget* widget);
     /// Another button, at the left. The keyboard comes by it behind the fields that there are by then.
     QPushButton* addButton(const QString& words);
     /// Why the sheet cannot be confirmed; empty for nothing. It stands as a tooltip on the button.

@@ -41,7 +41,7 @@ QPixmap drawn(const QString& name, int size, const QColor& color, double pixelRa
 /// Draws an icon at whatever size and ratio it is asked for, in the colour of its state.
 class ButtonIconEngine final : public QIconEngine {
 public:
-    ButtonIconEngine(QString name, int size) : name_(std::move(name)), size_(size) {}
+    ButtonIconEngine(QString name, int size, IconGround ground) : name_(std::move(name)), size_(size), ground_(ground) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override
     {
@@ -60,15 +60,17 @@ public:
     QIconEngine* clone() const override { return new ButtonIconEngine(*this); }
 
 private:
-    static QColor colorOf(QIcon::Mode mode, QIcon::State state)
+    QColor colorOf(QIcon::Mode mode, QIcon::State state) const
     {
         if (mode == QIcon::Disabled) return theme().iconDisabled;
+        if (ground_ == IconGround::accent || mode == QIcon::Selected) return theme().textOnAccent;
         if (state == QIcon::On) return theme().accentText;
-        return mode == QIcon::Active || mode == QIcon::Selected ? theme().text : theme().icon;
+        return mode == QIcon::Active ? theme().text : theme().icon;
     }
 
     QString name_;
     int size_;
+    IconGround ground_;
 };
 
 } // namespace
@@ -82,9 +84,9 @@ QPixmap iconPixmap(const QString& name, int size, const QColor& color, double pi
     return found != known.end() ? found->second : known.emplace(key, drawn(name, size, color, pixelRatio)).first->second;
 }
 
-QIcon buttonIcon(const QString& name, int size)
+QIcon buttonIcon(const QString& name, int size, IconGround ground)
 {
-    return QIcon(new ButtonIconEngine(name, size));
+    return QIcon(new ButtonIconEngine(name, size, ground));
 }
 
 } // namespace larkspool

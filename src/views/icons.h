@@ -11,7 +11,10 @@ namespace larkspool {
 /// `pixelRatio` pixels to each. Drawn once for each of these. A name that there is none of gives an empty picture.
 QPixmap iconPixmap(const QString& name, int size, const QColor& color, double pixelRatio);
 
-/// The icon of a button: as it is at rest, under the pointer, switched on and disabled.
-QIcon buttonIcon(const QString& name, int size = 16);
+/// What the button of an icon is filled with.
+enum class IconGround { plain, accent };
+
+/// The icon of a button: as it is at rest, under the pointer, switched on and disabled, and chosen in a menu.
+QIcon buttonIcon(const QString& name, int size = 16, IconGround ground = IconGround::plain);
 
 } // namespace larkspool

@@ -65,24 +65,16 @@ QWidget* MovingSheet::addRipple(SheetRipple& ripple, std::string_view help)
 
 void MovingSheet::addPreview()
 {
-    auto* whole = new QWidget(body());
-    auto* column = new QVBoxLayout(whole);
-    column->setContentsMargins(0, 4, 0, 0);
-    column->setSpacing(8);
-    preview_ = new TimesPreview(whole);
-    outcome_ = label("", TextStyle::caption, LabelTone::secondary, whole);
-    column->addWidget(preview_);
-    column->addWidget(outcome_);
-    addWide(whole);
+    preview_ = new TimesPreview(body());
+    outcome_ = addWithWords(preview_);
 }
 
 void MovingSheet::showMoved(const std::vector<RetimeRow>& after)
 {
     preview_->show(before_, after, sceneDuration_);
     const Range moved = Range::of(after);
-    QString words = "Will be " + moved.words();
-    if (moved.start < 0 || moved.end > sceneDuration_) words += " · held within the scene";
-    outcome_->setText(words);
+    const bool isWithin = moved.start >= 0 && moved.end <= sceneDuration_;
+    outcome_->setText(isWithin ? "Will be " + moved.words() : "Would be " + moved.words() + " · held within the scene");
 }
 
 void MovingSheet::showProblem(const QString& problem)
@@ -102,14 +94,7 @@ MoveItemsSheetView::MoveItemsSheetView(QWidget& window, MoveItemsSheet sheet, do
     : MovingSheet(window, {"Move Selection", "Move"}, sceneDuration, sheet.shiftedRows(), std::move(steps)),
       sheet_(std::move(sheet))
 {
-    confirmed = [this] {
-        sheet_.confirm();
-        tellClosed();
-    };
-    cancelled = [this] {
-        sheet_.cancel();
-        tellClosed();
-    };
+    endWith(sheet_);
     auto* mode = new SegmentedChoice("Mode", {"Delta", "Absolute"}, body());
     mode->choose(static_cast<int>(sheet_.mode));
     mode->onChoice = [this](int index) { chooseMode(static_cast<MoveItemsSheet::Mode>(index)); };
@@ -180,14 +165,7 @@ DilateItemsSheetView::DilateItemsSheetView(QWidget& window, DilateItemsSheet she
     : MovingSheet(window, {"Dilate Selection", "Dilate"}, sceneDuration, sheet.shiftedRows(), std::move(steps)),
       sheet_(std::move(sheet))
 {
-    confirmed = [this] {
-        sheet_.confirm();
-        tellClosed();
-    };
-    cancelled = [this] {
-        sheet_.cancel();
-        tellClosed();
-    };
+    endWith(sheet_);
     addScale();
     QStringList anchors;
     for (const EnumCase<DilateAnchor>& choice : EnumTable<DilateAnchor>::cases) anchors << inWords(choice.label);

@@ -29,7 +29,19 @@ protected:
     void showProblem(const QString& problem);
     /// Words in place of the preview, with which nothing can be confirmed.
     void showMessage(std::string_view message);
-    void tellClosed() { steps_.closed(); }
+    /// The sheet ends with what its logic makes of the button.
+    template <typename Sheet>
+    void endWith(Sheet& sheet)
+    {
+        confirmed = [this, &sheet] {
+            sheet.confirm();
+            steps_.closed();
+        };
+        cancelled = [this, &sheet] {
+            sheet.cancel();
+            steps_.closed();
+        };
+    }
 
 private:
     double sceneDuration_;

@@ -55,8 +55,13 @@ NoticeBar::NoticeBar(const RepairNotice& notice, QWidget* parent) : Surface(them
     list->setFont(textFont(TextStyle::caption));
     list->setAccessibleName("What was lost");
     list->document()->setDocumentMargin(padding);
-    const int needed = static_cast<int>(lines.size()) * QFontMetrics(list->font()).lineSpacing() + 2 * padding;
+    QPalette quiet = list->palette();
+    quiet.setColor(QPalette::Base, theme().window);
+    quiet.setColor(QPalette::Text, theme().textSecondary);
+    list->setPalette(quiet);
+    const int needed = static_cast<int>(lines.size()) * QFontMetrics(list->font()).lineSpacing() + 2 * padding + 2;
     list->setFixedHeight(std::min(needed, mostDetails));
+    if (needed <= mostDetails) list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list->hide();
     details_ = list;
     column->addWidget(list);

@@ -1,7 +1,7 @@
 #include "views/quick_render_sheet.h"
 
 #include "views/controls.h"
-#include "views/film_picture.h"
+#include "views/failure_note.h"
 #include "views/form_controls.h"
 #include "views/quick_render_video_view.h"
 #include "views/theme.h"
@@ -44,10 +44,10 @@ QuickRenderSheet::QuickRenderSheet(QWidget& window, Steps steps)
                                            }},
                                       card());
     column->addWidget(video_);
-    failure_ = buildFailure();
+    failure_ = new FailureNote("Render Failed", card());
     failure_->hide();
     column->addWidget(failure_);
-    column->addSpacing(12);
+    column->addSpacing(16);
 
     auto* row = new QHBoxLayout;
     row->setSpacing(16);
@@ -60,22 +60,6 @@ QuickRenderSheet::QuickRenderSheet(QWidget& window, Steps steps)
     column->addLayout(row);
     onCancel = [this] { steps_.onClose(); };
     fitCard();
-}
-
-QWidget* QuickRenderSheet::buildFailure()
-{
-    auto* page = new QWidget(card());
-    auto* row = new QHBoxLayout(page);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(16);
-    row->addWidget(new FailureBadge(page), 0, Qt::AlignTop);
-    auto* column = new QVBoxLayout;
-    column->setSpacing(4);
-    column->addWidget(label("Render Failed", TextStyle::objectName, LabelTone::text, page));
-    error_ = paragraph("", TextStyle::dialogBody, LabelTone::secondary, page);
-    column->addWidget(error_);
-    row->addLayout(column, 1);
-    return page;
 }
 
 void QuickRenderSheet::show(const QuickRenderState& state)
@@ -109,7 +93,7 @@ void QuickRenderSheet::showFailure(const QString& words)
 {
     video_->hide();
     failure_->show();
-    error_->setText(words);
+    failure_->showReason(words);
     tell("");
     fitCard();
 }

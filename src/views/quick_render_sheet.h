@@ -9,6 +9,7 @@ class QPushButton;
 
 namespace larkspool {
 
+class FailureNote;
 class QuickRenderVideoView;
 
 /// The sheet of a quick render: how far it is, then its film, or why there is none.
@@ -31,7 +32,6 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QWidget* buildFailure();
     void tell(const QString& words);
     void showFailure(const QString& words);
     /// Gives the picture the room that the window has for it.
@@ -39,8 +39,7 @@ private:
 
     Steps steps_;
     QuickRenderVideoView* video_ = nullptr;
-    QWidget* failure_ = nullptr;
-    QLabel* error_ = nullptr;
+    FailureNote* failure_ = nullptr;
     QLabel* words_ = nullptr;
     QPushButton* close_ = nullptr;
     std::size_t phase_ = std::variant_npos; ///< The one that is shown.

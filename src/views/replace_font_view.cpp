@@ -6,7 +6,6 @@
 #include "views/form_controls.h"
 #include "views/theme.h"
 
-#include <QBoxLayout>
 #include <QFontDatabase>
 #include <QPainter>
 
@@ -116,15 +115,8 @@ ReplaceFontSheetView::ReplaceFontSheetView(QWidget& window, Subject subject, Ste
     fillReplacements();
     addRow("Font", from_);
     addRow("Replace With", to_);
-    auto* whole = new QWidget(body());
-    auto* column = new QVBoxLayout(whole);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(8);
-    sample_ = new Sample(whole);
-    note_ = label("", TextStyle::caption, LabelTone::secondary, whole);
-    column->addWidget(sample_);
-    column->addWidget(note_);
-    addWide(whole);
+    sample_ = new Sample(body());
+    note_ = addWithWords(sample_);
     showOutcome();
 }
 

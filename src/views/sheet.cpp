@@ -1,22 +1,27 @@
 #include "views/sheet.h"
 
+#include "views/motion.h"
 #include "views/theme.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QGraphicsOpacityEffect>
 #include <QKeyEvent>
 #include <QLayout>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QVariantAnimation>
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <utility>
 
 namespace larkspool {
 
 namespace {
 
 constexpr double cornerRadius = 12;
+constexpr int fadeInTime = 180, fadeOutTime = 120; ///< Milliseconds.
 constexpr int shadowDrop = 24, shadowReach = 32, shadowSteps = 16;
 
 /// A soft shadow below the rectangle, in as many steps of the same strength.
@@ -32,6 +37,63 @@ void paintShadow(QPainter& painter, const QRectF& rect)
         painter.drawRoundedRect(rect.translated(0, shadowDrop).adjusted(-reach, -reach, reach, reach), radius, radius);
     }
 }
+
+/// What a sheet lies on: the dimmed window, and the card's own ground with its shadow.
+void paintGround(QPainter& painter, const QRect& window, const QRectF& card)
+{
+    const Theme& t = theme();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(window, t.scrim);
+    paintShadow(painter, card);
+    painter.setPen(QPen(t.hairlineStrong, 1));
+    painter.setBrush(t.panel);
+    painter.drawRoundedRect(card.adjusted(-0.5, -0.5, 0.5, 0.5), cornerRadius, cornerRadius);
+}
+
+/// A movement between 0 and 1 that belongs to `owner` and goes by itself.
+QVariantAnimation* movement(QObject* owner, int milliseconds, double from, double to)
+{
+    auto* result = new QVariantAnimation(owner);
+    result->setDuration(milliseconds);
+    result->setStartValue(from);
+    result->setEndValue(to);
+    result->setEasingCurve(easeOutCurve());
+    return result;
+}
+
+/// The picture of a sheet that has gone. It takes no input, and goes by itself.
+class Afterimage final : public QWidget {
+public:
+    Afterimage(QWidget& window, const QRect& card, QPixmap picture)
+        : QWidget(&window), card_(card), picture_(std::move(picture))
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setFocusPolicy(Qt::NoFocus);
+        setGeometry(window.rect());
+        QVariantAnimation* fading = movement(this, fadeOutTime, 1, 0);
+        connect(fading, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
+            strength_ = value.toDouble();
+            update();
+        });
+        connect(fading, &QVariantAnimation::finished, this, &QObject::deleteLater);
+        fading->start();
+        show();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.setOpacity(strength_);
+        paintGround(painter, rect(), card_);
+        painter.drawPixmap(card_.topLeft(), picture_);
+    }
+
+private:
+    QRect card_;
+    QPixmap picture_;
+    double strength_ = 1;
+};
 
 } // namespace
 
@@ -53,6 +115,7 @@ void Sheet::dismiss()
         before_->setFocus(Qt::OtherFocusReason);
     else if (now && (now == this || isAncestorOf(now)))
         now->clearFocus();
+    fadeOut();
     hide();
     deleteLater();
 }
@@ -61,9 +124,38 @@ void Sheet::present(QWidget* first)
 {
     setGeometry(parentWidget()->rect());
     place();
+    const bool isNew = !isVisible();
     show();
     raise();
     first->setFocus(Qt::TabFocusReason);
+    if (isNew) fadeIn();
+}
+
+void Sheet::fadeIn()
+{
+    if (motion() == Motion::reduced) return;
+    auto* effect = new QGraphicsOpacityEffect(card_);
+    effect->setOpacity(strength_ = 0);
+    card_->setGraphicsEffect(effect);
+    QVariantAnimation* fading = movement(this, fadeInTime, 0, 1);
+    connect(fading, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
+        strength_ = value.toDouble();
+        if (auto* veil = qobject_cast<QGraphicsOpacityEffect*>(card_->graphicsEffect())) veil->setOpacity(strength_);
+        update();
+    });
+    connect(fading, &QVariantAnimation::finished, this, [this] { card_->setGraphicsEffect(nullptr); }); // It costs at every paint.
+    fading->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+void Sheet::fadeOut()
+{
+    if (motion() == Motion::reduced || !isVisible()) return;
+    QPixmap picture(card_->size() * devicePixelRatioF());
+    picture.setDevicePixelRatio(devicePixelRatioF());
+    picture.fill(Qt::transparent);
+    card_->setGraphicsEffect(nullptr);
+    card_->render(&picture, {}, {}, QWidget::DrawChildren);
+    new Afterimage(*parentWidget(), card_->geometry(), std::move(picture));
 }
 
 void Sheet::place()
@@ -135,15 +227,9 @@ void Sheet::contextMenuEvent(QContextMenuEvent* event)
 
 void Sheet::paintEvent(QPaintEvent*)
 {
-    const Theme& t = theme();
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillRect(rect(), t.scrim);
-    const QRectF card = card_->geometry();
-    paintShadow(painter, card);
-    painter.setPen(QPen(t.hairlineStrong, 1));
-    painter.setBrush(t.panel);
-    painter.drawRoundedRect(card.adjusted(-0.5, -0.5, 0.5, 0.5), cornerRadius, cornerRadius);
+    painter.setOpacity(strength_);
+    paintGround(painter, rect(), card_->geometry());
 }
 
 } // namespace larkspool

@@ -10,7 +10,7 @@ namespace larkspool {
 /// A question or a message over a window: it dims the whole of it and takes all of its input, and shows a card in its middle.
 ///
 /// The keyboard goes round the card's fields. Return confirms and Escape cancels, unless the field that has the keyboard takes
-/// the key.
+/// the key. It fades in and out where motion is full; keys and clicks do not wait for that.
 class Sheet : public QWidget {
 public:
     /// Over `window`, which owns it. `name` is for those who cannot see it; the card is `width` pixels wide.
@@ -43,9 +43,12 @@ protected:
 
 private:
     void place();
+    void fadeIn();
+    void fadeOut();
 
     QWidget* card_;
     QPointer<QWidget> before_; ///< What had the keyboard.
+    double strength_ = 1;      ///< 0...1, of what it paints while it fades in.
 };
 
 } // namespace larkspool

@@ -49,26 +49,50 @@ private:
     std::mutex mutex_;
 };
 
+class DesktopSoundDevice final : public SoundDevice {
+public:
+    DesktopSoundDevice(const QAudioDevice& device, const QAudioFormat& format) : sink_(device, format) {}
+    ~DesktopSoundDevice() override { sink_.stop(); }
+
+    void start(QIODevice& sound) override
+    {
+        hasStarted_ = true;
+        sink_.start(&sound);
+    }
+    void stop() override
+    {
+        hasStarted_ = false;
+        sink_.stop();
+    }
+    void setVolume(double volume) override { sink_.setVolume(volume); }
+    double playedSeconds() const override { return static_cast<double>(sink_.processedUSecs()) * 1e-6; }
+    bool isGone() const override
+    {
+        return hasStarted_ && sink_.state() == QAudio::StoppedState && sink_.error() != QAudio::NoError;
+    }
+
+private:
+    QAudioSink sink_;
+    bool hasStarted_ = false;
+};
+
 class SinkAudioPlayer final : public AudioPlayer {
 public:
-    explicit SinkAudioPlayer(std::unique_ptr<AudioReader> reader)
-        : reader_(std::move(reader)), duration_(reader_->duration(longestSound)), sound_(*reader_)
-    {
-        const QAudioDevice device = QMediaDevices::defaultAudioOutput();
-        QAudioFormat format;
-        format.setSampleRate(SampleStream::sampleRate);
-        format.setChannelCount(SampleStream::channels);
-        format.setSampleFormat(QAudioFormat::Float);
-        if (!device.isNull() && device.isFormatSupported(format)) sink_ = std::make_unique<QAudioSink>(device, format);
-    }
+    SinkAudioPlayer(std::unique_ptr<AudioReader> reader, OpenSoundDevice openDevice)
+        : reader_(std::move(reader)),
+          duration_(reader_->duration(longestSound)),
+          sound_(*reader_),
+          openDevice_(std::move(openDevice)),
+          device_(openDevice_())
+    {}
     ~SinkAudioPlayer() override { pause(); }
 
     double duration() const override { return duration_; }
     double currentTime() const override
     {
         if (!isPlaying_) return place_;
-        const double since = sink_ ? static_cast<double>(sink_->processedUSecs()) * 1e-6 : static_cast<double>(clock_.elapsed()) * 1e-3;
-        return std::min(place_ + since, duration_);
+        noticeLoss();
+        return std::min(place_ + playedSeconds(), duration_);
     }
     void setCurrentTime(double seconds) override
     {
@@ -79,41 +103,74 @@ public:
     }
     void setVolume(double volume) override
     {
-        if (sink_) sink_->setVolume(volume);
+        volume_ = volume;
+        if (device_) device_->setVolume(volume);
     }
     bool isPlaying() const override { return isPlaying_; }
     void play() override
     {
         if (isPlaying_) return;
+        if (!device_) device_ = openDevice_();
         isPlaying_ = true;
-        clock_.start();
         sound_.seekTo(place_);
-        if (sink_) sink_->start(&sound_);
+        if (device_) {
+            device_->setVolume(volume_);
+            device_->start(sound_);
+        }
+        clock_.start();
     }
     void pause() override
     {
         if (!isPlaying_) return;
         place_ = currentTime();
         isPlaying_ = false;
-        if (sink_) sink_->stop();
+        if (device_) device_->stop();
     }
 
 private:
+    double playedSeconds() const { return device_ ? device_->playedSeconds() : static_cast<double>(clock_.elapsed()) * 1e-3; }
+    /// From where the device was taken away, the clock goes on.
+    void noticeLoss() const
+    {
+        if (!device_ || !device_->isGone()) return;
+        place_ += device_->playedSeconds();
+        clock_.start();
+        device_.reset();
+    }
+
     std::unique_ptr<AudioReader> reader_;
     double duration_;
     SoundFrom sound_;
-    std::unique_ptr<QAudioSink> sink_; ///< Null without a device.
-    double place_ = 0; ///< Seconds, of the last start or stop.
+    OpenSoundDevice openDevice_;
+    mutable std::unique_ptr<SoundDevice> device_; ///< Null without one.
+    double volume_ = 1;
+    mutable double place_ = 0; ///< Seconds, of the last start or stop, or where the device was lost.
     bool isPlaying_ = false;
-    QElapsedTimer clock_;
+    mutable QElapsedTimer clock_;
 };
 
 } // namespace
 
+std::unique_ptr<SoundDevice> openDesktopSoundDevice()
+{
+    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
+    QAudioFormat format;
+    format.setSampleRate(SampleStream::sampleRate);
+    format.setChannelCount(SampleStream::channels);
+    format.setSampleFormat(QAudioFormat::Float);
+    if (device.isNull() || !device.isFormatSupported(format)) return nullptr;
+    return std::make_unique<DesktopSoundDevice>(device, format);
+}
+
 std::unique_ptr<AudioPlayer> loadSinkAudioPlayer(const std::string& path)
 {
+    return loadAudioPlayerOn(path, openDesktopSoundDevice);
+}
+
+std::unique_ptr<AudioPlayer> loadAudioPlayerOn(const std::string& path, OpenSoundDevice openDevice)
+{
     try {
-        return std::make_unique<SinkAudioPlayer>(AudioReader::open(path));
+        return std::make_unique<SinkAudioPlayer>(AudioReader::open(path), std::move(openDevice));
     } catch (const AudioError&) {
         return nullptr;
     }

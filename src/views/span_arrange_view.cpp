@@ -6,8 +6,6 @@
 #include "views/theme.h"
 #include "views/times_preview.h"
 
-#include <QBoxLayout>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -39,19 +37,6 @@ QString outcome(const std::vector<ResolvedSpanRef>& spans, double sceneDuration)
     return words;
 }
 
-/// A preview with a line of words below.
-SpansArrangePreview* addPreview(QWidget* whole, QLabel*& note)
-{
-    auto* column = new QVBoxLayout(whole);
-    column->setContentsMargins(0, 4, 0, 0);
-    column->setSpacing(8);
-    auto* preview = new SpansArrangePreview(whole);
-    note = label("", TextStyle::caption, LabelTone::secondary, whole);
-    column->addWidget(preview);
-    column->addWidget(note);
-    return preview;
-}
-
 } // namespace
 
 DistributeSpansSheetView::DistributeSpansSheetView(QWidget& window, DistributeSpansSheet& sheet, SpansToArrange spans,
@@ -80,9 +65,8 @@ DistributeSpansSheetView::DistributeSpansSheetView(QWidget& window, DistributeSp
         showOutcome();
     };
     addRow("Gap", gap_);
-    auto* whole = new QWidget(body());
-    preview_ = addPreview(whole, note_);
-    addWide(whole);
+    preview_ = new SpansArrangePreview(body());
+    note_ = addWithWords(preview_);
     showOutcome();
 }
 
@@ -124,9 +108,8 @@ StaggerSpansSheetView::StaggerSpansSheetView(QWidget& window, StaggerSpansSheet&
         showOutcome();
     });
     addRow("Order", order);
-    auto* whole = new QWidget(body());
-    preview_ = addPreview(whole, note_);
-    addWide(whole);
+    preview_ = new SpansArrangePreview(body());
+    note_ = addWithWords(preview_);
     showOutcome();
 }
 

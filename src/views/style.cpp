@@ -1,10 +1,17 @@
 #include "views/style.h"
 
 #include "views/accessible_items.h"
+#include "views/controls.h"
 #include "views/theme.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLayout>
+#include <QMessageBox>
 #include <QPainter>
+#include <QPushButton>
 #include <QStyleFactory>
 #include <QStyleOption>
 
@@ -16,7 +23,8 @@ namespace {
 
 constexpr double fieldRadius = 4, buttonRadius = 6;
 constexpr int shortestThumb = 24, menuBarIcon = 20;
-constexpr int menuItemHeight = 26, menuMargin = 8, shortcutGap = 24;
+constexpr int buttonIconSide = 16, buttonIconGap = 6, dialogButtonHeight = 32, leastDialogButton = 96;
+constexpr int menuItemHeight = 26, menuMargin = 8, menuMark = 16, menuMarkGap = 8, shortcutGap = 24;
 
 void fillRounded(QPainter& painter, const QRectF& rect, double radius, const QColor& color)
 {
@@ -65,15 +73,22 @@ void drawMenuItem(const QStyleOptionMenuItem& item, QPainter& painter)
         return;
     }
     const bool isEnabled = item.state & QStyle::State_Enabled;
-    if (isEnabled && (item.state & QStyle::State_Selected))
-        fillRounded(painter, QRectF(item.rect).adjusted(4, 1, -4, -1), buttonRadius, t.selection);
+    const bool isChosen = isEnabled && (item.state & QStyle::State_Selected);
+    if (isChosen) fillRounded(painter, QRectF(item.rect).adjusted(4, 1, -4, -1), buttonRadius - 2, t.accent);
     const QStringList parts = item.text.split('\t');
-    QRect text = item.rect.adjusted(menuMargin + 20, 0, -menuMargin - 8, 0);
+    QRect text = item.rect.adjusted(menuMargin + menuMark + menuMarkGap, 0, -menuMargin - 8, 0);
     painter.setFont(textFont(TextStyle::body));
-    painter.setPen(isEnabled ? t.text : t.textDisabled);
+    painter.setPen(isChosen ? t.textOnAccent : isEnabled ? t.text : t.textDisabled);
     painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextShowMnemonic, parts.front());
-    if (item.checked) painter.drawText(QRect(item.rect.left() + menuMargin, item.rect.top(), 16, item.rect.height()), Qt::AlignCenter, "✓");
-    painter.setPen(isEnabled ? t.textSecondary : t.textDisabled);
+    const QRect mark(item.rect.left() + menuMargin, item.rect.top(), menuMark, item.rect.height());
+    if (item.checked)
+        painter.drawText(mark, Qt::AlignCenter, "✓");
+    else if (!item.icon.isNull())
+        item.icon.paint(&painter, mark, Qt::AlignCenter,
+                        isChosen    ? QIcon::Selected
+                        : isEnabled ? QIcon::Normal
+                                    : QIcon::Disabled);
+    painter.setPen(isChosen ? t.textOnAccent : isEnabled ? t.textSecondary : t.textDisabled);
     if (parts.size() > 1) painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, parts.back());
     if (item.menuItemType == QStyleOptionMenuItem::SubMenu) painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, "›");
 }
@@ -83,6 +98,66 @@ void drawButtonRing(const QStyleOption& option, QPainter& painter)
 {
     strokeRounded(painter, QRectF(option.rect).adjusted(2, 2, -2, -2), buttonRadius - 2, theme().panel, 1.5);
     strokeRounded(painter, option.rect, buttonRadius, theme().focusRing, 2);
+}
+
+/// What lies between the words of a button and its edges.
+int buttonPadding(int height)
+{
+    return height >= dialogButtonHeight ? 16 : height >= 28 ? 12 : 10;
+}
+
+/// An icon with the words behind it, in the middle of the button.
+void drawIconAndWords(const QStyleOptionButton& button, QPainter& painter)
+{
+    const bool isEnabled = button.state & QStyle::State_Enabled;
+    const int width = buttonIconSide + buttonIconGap + button.fontMetrics.horizontalAdvance(button.text);
+    const int left = button.rect.left() + (button.rect.width() - width) / 2;
+    const QRect icon(left, button.rect.top() + (button.rect.height() - buttonIconSide) / 2, buttonIconSide, buttonIconSide);
+    const bool isHovered = button.state & QStyle::State_MouseOver;
+    button.icon.paint(&painter, icon, Qt::AlignCenter, !isEnabled ? QIcon::Disabled : isHovered ? QIcon::Active : QIcon::Normal);
+    painter.setPen(button.palette.color(isEnabled ? QPalette::Active : QPalette::Disabled, QPalette::ButtonText));
+    painter.drawText(button.rect.adjusted(icon.right() + 1 + buttonIconGap - button.rect.left(), 0, 0, 0),
+                     Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, button.text);
+}
+
+void dressLabel(QLabel* label, TextStyle style, const QColor& color)
+{
+    if (!label) return;
+    label->setIndent(0);
+    label->setContentsMargins(0, 0, 0, 0);
+    label->setFont(textFont(style));
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, color);
+    label->setPalette(palette);
+}
+
+/// Gives the toolkit's own question the measures of the program's: a title, words, and buttons of which the main one is filled.
+void dressQuestion(QMessageBox& box)
+{
+    if (box.layout()) {
+        box.layout()->setContentsMargins(24, 20, 24, 20);
+        box.layout()->setSpacing(8);
+    }
+    auto* grid = qobject_cast<QGridLayout*>(box.layout());
+    if (grid && box.icon() == QMessageBox::NoIcon) {
+        grid->setHorizontalSpacing(0);
+        for (int i = 0; i < grid->count(); ++i)
+            if (QSpacerItem* beforeWords = grid->itemAt(i)->spacerItem()) beforeWords->changeSize(0, 0);
+        grid->invalidate();
+    }
+    if (auto* buttons = box.findChild<QDialogButtonBox*>()) buttons->setContentsMargins(0, 12, 0, 0);
+    const bool isTitle = !box.text().contains('\n');
+    dressLabel(box.findChild<QLabel*>("qt_msgbox_label"), isTitle ? TextStyle::title : TextStyle::dialogBody, theme().text);
+    dressLabel(box.findChild<QLabel*>("qt_msgbox_informativelabel"), TextStyle::dialogBody, theme().textSecondary);
+    QAbstractButton* main = box.defaultButton();
+    for (QAbstractButton* each : box.buttons()) {
+        each->setFont(textFont(TextStyle::bodyMedium));
+        each->setFixedHeight(dialogButtonHeight);
+        each->setMinimumWidth(leastDialogButton);
+        const QMessageBox::ButtonRole role = box.buttonRole(each);
+        if (!main && (role == QMessageBox::AcceptRole || role == QMessageBox::YesRole)) main = each;
+    }
+    if (auto* button = qobject_cast<QPushButton*>(main)) makePrimary(*button);
 }
 
 } // namespace
@@ -144,6 +219,10 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
             painter->drawText(item->rect, Qt::AlignCenter | Qt::TextShowMnemonic | Qt::TextSingleLine, item->text);
             return;
         }
+    }
+    if (element == CE_PushButtonLabel) {
+        const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        if (button && !button->icon.isNull() && !button->text.isEmpty()) return drawIconAndWords(*button, *painter);
     }
     if (element == CE_Splitter) return painter->fillRect(option->rect, t.hairline);
     QProxyStyle::drawControl(element, option, painter, widget);
@@ -208,6 +287,7 @@ int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* 
     if (hint == SH_MenuBar_AltKeyNavigation) return 1;
     if (hint == SH_Menu_Scrollable) return 1; // A long list, of fonts say, stays one column.
     if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+    if (hint == SH_DialogButtonLayout) return QDialogButtonBox::GnomeLayout; // The main action is the rightmost one.
     return QProxyStyle::styleHint(hint, option, widget, data);
 }
 
@@ -218,13 +298,24 @@ QSize Style::sizeFromContents(ContentsType type, const QStyleOption* option, con
         if (item && item->menuItemType == QStyleOptionMenuItem::Separator) return {size.width(), 9};
         const QFontMetrics metrics(textFont(TextStyle::body));
         const QStringList parts = item ? item->text.split('\t') : QStringList();
-        int width = 2 * menuMargin + 28 + 16;
+        int width = 2 * menuMargin + menuMark + menuMarkGap + 24;
         for (const QString& part : parts) width += metrics.horizontalAdvance(part);
         if (parts.size() > 1) width += shortcutGap;
         return {std::max(width, 160), menuItemHeight};
     }
+    if (const auto* button = type == CT_PushButton ? qstyleoption_cast<const QStyleOptionButton*>(option) : nullptr) {
+        const int height = widget && widget->minimumHeight() > 0 ? widget->minimumHeight() : 28;
+        const int icon = button->icon.isNull() ? 0 : buttonIconSide + buttonIconGap;
+        return {button->fontMetrics.horizontalAdvance(button->text) + icon + 2 * buttonPadding(height), height};
+    }
     if (type == CT_MenuBarItem) return {size.width() + 16, 28};
     return QProxyStyle::sizeFromContents(type, option, size, widget);
+}
+
+void Style::polish(QWidget* widget)
+{
+    QProxyStyle::polish(widget);
+    if (auto* box = qobject_cast<QMessageBox*>(widget)) dressQuestion(*box);
 }
 
 QPalette themePalette()

@@ -26,16 +26,16 @@ QString formatOf(std::string_view type)
 
 void SystemPasteboard::clearContents()
 {
+    contents_.clear();
     QGuiApplication::clipboard()->clear();
 }
 
 void SystemPasteboard::setData(std::string_view type, Bytes data)
 {
+    contents_[formatOf(type)] =
+        QByteArray(reinterpret_cast<const char*>(data.view().data()), static_cast<qsizetype>(data.size()));
     auto* contents = new QMimeData;
-    if (const QMimeData* before = QGuiApplication::clipboard()->mimeData())
-        for (const QString& format : before->formats()) contents->setData(format, before->data(format));
-    contents->setData(formatOf(type),
-                      QByteArray(reinterpret_cast<const char*>(data.view().data()), static_cast<qsizetype>(data.size())));
+    for (const auto& [format, bytes] : contents_) contents->setData(format, bytes);
     QGuiApplication::clipboard()->setMimeData(contents);
 }
 

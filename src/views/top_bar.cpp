@@ -15,6 +15,7 @@ namespace larkspool {
 namespace {
 
 constexpr int topBarHeight = 40, nameGap = 16;
+constexpr int textInset = 8, chevronRoom = 24; ///< Of the zoom: before its words, and behind them.
 constexpr int showsNameFrom = 1400; ///< Pixels of the window's width. Below, the bar has no room for the document's name.
 
 struct PanelToggle {
@@ -39,7 +40,7 @@ public:
         setPopupMode(QToolButton::InstantPopup);
         setToolTip("Zoom");
     }
-    QSize sizeHint() const override { return {fontMetrics().horizontalAdvance("100%") + 8 + 4 + 16 + 4, 28}; }
+    QSize sizeHint() const override { return {fontMetrics().horizontalAdvance("100%") + textInset + chevronRoom, 28}; }
 
 protected:
     void paintEvent(QPaintEvent*) override
@@ -57,7 +58,7 @@ protected:
             painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 6, 6);
         }
         painter.setPen(theme().text);
-        painter.drawText(rect().adjusted(8, 0, -20, 0), Qt::AlignRight | Qt::AlignVCenter, text());
+        painter.drawText(rect().adjusted(textInset, 0, -chevronRoom, 0), Qt::AlignRight | Qt::AlignVCenter, text());
         painter.drawPixmap(width() - 20, (height() - 16) / 2, iconPixmap("chevron-down", 16, theme().icon, devicePixelRatioF()));
     }
 };
@@ -102,10 +103,9 @@ QWidget* TopBar::buildName()
 
 QPushButton* TopBar::commandButton(Command command, const QString& icon, const QString& words, ButtonRole role, QWidget* parent)
 {
-    QPushButton* button = wordButton(" " + words, role, parent);
+    QPushButton* button = wordButton(words, role, parent);
     button->setAccessibleName(words);
-    button->setIcon(role == ButtonRole::primary ? QIcon(iconPixmap(icon, 16, theme().textOnAccent, devicePixelRatioF()))
-                                                : buttonIcon(icon));
+    button->setIcon(buttonIcon(icon, 16, role == ButtonRole::primary ? IconGround::accent : IconGround::plain));
     connect(button, &QPushButton::clicked, this, [this, command] { steps_.perform(command); });
     commandButtons_.emplace_back(command, button);
     return button;

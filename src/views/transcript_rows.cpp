@@ -8,7 +8,6 @@
 #include <QAbstractTextDocumentLayout>
 #include <QBoxLayout>
 #include <QDesktopServices>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QPlainTextEdit>
 #include <QStyleOption>
@@ -68,9 +67,9 @@ QLabel* iconLabel(const QString& icon, int size, const QColor& color, QWidget* p
 }
 
 /// The line of a card that is pressed to open it.
-class CardHead final : public QAbstractButton {
+class CardHead final : public PaintedButton {
 public:
-    explicit CardHead(QWidget* parent) : QAbstractButton(parent)
+    explicit CardHead(QWidget* parent) : PaintedButton(parent)
     {
         setFocusPolicy(Qt::TabFocus);
         setCursor(Qt::PointingHandCursor);
@@ -79,13 +78,6 @@ public:
     }
 
 protected:
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-            click();
-        else
-            QAbstractButton::keyPressEvent(event);
-    }
     void paintEvent(QPaintEvent*) override
     {
         QStyleOption option;

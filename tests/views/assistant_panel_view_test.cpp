@@ -205,7 +205,7 @@ TEST_F(AssistantPanelViewTest, WithoutAKeyOrSwitchedOffItTellsHowToSetItUp)
         EXPECT_FALSE(composer().isEnabled());
         EXPECT_FALSE(sendButton()->isEnabled());
     }
-    QTest::mouseClick(findControl<QPushButton>(*panel, "Open Preferences…"), Qt::LeftButton);
+    QTest::mouseClick(findControl<QPushButton>(*panel, "Open Preferences"), Qt::LeftButton);
     EXPECT_EQ(preferencesOpened, 1);
 }
 

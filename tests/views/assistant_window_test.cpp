@@ -93,6 +93,49 @@ TEST_F(AssistantWindowTest, WhatTheModelDoesIsShownAndUndoneByTheMenu)
     EXPECT_EQ(window->editor().scene(), before);
 }
 
+TEST_F(AssistantWindowTest, NothingIsUndoneWhileARequestIsWorkedOn)
+{
+    const auto undoItem = [this]() -> QAction* {
+        for (QAction* action : window->findChildren<QAction*>())
+            if (action->text().startsWith("Undo")) return action;
+        return nullptr;
+    };
+    window->editor().mutate("Edit", [](TweenScene& scene) { scene.endPause = 2; });
+    window->refresh();
+    EXPECT_TRUE(undoItem()->isEnabled());
+    server.play({.end = LoopbackServer::Script::End::hold});
+    window->perform(Command::toggleAssistant);
+    QTest::keyClicks(composer(), "Wait");
+    QTest::keyClick(composer(), Qt::Key_Return);
+    EXPECT_FALSE(undoItem()->isEnabled());
+    EXPECT_EQ(undoItem()->toolTip(), "The assistant is at work. What it does can be undone when it has finished.");
+    window->perform(Command::undo);
+    EXPECT_EQ(window->editor().scene().endPause, 2);
+    ASSERT_TRUE(server.waitForRequests(1));
+
+    window->editor().mutate("Edit", [](TweenScene& scene) { scene.endPause = 4; });
+    EXPECT_EQ(window->editor().scene().endPause, 4) << "a person goes on meanwhile";
+}
+
+TEST_F(AssistantWindowTest, ATurnThatEndsCanBeUndoneAgain)
+{
+    const auto undoItem = [this]() -> QAction* {
+        for (QAction* action : window->findChildren<QAction*>())
+            if (action->text().startsWith("Undo")) return action;
+        return nullptr;
+    };
+    window->editor().mutate("Edit", [](TweenScene& scene) { scene.endPause = 2; });
+    server.play(httpReply(200, R"({"content":[{"type":"text","text":"Nothing to do."}],"stop_reason":"end_turn"})"));
+    window->perform(Command::toggleAssistant);
+    QTest::keyClicks(composer(), "Look");
+    QTest::keyClick(composer(), Qt::Key_Return);
+    EXPECT_FALSE(undoItem()->isEnabled());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return undoItem()->isEnabled(); }, 20'000));
+    EXPECT_EQ(undoItem()->text(), "Undo Edit") << "a turn without edits leaves no step";
+    undoItem()->trigger();
+    EXPECT_NE(window->editor().scene().endPause, 2);
+}
+
 TEST_F(AssistantWindowTest, ClosesWhileARequestIsWorkedOn)
 {
     server.play({.end = LoopbackServer::Script::End::hold});

@@ -4,12 +4,26 @@
 #include "support/memory_user_defaults.h"
 #include "support/test_media.h"
 #include "views/canvas_view.h"
+#include "views/find_control.h"
 #include "views/window_test.h"
 
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTimer>
+#include <QToolButton>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <memory>
 
 namespace larkspool {
 namespace {
@@ -60,7 +74,6 @@ TEST_F(EditorWindowTest, MakesASceneFromNothingSavesItAndOpensItAgain)
     ASSERT_EQ(scene().layers.size(), 1u);
     const UUID box = scene().layers[0].id;
     EXPECT_EQ(editor().state().selectedLayerIDs, LayerIDs{box});
-    defaults.set(DefaultsKey::timelinePlayheadSnap.name, "off");
 
     const Transform before = scene().layers[0].transform;
     const CGSize size = scene().layers[0].size;
@@ -177,6 +190,156 @@ TEST_F(EditorWindowTest, IsClosedWhilePlayingWithoutATrace)
     QTest::keyClick(window, Qt::Key_Space);
     window->close();
     EXPECT_FALSE(window->playback().isPlaying());
+}
+
+/// What the next file dialog was like, which is answered with `name`; or cancelled without one.
+struct FileDialogSeen {
+    QString folder, name, suffix;
+};
+std::shared_ptr<FileDialogSeen> answerFileDialog(QWidget& window, const QString& name)
+{
+    auto seen = std::make_shared<FileDialogSeen>();
+    QTimer::singleShot(0, &window, [seen, name] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        *seen = {dialog->directory().absolutePath(), QFileInfo(dialog->selectedFiles().value(0)).fileName(),
+                 dialog->defaultSuffix()};
+        if (name.isEmpty()) return dialog->reject();
+        dialog->selectFile(name);
+        static_cast<QDialog*>(dialog)->done(QDialog::Accepted);
+    });
+    return seen;
+}
+
+TEST_F(EditorWindowTest, SaveAsBeginsInTheDocumentsFolder)
+{
+    const TemporaryFolder folder;
+    const auto untitled = answerFileDialog(*window, {});
+    EXPECT_FALSE(window->saveAs());
+    const QDir documents(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    EXPECT_EQ(untitled->folder, documents.exists() ? documents.absolutePath() : QDir::homePath());
+    EXPECT_EQ(untitled->name, "Untitled.larkspool");
+    EXPECT_EQ(untitled->suffix, "larkspool") << "the dialog asks before it writes over the very file";
+
+    DocumentFile file = window->file();
+    file.save(TweenDocument(), folder.path("made.larkspool"));
+    open(DocumentFile::open(folder.path("made.larkspool")));
+    const auto made = answerFileDialog(*window, "other");
+    EXPECT_TRUE(window->saveAs());
+    EXPECT_EQ(made->folder.toStdString(), QFileInfo(QString::fromStdString(folder.path("x"))).absolutePath().toStdString());
+    EXPECT_EQ(made->name, "made.larkspool");
+    EXPECT_EQ(window->file().path(), folder.path("other.larkspool"));
+    EXPECT_THAT(folder.names(), testing::ElementsAre("made.larkspool", "other.larkspool"));
+    EXPECT_EQ(workspace.recents.paths().front(), folder.path("other.larkspool"));
+}
+
+TEST_F(EditorWindowTest, RevertingBringsBackAllScenesAndCanBeUndone)
+{
+    TweenDocument saved;
+    saved.addScene();
+    saved.activeSceneIndex = 0;
+    open(DocumentFile(saved));
+    editor().mutate("Edit", [](TweenScene& scene) { scene.endPause = 7; });
+    editor().editDocument([](TweenDocument& document) {
+        document.addScene();
+        document.audio = DocumentAudio{.urlString = "file:///music.m4a"};
+    });
+    editor().setActiveScene(2);
+    window->refresh();
+    const TweenDocument edited = editor().state().document;
+    ASSERT_EQ(edited.scenes.size(), 3u);
+    const auto answer = [this](QMessageBox::StandardButton button) {
+        QTimer::singleShot(0, window, [button] {
+            qobject_cast<QMessageBox*>(QApplication::activeModalWidget())->button(button)->click();
+        });
+    };
+    answer(QMessageBox::No);
+    EXPECT_FALSE(window->revert());
+    EXPECT_EQ(editor().state().document, edited);
+
+    answer(QMessageBox::Yes);
+    EXPECT_TRUE(window->revert());
+    EXPECT_EQ(editor().state().document.scenes, saved.scenes);
+    EXPECT_EQ(editor().state().document.audio, std::nullopt);
+    EXPECT_FALSE(window->isWindowModified());
+    EXPECT_FALSE(window->revert()) << "nothing is left to be asked";
+    window->perform(Command::undo);
+    EXPECT_EQ(editor().state().document.scenes, edited.scenes);
+    EXPECT_EQ(editor().state().document.audio, edited.audio);
+    EXPECT_EQ(editor().undoManager().redoActionName(), "Revert");
+    window->perform(Command::redo);
+    EXPECT_EQ(editor().state().document.scenes, saved.scenes);
+}
+
+TEST_F(EditorWindowTest, TheMenusNameTheStepsToUndoAndRedo)
+{
+    const auto titles = [this] {
+        QStringList found;
+        for (const QAction* action : window->findChildren<QAction*>())
+            if (action->text().startsWith("Undo") || action->text().startsWith("Redo")) found << action->text();
+        return found;
+    };
+    EXPECT_EQ(titles(), (QStringList{"Undo", "Redo"}));
+    workspace.center.post("LKSInsertLayerOfKind", LayerInsertion{.kind = Layer::Kind::rectangle});
+    EXPECT_EQ(titles(), (QStringList{"Undo Add Rectangle", "Redo"}));
+    window->perform(Command::undo);
+    EXPECT_EQ(titles(), (QStringList{"Undo", "Redo Add Rectangle"}));
+}
+
+TEST_F(EditorWindowTest, ATextThatHasTheKeyboardTakesCutCopyAndPasteOfTheMenu)
+{
+    workspace.center.post("LKSInsertLayerOfKind", LayerInsertion{.kind = Layer::Kind::rectangle});
+    QMenu* edit = nullptr;
+    for (QAction* menu : window->findChild<QMenuBar*>()->actions())
+        if (menu->text() == "Edit") edit = menu->menu();
+    ASSERT_NE(edit, nullptr);
+    const auto item = [&](const char* title) {
+        for (QAction* action : edit->actions())
+            if (action->text() == title) return action;
+        return static_cast<QAction*>(nullptr);
+    };
+    editor().selectLayers({});
+    window->refresh();
+    EXPECT_FALSE(item("Cut")->isEnabled());
+
+    auto* search = findControl<QToolButton>(*window, "Search Layers");
+    ASSERT_NE(search, nullptr);
+    search->click();
+    auto* field = findControl<QLineEdit>(*window, "Search Layers");
+    ASSERT_NE(field, nullptr);
+    field->setFocus();
+    field->setText("words");
+    field->selectAll();
+    emit edit->aboutToShow();
+    ASSERT_TRUE(item("Cut")->isEnabled());
+    item("Cut")->trigger();
+    EXPECT_EQ(field->text(), "");
+    item("Paste")->trigger();
+    EXPECT_EQ(field->text(), "words");
+    EXPECT_EQ(scene().layers.size(), 1u);
+
+    window->canvas().setFocus();
+    emit edit->aboutToShow();
+    EXPECT_FALSE(item("Cut")->isEnabled());
+    EXPECT_EQ(item("Cut")->toolTip(), "Select a layer first.");
+}
+
+TEST_F(EditorWindowTest, SpaceIsABlankInATextAndPressesTheButtonThatTabHasComeTo)
+{
+    findControl<QToolButton>(*window, "Search Layers")->click();
+    auto* field = findControl<QLineEdit>(*window, "Search Layers");
+    ASSERT_NE(field, nullptr);
+    field->setFocus();
+    QTest::keyClicks(field, "a b");
+    EXPECT_EQ(field->text(), "a b");
+    EXPECT_FALSE(window->playback().isPlaying());
+
+    auto* button = findControl<QPushButton>(*window, "Export");
+    ASSERT_NE(button, nullptr);
+    button->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(button, Qt::Key_Space);
+    EXPECT_FALSE(window->playback().isPlaying());
+    EXPECT_NE(findControl<QWidget>(*window, "Export MP4"), nullptr);
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 #include "views/editor_window.h"
 #include "views/find_control.h"
 #include "views/form_controls.h"
-#include "views/window_test.h"
+#include "views/sheet_window.h"
 
 #include <QFileDialog>
 #include <QLineEdit>
@@ -32,17 +32,11 @@ TweenScene smallScene(const char* name, double seconds)
 }
 
 /// A window with something that has the keyboard, and the export of a document of two scenes.
-class ExportFlowTest : public testing::Test {
+class ExportFlowTest : public SheetWindowTest {
 protected:
-    ExportFlowTest()
+    ExportFlowTest() : SheetWindowTest({900, 700})
     {
         document.scenes = {smallScene("Intro", 1), smallScene("Outro", 2)};
-        window.resize(900, 700);
-        behind = new QLineEdit(&window);
-        window.show();
-        (void)QTest::qWaitForWindowExposed(&window);
-        window.activateWindow();
-        behind->setFocus();
         flow = std::make_unique<ExportFlow>(window, ExportFlow::Services{.defaults = defaults,
                                                                          .tasks = background->tasks(),
                                                                          .document = [this] { return document; },
@@ -62,15 +56,12 @@ protected:
 
     QLineEdit& filename() { return *findControl<QLineEdit>(window, "Filename"); }
     ChoiceField& scenes() { return *findControl<ChoiceField>(window, "Scenes"); }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
     bool hasEnded() { return !flow->isRunning(); }
 
     const TemporaryFolder folder;
     TweenDocument document;
     MemoryUserDefaults defaults;
     std::unique_ptr<BackgroundTasks> background = std::make_unique<BackgroundTasks>();
-    QWidget window;
-    QLineEdit* behind = nullptr;
     std::optional<std::string> path;
     std::string offered, revealed;
     int sheetChanges = 0;
@@ -80,13 +71,8 @@ protected:
 TEST_F(ExportFlowTest, TheKeyboardGoesRoundAllFieldsAndStaysInTheSheet)
 {
     flow->start();
-    QStringList way{focusName(window)};
-    for (int i = 0; i < 7; ++i) {
-        press(Qt::Key_Tab);
-        way << focusName(window);
-    }
-    EXPECT_EQ(way, QStringList({"Filename", "Cancel", "Export", "Scenes", "Size: Full", "Motion Blur", "Include Audio",
-                                "Filename"}));
+    EXPECT_EQ(wayOfTab(7), QStringList({"Filename", "Cancel", "Export", "Scenes", "Size: Full", "Motion Blur", "Include Audio",
+                                        "Filename"}));
     press(Qt::Key_Backtab);
     EXPECT_EQ(focusName(window), "Include Audio");
 }

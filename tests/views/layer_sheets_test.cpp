@@ -7,8 +7,9 @@
 #include "views/editor_window.h"
 #include "views/find_control.h"
 #include "views/form_controls.h"
-#include "views/inspector_fields.h"
+#include "views/inspector_choices.h"
 #include "views/scene_preview.h"
+#include "views/sheet_window.h"
 #include "views/slider.h"
 #include "views/window_test.h"
 
@@ -85,16 +86,10 @@ TweenScene smallScene()
 }
 
 /// A window with something that has the keyboard, and the sheets over it.
-class LayerSheetsTest : public testing::Test {
+class LayerSheetsTest : public SceneSheetTest {
 protected:
-    explicit LayerSheetsTest(TweenScene scene = smallScene()) : before(scene), views(std::move(scene))
+    explicit LayerSheetsTest(TweenScene scene = smallScene()) : SceneSheetTest(std::move(scene))
     {
-        window.resize(1000, 760);
-        behind = new QLineEdit(&window);
-        window.show();
-        (void)QTest::qWaitForWindowExposed(&window);
-        window.activateWindow();
-        behind->setFocus();
         sheets =
             std::make_unique<LayerSheets>(window, LayerSheets::Services{.editor = editor(),
                                                                         .playback = *views.playback,
@@ -108,48 +103,16 @@ protected:
         editor().selectLayers(std::move(selection));
         sheets->open(command);
     }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
-    /// What has the keyboard as Tab goes on, that many times.
-    QStringList wayOfTab(int times, Qt::KeyboardModifiers modifiers = {})
-    {
-        QStringList way{focusName(window)};
-        for (int i = 0; i < times; ++i) {
-            press(modifiers ? Qt::Key_Backtab : Qt::Key_Tab, modifiers);
-            way << focusName(window);
-        }
-        return way;
-    }
-    QAbstractButton& button(const char* name) const { return *findControl<QAbstractButton>(window, name); }
     void click(const char* name) { QTest::mouseClick(&button(name), Qt::LeftButton); }
-    EditorView& editor() { return *views.editor; }
-    TweenScene scene() { return editor().scene(); }
     const Layer& layer(const UUID& id)
     {
         shown = scene();
         return *findLayer(shown, id);
     }
-    void expectOneStep(const char* name)
-    {
-        EXPECT_FALSE(sheets->isOpen());
-        EXPECT_EQ(window.focusWidget(), behind);
-        EXPECT_EQ(editor().undoManager().undoActionName(), name);
-        editor().undo();
-        EXPECT_EQ(scene(), before);
-        EXPECT_FALSE(editor().undoManager().canUndo());
-    }
-    void expectNoTrace()
-    {
-        EXPECT_FALSE(sheets->isOpen());
-        EXPECT_EQ(window.focusWidget(), behind);
-        EXPECT_EQ(scene(), before);
-        EXPECT_FALSE(editor().undoManager().canUndo());
-    }
+    bool isSheetOpen() const override { return sheets->isOpen(); }
 
-    TweenScene before, shown;
-    EditorForViews views;
-    QWidget window;
+    TweenScene shown;
     WaitingTasks tasks;
-    QLineEdit* behind = nullptr;
     int changes = 0;
     std::unique_ptr<LayerSheets> sheets;
 };

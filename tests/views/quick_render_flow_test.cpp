@@ -6,8 +6,8 @@
 #include "views/find_control.h"
 #include "views/quick_render_sheet.h"
 #include "views/quick_render_video_view.h"
+#include "views/sheet_window.h"
 #include "views/slider.h"
-#include "views/window_test.h"
 
 #include <QLineEdit>
 #include <QProgressBar>
@@ -48,9 +48,9 @@ TweenScene scene(double seconds)
 }
 
 /// A window with something that has the keyboard, and the quick render of a document of one scene.
-class QuickRenderFlowTest : public testing::Test {
+class QuickRenderFlowTest : public SheetWindowTest {
 protected:
-    QuickRenderFlowTest()
+    QuickRenderFlowTest() : SheetWindowTest({1200, 800})
     {
         exporter.exportScene = [this, real = FilmExporter::reference()](const TweenScene& film, const std::string& path,
                                                                         double startTime, const auto& audio, const auto& clips,
@@ -62,12 +62,6 @@ protected:
             real.exportScene(film, path, startTime, audio, clips, options);
         };
         open(scene(1));
-        window.resize(1200, 800);
-        behind = new QLineEdit(&window);
-        window.show();
-        (void)QTest::qWaitForWindowExposed(&window);
-        window.activateWindow();
-        behind->setFocus();
     }
     ~QuickRenderFlowTest() override
     {
@@ -98,7 +92,6 @@ protected:
     QuickRenderSheet& sheet() { return *sheetOver(window); }
     const QuickRenderVideoView& video() { return sheet().video(); }
     Slider& scrubber() { return *findControl<Slider>(window, "Position"); }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
     bool playsWithin() { return QTest::qWaitFor([this] { return findControl<QAbstractButton>(window, "Pause"); }, patience); }
     /// Renders, and pauses the film.
     void watch(From from = From::beginning)
@@ -120,8 +113,6 @@ protected:
     }
 
     std::unique_ptr<BackgroundTasks> background = std::make_unique<BackgroundTasks>();
-    QWidget window;
-    QLineEdit* behind = nullptr;
     FilmExporter exporter = FilmExporter::reference();
     const char* failure = nullptr;
     std::atomic<int> renders = 0;

@@ -1,12 +1,11 @@
 #include "views/retime_sheet_view.h"
 
 #include "editing/scene_lookup.h"
-#include "views/find_control.h"
 #include "views/form_controls.h"
 #include "views/retime_mini_timeline_view.h"
 #include "views/retime_table.h"
+#include "views/sheet_window.h"
 #include "views/timeline_sheets.h"
-#include "views/window_test.h"
 
 #include <QElapsedTimer>
 #include <QLineEdit>
@@ -59,16 +58,10 @@ TweenScene largeScene()
 }
 
 /// A window with something that has the keyboard, and the table of times over it. Every change is shown, as by a window.
-class RetimeSheetViewTest : public testing::Test {
+class RetimeSheetViewTest : public SceneSheetTest {
 protected:
-    explicit RetimeSheetViewTest(const TweenScene& scene = smallScene()) : before(scene), views(scene)
+    explicit RetimeSheetViewTest(TweenScene scene = smallScene()) : SceneSheetTest(std::move(scene))
     {
-        window.resize(1000, 760);
-        behind = new QLineEdit(&window);
-        window.show();
-        (void)QTest::qWaitForWindowExposed(&window);
-        window.activateWindow();
-        behind->setFocus();
         sheets = std::make_unique<TimelineSheets>(window, TimelineSheets::Services{*views.editor, *views.playback, [this] {
                                                                                        if (sheets) sheets->refresh();
                                                                                    }});
@@ -76,7 +69,6 @@ protected:
 
     void open() { sheets->open(Command::showRetime); }
     RetimeTable& table() { return *findControl<RetimeTable>(window, "Times"); }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(window.focusWidget(), key, modifiers); }
     void type(const char* text)
     {
         for (const char* key = text; *key; ++key) QTest::keyClick(window.focusWidget(), *key); // The first may open a cell.
@@ -84,14 +76,10 @@ protected:
     QString editText() { return qobject_cast<QLineEdit*>(window.focusWidget())->text(); }
     /// The current row, as it is described to those who cannot see it.
     QString current() { return table().accessibleDescription(); }
-    QAbstractButton& button(const char* name) { return *findControl<QAbstractButton>(window, name); }
-    EditorView& editor() { return *views.editor; }
     ItemTimes times(const TimelineItemRef& ref) { return timesOf(editor().scene(), ref).value(); }
 
-    TweenScene before;
-    EditorForViews views;
-    QWidget window;
-    QLineEdit* behind = nullptr;
+    bool isSheetOpen() const override { return sheets->isOpen(); }
+
     std::unique_ptr<TimelineSheets> sheets;
 };
 

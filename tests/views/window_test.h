@@ -5,6 +5,7 @@
 #include "support/fake_timers.h"
 #include "support/memory_user_defaults.h"
 #include "views/editor_context.h"
+#include "views/main_loop_watchdog.h"
 #include "views/style.h"
 
 #include <QApplication>
@@ -15,7 +16,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -30,13 +33,14 @@ public:
         static int count = 1;
         static char name[] = "views_tests";
         static char* arguments[] = {name, nullptr};
-        application_ = std::make_unique<QApplication>(count, arguments);
+        application_ = std::make_unique<WatchedApplication>(count, arguments);
+        if (!std::getenv("LARKSPOOL_WATCHDOG")) application_->watch(std::nullopt); // The program's default is not that of tests.
         applyLook();
     }
     void TearDown() override { application_.reset(); }
 
 private:
-    std::unique_ptr<QApplication> application_;
+    std::unique_ptr<WatchedApplication> application_;
 };
 inline const testing::Environment* const toolkit = testing::AddGlobalTestEnvironment(new Toolkit);
 
