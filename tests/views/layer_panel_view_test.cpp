@@ -34,6 +34,7 @@ protected:
         for (QWidget* child : panel->findChildren<QWidget*>())
             if (auto* found = dynamic_cast<LayerList*>(child)) list = found;
     }
+    ~LayerPanelViewTest() override { panel->hide(); } // As its window does: a name that is typed ends while all is there.
 
     /// From the front to the back, as the panel shows them.
     void giveLayers(std::vector<Layer> layers)

@@ -33,6 +33,11 @@ protected:
         strip->resize(1100, 52);
         strip->pickMusic = [this] { ++pickedMusic; };
     }
+    /// As its window does: a name that is typed ends while all is there.
+    ~SceneStripViewTest() override
+    {
+        if (strip) strip->hide();
+    }
 
     /// The document has one scene for each name.
     void giveScenes(std::initializer_list<const char*> names)
