@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <span>
 #include <utility>
 
 #include <fmt/format.h>
@@ -20,16 +21,15 @@ namespace {
 
 constexpr std::int64_t maximumFps = std::numeric_limits<int>::max();
 
-/// Repeats of its first and of its last picture that lead a chunk in and out; the first chunk of a film begins as one pass of the
-/// encoder does. Measured on the films of the benchmark in chunks of 150 to 240 frames against that pass: without any, up to 1.1 dB
-/// are lost; with these, 0.2 dB, and no film grows by more than 4 percent. Those behind the last picture are looked at, but mostly
-/// not coded.
+/// Repeats of its first and of its last picture that lead a chunk in and out. Measured on the films of the benchmark in chunks of
+/// 150 to 240 frames against one pass of the encoder: without any, up to 1.1 dB are lost; with these, 0.2 dB, and no film grows
+/// by more than 4 percent. Those behind the last picture are looked at, but mostly not coded.
 constexpr std::int64_t leadInFrames = 3;
 constexpr std::int64_t leadOutFrames = 8;
 
-/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Four keep two cores busy
-/// with the only chunk of a short film, and are of use to a machine with more.
-constexpr int encoderThreads = 4;
+/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Three keep two cores busy
+/// to the last chunk of a film, though it is the only one left, and take as much time altogether as one.
+constexpr int encoderThreads = 3;
 
 [[noreturn]] void refuse(std::string words)
 {
@@ -139,6 +139,22 @@ FFmpegPointer<AVCodecContext> openChecked(const FilmSettings& settings)
     return openCodec(settings);
 }
 
+/// What stands in front of the picture itself in H.264, each part of which begins with two zeros, a one and its kind.
+std::vector<std::uint8_t> messagesBefore(std::span<const std::uint8_t> picture)
+{
+    constexpr int lastKindOfPicture = 5, kindBits = 0x1f;
+    const std::uint8_t startCode[] = {0, 0, 1};
+    for (auto at = picture.begin();;) {
+        at = std::search(at, picture.end(), std::begin(startCode), std::end(startCode));
+        if (picture.end() - at <= 3) return {};
+        if ((at[3] & kindBits) <= lastKindOfPicture) {
+            const bool isLong = at != picture.begin() && at[-1] == 0; // A further zero belongs to the start as well.
+            return {picture.begin(), isLong ? at - 1 : at};
+        }
+        at += 3;
+    }
+}
+
 } // namespace
 
 bool isKnown(const FilmFormat& format)
@@ -169,6 +185,7 @@ void FilmEncoder::beginChunk(std::int64_t firstFrame, std::int64_t frames)
     isDraining_ = false;
     frames_ = frames;
     framesTaken_ = 0;
+    messages_.clear();
     chunk_ = {.firstFrame = firstFrame};
 }
 
@@ -184,7 +201,7 @@ void FilmEncoder::encodeFrame()
 {
     if (isDraining_ || framesTaken_ == frames_)
         refuse(fmt::format("There is no room for a frame behind frame {}", chunk_.firstFrame + framesTaken_ - 1));
-    if (framesTaken_ == 0 && chunk_.firstFrame > 0 && looksAround(codec_->codec_id)) leadIn();
+    if (framesTaken_ == 0 && looksAround(codec_->codec_id)) leadIn();
     const bool isLast = framesTaken_ + 1 == frames_;
     AVFrame& frame = picture_.frame();
     frame.pict_type = framesTaken_ == 0 ? AV_PICTURE_TYPE_I : isLast ? AV_PICTURE_TYPE_P : AV_PICTURE_TYPE_NONE;
@@ -266,14 +283,23 @@ bool FilmEncoder::receive()
     return true;
 }
 
-/// The repeats around a chunk are dropped.
+/// The repeats around a chunk are dropped, but not what the encoder says of itself in the first of them, for the film.
 void FilmEncoder::keep(const AVPacket& packet)
 {
-    if (packet.pts < chunk_.firstFrame || packet.pts >= chunk_.firstFrame + frames_) return;
+    const std::span bytes(packet.data, static_cast<std::size_t>(packet.size));
+    const bool isFirstOfFilm = chunk_.firstFrame == 0 && chunk_.pictures.empty();
+    if (packet.pts < chunk_.firstFrame) {
+        if (isFirstOfFilm && messages_.empty()) messages_ = messagesBefore(bytes);
+        return;
+    }
+    if (packet.pts >= chunk_.firstFrame + frames_) return;
     CodedPicture& picture = chunk_.pictures.emplace_back();
-    picture.bytes.assign(packet.data, packet.data + packet.size);
+    picture.bytes.reserve(messages_.size() + bytes.size());
+    picture.bytes.assign(messages_.begin(), messages_.end());
+    picture.bytes.insert(picture.bytes.end(), bytes.begin(), bytes.end());
     picture.frame = packet.pts;
     picture.isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    messages_.clear();
 }
 
 } // namespace larkspool

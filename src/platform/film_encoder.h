@@ -52,6 +52,7 @@ private:
     FilmChunk chunk_;
     std::int64_t frames_ = 0; ///< That the chunk shall have.
     std::int64_t framesTaken_ = 0;
+    std::vector<std::uint8_t> messages_; ///< What the encoder says of itself, in front of its first picture.
 };
 
 /// Whether the libraries know the container, the encoder and the pixel format of `format`, and the encoder takes the latter.

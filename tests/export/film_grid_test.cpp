@@ -8,9 +8,9 @@ namespace {
 TEST(FilmGrid, HasChunksOfOneLengthThatCoverAllFrames)
 {
     struct Case { std::int64_t frames, chunks, shortest, longest; };
-    for (const Case& c : {Case{1, 1, 1, 1}, Case{2, 1, 2, 2}, Case{600, 1, 600, 600}, Case{601, 2, 300, 301}, Case{720, 2, 360, 360},
-                          Case{1200, 2, 600, 600}, Case{1201, 3, 400, 401}, Case{1440, 3, 480, 480}, Case{2231, 4, 557, 558},
-                          Case{10'368'000, 17'280, 600, 600}}) {
+    for (const Case& c : {Case{1, 1, 1, 1}, Case{2, 1, 2, 2}, Case{250, 1, 250, 250}, Case{251, 2, 125, 126}, Case{300, 2, 150, 150},
+                          Case{500, 2, 250, 250}, Case{501, 3, 167, 167}, Case{600, 3, 200, 200}, Case{931, 4, 232, 233},
+                          Case{10'368'000, 41'472, 250, 250}}) {
         SCOPED_TRACE(c.frames);
         const FilmGrid grid(c.frames);
         EXPECT_EQ(grid.frames(), c.frames);
