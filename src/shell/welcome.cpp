@@ -16,13 +16,6 @@ namespace larkspool {
 
 namespace {
 
-std::string absolutePath(const std::string& path)
-{
-    std::error_code failure;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, failure).lexically_normal();
-    return failure ? path : absolute.string();
-}
-
 /// A side that a picture can have, more or less: what is typed need not be whole.
 std::optional<double> parsedSide(std::string_view text)
 {
@@ -108,9 +101,16 @@ RecentDocuments::RecentDocuments(std::string path) : path_(std::move(path))
     if (!path_.empty()) read();
 }
 
+std::string RecentDocuments::notedPath(const std::string& documentPath)
+{
+    std::error_code failure;
+    const std::filesystem::path absolute = std::filesystem::absolute(documentPath, failure).lexically_normal();
+    return failure ? documentPath : absolute.string();
+}
+
 void RecentDocuments::note(const std::string& documentPath)
 {
-    const std::string noted = absolutePath(documentPath);
+    const std::string noted = notedPath(documentPath);
     std::erase(paths_, noted);
     paths_.insert(paths_.begin(), noted);
     if (paths_.size() > maximumCount) paths_.resize(maximumCount);
@@ -119,7 +119,7 @@ void RecentDocuments::note(const std::string& documentPath)
 
 void RecentDocuments::remove(const std::string& documentPath)
 {
-    if (std::erase(paths_, absolutePath(documentPath)) > 0) write();
+    if (std::erase(paths_, notedPath(documentPath)) > 0) write();
 }
 
 void RecentDocuments::clear()

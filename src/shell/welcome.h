@@ -134,6 +134,8 @@ public:
     void remove(const std::string& documentPath);
     void clear();
 
+    /// By what name a file is noted: relative paths completed, without dots; as it is where there is no working folder.
+    static std::string notedPath(const std::string& documentPath);
     /// Beside the settings of this user. Empty if the environment names no place for them.
     static std::string recentDocumentsPath();
 

@@ -2,24 +2,11 @@
 
 #include <QEventLoopLocker>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace larkspool {
-
-namespace {
-
-std::string absolutePath(const std::string& path)
-{
-    std::error_code failure;
-    const std::filesystem::path absolute = std::filesystem::absolute(path, failure).lexically_normal();
-    return failure ? path : absolute.string();
-}
-
-} // namespace
 
 /// What reading came to: the document, or why there is none.
 struct DocumentOpener::Outcome {
@@ -38,7 +25,7 @@ DocumentOpener::Outcome DocumentOpener::read(const std::string& path)
 
 void DocumentOpener::open(const std::string& path, Ended ended)
 {
-    const std::string file = absolutePath(path);
+    const std::string file = RecentDocuments::notedPath(path);
     if (services_.showAgain(file)) {
         if (ended) ended(/*isOpen=*/true);
         return;
@@ -61,7 +48,7 @@ void DocumentOpener::open(const std::string& path, Ended ended)
 
 bool DocumentOpener::openAtOnce(const std::string& path)
 {
-    const std::string file = absolutePath(path);
+    const std::string file = RecentDocuments::notedPath(path);
     return services_.showAgain(file) || finish(file, read(file));
 }
 
