@@ -20,6 +20,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -188,6 +189,32 @@ std::string largeDocument(std::size_t bytes)
     return path;
 }
 
+/// The longest turn of the main loop during each of some saves, in which the window stands still.
+Times standstillsOfSaves(EditorWindow& window)
+{
+    constexpr std::size_t saves = 5;
+    std::vector<double> longest, work;
+    for (std::size_t i = 0; i < saves; ++i) {
+        Times most;
+        const auto turn = [&most](auto step) {
+            const Times one = timesOf([&](int) { step(); }, 1);
+            most = {std::max(most.median, one.median), 0, std::max(most.work, one.work)};
+        };
+        window.editor().mutate("Edit", [i](TweenScene& scene) { scene.endPause = static_cast<double>(i + 1); });
+        window.refresh();
+        turn([&] { window.perform(Command::saveDocument); });
+        while (window.isSaving()) {
+            turn([] { QApplication::processEvents(); });
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        longest.push_back(most.median);
+        work.push_back(most.work);
+    }
+    std::ranges::sort(longest);
+    std::ranges::sort(work);
+    return {longest[saves / 2], longest.back(), work[saves / 2]};
+}
+
 void measureOpening()
 {
     constexpr std::size_t bytes = 60'000'000;
@@ -199,6 +226,7 @@ void measureOpening()
     report("window of it, painted", timesOf([&](int) { shownWindow(*file, world).reset(); }, 5));
     report("written", timesOf([&](int) { file->save(file->saved(), path); }, 5));
     const auto window = shownWindow(*file, world);
+    report("saved, the longest that the window stands still", standstillsOfSaves(*window));
     EditorView& editor = window->editor();
     editor.selectLayers({editor.scene().layers[editor.scene().layers.size() - 1].id});
     report("a picture of it copied", timesOf([&](int) { window->perform(Command::copy); }, 5));

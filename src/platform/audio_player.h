@@ -23,4 +23,11 @@ public:
 /// A player for the file at a path; null for a file that will not load.
 using LoadAudioPlayer = std::function<std::unique_ptr<AudioPlayer>(const std::string& path)>;
 
+/// Makes the player of a file that has been read, at once: on the main thread, and no more than once.
+using MakeAudioPlayer = std::function<std::unique_ptr<AudioPlayer>()>;
+
+/// Reads what a player of the file at a path needs, which takes long where the file does not tell the length of its sound: on any
+/// thread. Null for a file that will not load.
+using ReadForAudioPlayer = std::function<MakeAudioPlayer(const std::string& path)>;
+
 } // namespace larkspool

@@ -54,11 +54,23 @@ struct State {
     RasterContext::LineCap lineCap = RasterContext::LineCap::butt;
     RasterContext::LineJoin lineJoin = RasterContext::LineJoin::miter;
     std::optional<RasterShadow> shadow;
+    RasterContext::Compositing fillCompositing = RasterContext::Compositing::over;
 
     PixelRect clip; ///< Nothing outside is drawn.
     /// Whether the clip is just `clip`. Otherwise Cairo knows more of it.
     bool clipIsRect = true;
 };
+
+cairo_operator_t cairoOperator(RasterContext::Compositing compositing)
+{
+    switch (compositing) {
+    case RasterContext::Compositing::over: return CAIRO_OPERATOR_OVER;
+    case RasterContext::Compositing::clear: return CAIRO_OPERATOR_DEST_OUT;
+    case RasterContext::Compositing::atop: return CAIRO_OPERATOR_ATOP;
+    case RasterContext::Compositing::under: return CAIRO_OPERATOR_DEST_OVER;
+    }
+    return CAIRO_OPERATOR_OVER;
+}
 
 bool isFinite(const AffineTransform& m)
 {
@@ -112,6 +124,7 @@ public:
     void setLineCap(LineCap cap) override { state_.lineCap = cap; }
     void setLineJoin(LineJoin join) override { state_.lineJoin = join; }
     void setShadow(const std::optional<RasterShadow>& shadow) override { state_.shadow = shadow; }
+    void setFillCompositing(Compositing compositing) override { state_.fillCompositing = compositing; }
 
     void fillRect(const CGRect& rect) override { fillPath(Path::rect(rect), FillRule::winding); }
 
@@ -120,6 +133,7 @@ public:
         if (path.empty() || !canDraw(state_.ctm)) return;
         const std::optional<CGRect> bounds = deviceBounds(path, state_.ctm, /*margin=*/0);
         if (!bounds) return;
+        if (state_.fillCompositing != Compositing::over) return compose(path, rule);
         paint({.color = state_.fill,
                .bounds = *bounds,
                .boxes = filledBoxes(path, rule, state_.ctm),
@@ -294,6 +308,18 @@ private:
         appendToCairo(cairo, path, state_.ctm, area);
         cairo_set_fill_rule(cairo, rule == FillRule::evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
         cairo_fill(cairo);
+    }
+
+    /// Fills by another rule than that of lying over what is there.
+    void compose(const Path& path, FillRule rule)
+    {
+        if (state_.clip.empty()) return;
+        const bool clears = state_.fillCompositing == Compositing::clear;
+        cairo_save(cairo());
+        setSource(cairo(), clears ? RasterColor{} : state_.fill, clears ? 1 : state_.alpha);
+        cairo_set_operator(cairo(), cairoOperator(state_.fillCompositing));
+        fill(cairo(), path, rule, state_.clip);
+        cairo_restore(cairo());
     }
 
     void stroke(cairo_t* cairo, const Path& path, double width) const

@@ -53,7 +53,7 @@ struct TransparencyLayerHints {
 /// Draws into a raster. Device space is the raster's pixels with the origin at the top left and y downward; user space is
 /// mapped to it by the current transform, at first the identity. Edges are anti-aliased, clips too.
 ///
-/// State (transform, alpha, clip, shadow, colours, line settings) is saved and restored as a stack. What is painted is
+/// State (transform, alpha, clip, shadow, colours, line settings, compositing) is saved and restored as a stack. What is painted is
 /// multiplied by the alpha; alpha is set, never accumulated. A shadow is cast by each paint under it on what lies below, with
 /// the alpha of the paint.
 ///
@@ -66,6 +66,10 @@ class RasterContext {
 public:
     enum class LineCap { butt, round };
     enum class LineJoin { miter, round };
+
+    /// How a filled shape meets what is there: it lies over it, clears it whatever its colour, tints what is painted and leaves
+    /// clear what is clear, or lies under it.
+    enum class Compositing { over, clear, atop, under };
 
     virtual ~RasterContext() = default;
 
@@ -87,6 +91,9 @@ public:
     virtual void setLineCap(LineCap cap) = 0;
     virtual void setLineJoin(LineJoin join) = 0;
     virtual void setShadow(const std::optional<RasterShadow>& shadow) = 0;
+
+    /// Holds for fills of rectangles and paths alone. What does not lie over the rest casts no shadow.
+    virtual void setFillCompositing(Compositing compositing) = 0;
 
     virtual void fillRect(const CGRect& rect) = 0;
     virtual void fillPath(const Path& path, FillRule rule) = 0;

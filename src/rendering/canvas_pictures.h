@@ -3,7 +3,7 @@
 #include "foundation/shared_bytes.h"
 #include "platform/run_loop.h"
 #include "rendering/drawing_style.h"
-#include "rendering/worker_thread.h"
+#include "platform/worker_thread.h"
 
 #include <cstdint>
 #include <functional>
@@ -12,29 +12,30 @@
 
 namespace larkspool {
 
-/// The pictures of one live canvas's image layers: a large one is decoded, and cut by its black key, on a thread of its own, and
-/// the canvas is painted without it meanwhile. For the main thread.
+/// The pictures of one live canvas's image layers: they are decoded, cut by their black key, and rendered where they are vector
+/// art, on a thread of its own. Meanwhile the canvas is painted without them, and with vector art in the size that it had before;
+/// of the sizes that are asked for one after the other only the last is waited for. For the main thread.
 class CanvasPictures final : public ImagePictures {
 public:
     /// `pictureArrived` is called on the main thread when a picture can be painted that could not before. `mainThread` must
     /// outlive this.
     CanvasPictures(RunLoop& mainThread, std::function<void()> pictureArrived);
 
-    /// Waits for a picture that is being decoded. No call comes afterwards.
+    /// Waits for nothing. No call comes afterwards.
     ~CanvasPictures() override;
     CanvasPictures(const CanvasPictures&) = delete;
     CanvasPictures& operator=(const CanvasPictures&) = delete;
 
     void beginPainting() override;
-    bool isAtHand(const Layer& layer) override;
+    AtHand atHand(const Layer& layer, CGSize shown) override;
     void endPainting() override;
 
 private:
     struct Wanted;
 
-    void sendFor(const std::shared_ptr<Wanted>& wanted);
+    void sendFor(const std::shared_ptr<Wanted>& wanted, const Layer& layer, CGSize shown);
 
-    RunLoop& mainThread_;
+    std::shared_ptr<RunLoopLink> mainThread_;
     std::shared_ptr<std::function<void()>> pictureArrived_; ///< Goes with the canvas, answers underway or not.
     std::multimap<const std::uint8_t*, std::shared_ptr<Wanted>> wanted_; ///< By the address of the bytes, which are kept there.
     WorkerThread worker_;

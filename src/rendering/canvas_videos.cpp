@@ -68,11 +68,14 @@ struct CanvasVideos::SoughtFile {
 };
 
 CanvasVideos::CanvasVideos(RunLoop& mainThread, std::function<void()> pictureArrived)
-    : mainThread_(mainThread), pictureArrived_(std::make_shared<std::function<void()>>(std::move(pictureArrived)))
-{
-}
+    : mainThread_(std::make_shared<RunLoopLink>(mainThread)),
+      pictureArrived_(std::make_shared<std::function<void()>>(std::move(pictureArrived)))
+{}
 
-CanvasVideos::~CanvasVideos() = default;
+CanvasVideos::~CanvasVideos()
+{
+    mainThread_->close();
+}
 
 void CanvasVideos::setDocumentFolder(std::string folder)
 {
@@ -105,11 +108,12 @@ void CanvasVideos::seek(const std::string& reference, const std::shared_ptr<Soug
     sought->isUnderway = true;
     sought->soughtAt = now_;
     // A file system can take long to answer, as one on another computer that does not.
-    worker_.add([this, reference, folder = documentFolder_, weak = std::weak_ptr(sought)] {
+    worker_.add([reference, folder = documentFolder_, weak = std::weak_ptr(sought), mainThread = mainThread_,
+                 arrived = std::weak_ptr(pictureArrived_)] {
         if (weak.expired()) return;
         File found{.state = File::State::there, .path = mediaPath(reference, folder)};
         if (!isReadableFile(found.path)) found = {.state = File::State::missing};
-        mainThread_.post([weak, found = std::move(found), arrived = std::weak_ptr(pictureArrived_)] {
+        mainThread->post([weak, found = std::move(found), arrived] {
             const std::shared_ptr<SoughtFile> answered = weak.lock();
             const auto tell = arrived.lock();
             if (!answered || !tell) return;
@@ -125,10 +129,11 @@ void CanvasVideos::fetch(const std::shared_ptr<View>& view, const VideoFrameRequ
         const std::shared_ptr<View> wanted = weak.lock();
         return wanted && !wanted->requests.isOvertaken(token);
     };
-    worker_.add([this, request, isWanted, weak = std::weak_ptr(view)] {
+    worker_.add([request, isWanted, weak = std::weak_ptr(view), cache = cache_, mainThread = mainThread_,
+                 arrived = std::weak_ptr(pictureArrived_)] {
         if (!isWanted()) return;
-        ImageRef image = cache_.frame(request.path, request.time, request.settings);
-        mainThread_.post([request, weak, image = std::move(image), arrived = std::weak_ptr(pictureArrived_)] {
+        ImageRef image = cache->frame(request.path, request.time, request.settings);
+        mainThread->post([request, weak, image = std::move(image), arrived] {
             const std::shared_ptr<View> answered = weak.lock();
             const auto tell = arrived.lock();
             if (!answered || !tell) return;

@@ -4,7 +4,7 @@
 #include "platform/run_loop.h"
 #include "rendering/drawing_style.h"
 #include "rendering/video_view_logic.h"
-#include "rendering/worker_thread.h"
+#include "platform/worker_thread.h"
 
 #include <functional>
 #include <map>
@@ -19,10 +19,10 @@ namespace larkspool {
 class CanvasVideos final : public VideoPictures {
 public:
     /// `pictureArrived` is called on the main thread when there is a new picture to paint, or a file is found or missed.
-    /// `mainThread` must outlive the thread that fetches, and so this.
+    /// `mainThread` must outlive this.
     CanvasVideos(RunLoop& mainThread, std::function<void()> pictureArrived);
 
-    /// Waits for a fetch that has begun. No call comes afterwards.
+    /// Waits for nothing. No call comes afterwards.
     ~CanvasVideos() override;
     CanvasVideos(const CanvasVideos&) = delete;
     CanvasVideos& operator=(const CanvasVideos&) = delete;
@@ -43,14 +43,14 @@ private:
     void fetch(const std::shared_ptr<View>& view, const VideoFrameRequests::Request& request);
     double wantedTime(View& view, const std::string& path, double sourceTime, const BlackKeySettings& settings);
 
-    RunLoop& mainThread_;
+    std::shared_ptr<RunLoopLink> mainThread_;
     std::shared_ptr<std::function<void()>> pictureArrived_; ///< Goes with the canvas, answers underway or not.
     std::string documentFolder_;
     std::map<std::string, std::shared_ptr<SoughtFile>> files_; ///< By reference.
     std::map<UUID, std::shared_ptr<View>> views_;
     bool scenePlaying_ = false;
     double now_ = 0;
-    VideoFrameCache cache_;
+    std::shared_ptr<VideoFrameCache> cache_ = std::make_shared<VideoFrameCache>(); ///< For the worker alone.
     WorkerThread worker_;
 };
 

@@ -45,10 +45,18 @@ class ImagePictures {
 public:
     virtual ~ImagePictures() = default;
 
+    /// How much of a picture can be drawn at once.
+    enum class AtHand {
+        nothing,
+        otherSize, ///< Vector art as it was rendered for another size, which can be stretched.
+        all
+    };
+
     virtual void beginPainting() = 0;
 
-    /// Whether what the layer shows can be drawn at once. Never waits: what is not there yet is sent for.
-    virtual bool isAtHand(const Layer& layer) = 0;
+    /// How much of what the layer shows, where it is `shown` large in pixels of the raster, is there. Never waits: what is not
+    /// there yet is sent for.
+    virtual AtHand atHand(const Layer& layer, CGSize shown) = 0;
 
     /// The painting is done. What was not asked for is not wanted any more.
     virtual void endPainting() = 0;
@@ -101,7 +109,7 @@ struct DrawingStyle {
     std::optional<CGRect> visiblePixels; ///< Of the raster, in whole pixels. What moves by itself need not be worked out beyond.
     std::optional<double> spinnerClock; ///< Seconds by which a waiting cursor turns, if not by the scene's time.
     VideoPictures* videos = nullptr; ///< Absent, pictures are read from the files at once, and a missing file shows nothing.
-    ImagePictures* images = nullptr; ///< Absent, pictures are decoded while they are drawn.
+    ImagePictures* images = nullptr; ///< Absent, pictures are decoded, and vector art rendered, while they are drawn.
     std::optional<EditingFrames> editingFrames; ///< Absent, zooms and hot spots are not seen.
 };
 

@@ -28,7 +28,7 @@ constexpr std::size_t greatestKeyedBytes = 256u << 20;
 /// Vector art is rendered no larger than this on a side; larger it is scaled up.
 constexpr double greatestArtSide = 4096;
 constexpr std::size_t greatestArtBytes = 256u << 20;
-constexpr std::size_t greatestArtCount = 64;
+constexpr std::size_t greatestArtCount = 512;
 /// A corner radius of no more than this leaves the corners of an image uncut.
 constexpr double leastClippedRadius = 0.5;
 
@@ -97,9 +97,11 @@ private:
             shrink();
             return picture;
         } catch (...) {
+            {
+                const std::scoped_lock lock(mutex_);
+                entries_.erase(find(bytes)); // Memory may suffice another time.
+            }
             promise.set_exception(std::current_exception());
-            const std::scoped_lock lock(mutex_);
-            entries_.erase(find(bytes)); // Memory may suffice another time.
             throw;
         }
     }
@@ -125,19 +127,37 @@ class ArtRenderings {
 public:
     ImageRef rendering(const std::shared_ptr<const VectorArt>& art, int width, int height)
     {
+        if (const std::optional<ImageRef> kept = known(art, width, height)) return *kept;
+        const std::scoped_lock turn(rendering_); // Nobody renders what another is at already.
+        if (const std::optional<ImageRef> kept = known(art, width, height)) return *kept;
+        ImageRef image = art->render(width, height); // Nobody waits who only asks what is there.
         const std::scoped_lock lock(mutex_);
-        const auto matches = [&](const Entry& e) { return e.art == art && e.width == width && e.height == height; };
-        if (const auto entry = std::ranges::find_if(entries_, matches); entry != entries_.end()) {
-            entries_.splice(entries_.begin(), entries_, entry);
-            return entries_.front().image;
-        }
-        entries_.push_front({art, width, height, art->render(width, height)});
+        entries_.push_front({art, width, height, image});
         total_ += cost(entries_.front());
         while ((total_ > greatestArtBytes && entries_.size() > 1) || entries_.size() > greatestArtCount) {
             total_ -= cost(entries_.back());
             entries_.pop_back();
         }
+        return image;
+    }
+
+    /// Nothing if it is not kept.
+    std::optional<ImageRef> known(const std::shared_ptr<const VectorArt>& art, int width, int height)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto entry = std::ranges::find_if(
+            entries_, [&](const Entry& e) { return e.art == art && e.width == width && e.height == height; });
+        if (entry == entries_.end()) return std::nullopt;
+        entries_.splice(entries_.begin(), entries_, entry);
         return entries_.front().image;
+    }
+
+    /// In the size that was used last. Null if none is kept.
+    ImageRef last(const std::shared_ptr<const VectorArt>& art)
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto entry = std::ranges::find_if(entries_, [&](const Entry& e) { return e.art == art && e.image; });
+        return entry == entries_.end() ? nullptr : entry->image;
     }
 
 private:
@@ -150,7 +170,7 @@ private:
     /// What could not be drawn is kept too.
     static std::size_t cost(const Entry& entry) { return entry.image ? entry.image->byteSize() : 0; }
 
-    std::mutex mutex_;
+    std::mutex rendering_, mutex_; ///< Locked in this order.
     std::list<Entry> entries_;
     std::size_t total_ = 0;
 };
@@ -207,10 +227,53 @@ Pictures& pictures()
     return pictures;
 }
 
+ArtRenderings& artRenderings()
+{
+    static ArtRenderings renderings;
+    return renderings;
+}
+
 KeyedPictures& keyedPictures()
 {
     static KeyedPictures pictures;
     return pictures;
+}
+
+struct WholePixels {
+    int width, height;
+};
+
+WholePixels artPixels(CGSize pixels)
+{
+    const auto side = [](double length) {
+        return std::isfinite(length) ? static_cast<int>(std::clamp(std::ceil(length), 1.0, greatestArtSide)) : 1;
+    };
+    return {side(pixels.width), side(pixels.height)};
+}
+
+/// The part of a picture that the layer shows, in units of its own size.
+CGRect shownPart(const Layer& layer, CGSize own)
+{
+    const CGRect whole{{0, 0}, own};
+    if (layer.cropMode != CropMode::manual) return whole;
+    return croppedPixels(manualCropRect(layer.cropRect, own), own).value_or(whole);
+}
+
+/// How large the whole of a picture is on the raster, where the part that the layer shows is `shown` large.
+CGSize wholeOnRaster(const Layer& layer, CGSize own, CGSize shown)
+{
+    const CGRect part = shownPart(layer, own);
+    return {shown.width * own.width / part.size.width, shown.height * own.height / part.size.height};
+}
+
+/// An image of the picture, in whatever size, with the part of it that the layer shows.
+PlacedPicture placed(const Layer& layer, CGSize own, ImageRef image)
+{
+    if (!image) return {};
+    const CGRect part = shownPart(layer, own);
+    const double across = image->width() / own.width, down = image->height() / own.height;
+    return {std::move(image),
+            {{part.origin.x * across, part.origin.y * down}, {part.size.width * across, part.size.height * down}}};
 }
 
 /// How large a box of local space is on the raster.
@@ -277,12 +340,21 @@ void drawLiveVideo(const Layer& layer, RasterContext& context, double time, cons
 
 ImageRef Picture::imageFor(CGSize pixels) const
 {
-    static ArtRenderings renderings;
     if (bitmap_) return bitmap_;
-    const auto side = [](double length) {
-        return std::isfinite(length) ? static_cast<int>(std::clamp(std::ceil(length), 1.0, greatestArtSide)) : 1;
-    };
-    return renderings.rendering(art_, side(pixels.width), side(pixels.height));
+    const auto [width, height] = artPixels(pixels);
+    return artRenderings().rendering(art_, width, height);
+}
+
+std::optional<ImageRef> Picture::keptImageFor(CGSize pixels) const
+{
+    if (bitmap_) return bitmap_;
+    const auto [width, height] = artPixels(pixels);
+    return artRenderings().known(art_, width, height);
+}
+
+ImageRef Picture::lastImage() const
+{
+    return bitmap_ ? bitmap_ : artRenderings().last(art_);
 }
 
 std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes)
@@ -290,35 +362,12 @@ std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes)
     return pictures().picture(bytes);
 }
 
-bool isPictureAtHand(const Bytes& bytes, const BlackKeySettings& settings)
-{
-    const auto known = pictures().known(bytes);
-    if (!known) return false;
-    const bool isCut = *known && (*known)->bitmap() && settings.isKeyed();
-    return !isCut || keyedPictures().known(bytes, settings);
-}
-
-void preparePicture(const Bytes& bytes, const BlackKeySettings& settings)
-{
-    const std::shared_ptr<const Picture> picture = mediaPicture(bytes);
-    if (picture && picture->bitmap() && settings.isKeyed()) keyedPictures().picture(bytes, picture->bitmap(), settings);
-}
-
 PlacedPicture placedPicture(const Layer& layer, CGSize shown)
 {
     const std::shared_ptr<const Picture> picture = layer.imageData ? mediaPicture(*layer.imageData) : nullptr;
     if (!picture) return {};
-
-    const CGSize own = picture->size();
-    CGRect crop{{0, 0}, own};
-    if (layer.cropMode == CropMode::manual) crop = croppedPixels(manualCropRect(layer.cropRect, own), own).value_or(crop);
     // Vector art is rendered as large as the whole of it would be.
-    ImageRef image = picture->imageFor({shown.width * own.width / crop.size.width, shown.height * own.height / crop.size.height});
-    if (!image) return {};
-
-    const double across = image->width() / own.width, down = image->height() / own.height;
-    return {std::move(image),
-            {{crop.origin.x * across, crop.origin.y * down}, {crop.size.width * across, crop.size.height * down}}};
+    return placed(layer, picture->size(), picture->imageFor(wholeOnRaster(layer, picture->size(), shown)));
 }
 
 PlacedPicture keyedPicture(const Layer& layer, CGSize shown)
@@ -332,6 +381,29 @@ PlacedPicture keyedPicture(const Layer& layer, CGSize shown)
     return {std::move(image), whole};
 }
 
+ImagePictures::AtHand pictureAtHand(const Layer& layer, CGSize shown)
+{
+    using AtHand = ImagePictures::AtHand;
+    if (!layer.imageData) return AtHand::all;
+    const auto known = pictures().known(*layer.imageData);
+    if (!known) return AtHand::nothing;
+    const std::shared_ptr<const Picture> picture = *known;
+    if (!picture) return AtHand::all;
+    const BlackKeySettings settings = blackKeySettings(layer);
+    if (picture->bitmap() && settings.isKeyed())
+        return keyedPictures().known(*layer.imageData, settings) ? AtHand::all : AtHand::nothing;
+    if (picture->keptImageFor(wholeOnRaster(layer, picture->size(), shown))) return AtHand::all;
+    return picture->lastImage() ? AtHand::otherSize : AtHand::nothing;
+}
+
+PlacedPicture lastPicture(const Layer& layer)
+{
+    const auto known = layer.imageData ? pictures().known(*layer.imageData) : std::nullopt;
+    if (!known || !*known) return {};
+    const Picture& picture = **known;
+    return placed(layer, picture.size(), picture.lastImage());
+}
+
 bool cutsCorners(double radius)
 {
     return radius > leastClippedRadius;
@@ -339,10 +411,13 @@ bool cutsCorners(double radius)
 
 void Exporter::drawImageBody(const Layer& layer, RasterContext& context, const DrawingStyle& style)
 {
-    if (style.images && !style.images->isAtHand(layer)) return strokeMedia(layer, context, style);
+    using AtHand = ImagePictures::AtHand;
     const CGSize shown = sizeOnRaster(layer.size, context);
-    const auto [image, source] =
-        style.keying == DrawingStyle::Keying::honoured ? keyedPicture(layer, shown) : placedPicture(layer, shown);
+    const AtHand atHand = style.images ? style.images->atHand(layer, shown) : AtHand::all;
+    if (atHand == AtHand::nothing) return strokeMedia(layer, context, style);
+    const auto [image, source] = atHand == AtHand::otherSize                      ? lastPicture(layer)
+                                 : style.keying == DrawingStyle::Keying::honoured ? keyedPicture(layer, shown)
+                                                                                  : placedPicture(layer, shown);
     if (!image) return;
     const RoundedRect box = boxOf(layer);
     {

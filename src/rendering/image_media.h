@@ -9,6 +9,7 @@
 #include "rendering/video_view_logic.h"
 
 #include <memory>
+#include <optional>
 
 namespace larkspool {
 
@@ -25,6 +26,12 @@ public:
     /// whole pixels and within bounds; its last sizes are kept. Null where it cannot be drawn.
     ImageRef imageFor(CGSize pixels) const;
 
+    /// The same where it is kept, null included; nothing where it would have to be rendered first. Never waits.
+    std::optional<ImageRef> keptImageFor(CGSize pixels) const;
+
+    /// The bitmap, or the size of vector art that was used last; null where none is kept. Never waits.
+    ImageRef lastImage() const;
+
     /// The pixels of a bitmap; null for vector art.
     const ImageRef& bitmap() const { return bitmap_; }
 
@@ -40,11 +47,6 @@ private:
 /// gigabyte, least recently used dropped first. For any thread.
 std::shared_ptr<const Picture> mediaPicture(const Bytes& bytes);
 
-/// Whether a live canvas can draw the picture without decoding or cutting it first; and to see to that. For any thread: the
-/// first never waits, the second may take long.
-bool isPictureAtHand(const Bytes& bytes, const BlackKeySettings& settings);
-void preparePicture(const Bytes& bytes, const BlackKeySettings& settings);
-
 /// A picture and the part of it that a layer shows, in its pixels. Without an image nothing is shown.
 struct PlacedPicture {
     ImageRef image;
@@ -56,6 +58,12 @@ PlacedPicture placedPicture(const Layer& layer, CGSize shown);
 
 /// The same where the black key counts. Vector art has none. Cut pictures are kept, least recently used dropped first.
 PlacedPicture keyedPicture(const Layer& layer, CGSize shown);
+
+/// How much of `keyedPicture` is kept, so that nothing is decoded, cut or rendered for it. For any thread. Never waits.
+ImagePictures::AtHand pictureAtHand(const Layer& layer, CGSize shown);
+
+/// Vector art in the size that was used last, where it is kept. Never waits.
+PlacedPicture lastPicture(const Layer& layer);
 
 /// Whether the corners of an image of that radius are cut.
 bool cutsCorners(double radius);

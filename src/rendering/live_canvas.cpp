@@ -83,8 +83,17 @@ void paintVeil(const CGRect& frame, CGSize viewSize, RasterContext& context)
 {
     Path around = Path::rect({{0, 0}, viewSize});
     around.add(Path::rect(frame));
+    SavedState saved(context);
+    context.setFillCompositing(RasterContext::Compositing::atop);
     context.setFillColor({0, 0, 0, veilAlpha});
     context.fillPath(around, FillRule::evenOdd);
+}
+
+void fillBy(RasterContext::Compositing compositing, const CGRect& rect, const RasterColor& color, RasterContext& context)
+{
+    SavedState saved(context);
+    context.setFillCompositing(compositing);
+    fill(rect, color, context);
 }
 
 /// The line lies around the frame, and so on none of its pixels.
@@ -139,8 +148,11 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
 
     SavedState saved(context);
     context.scaleCTM(placement.pixelsPerPoint, placement.pixelsPerPoint);
-    fill({{0, 0}, placement.viewSize}, options.backdrop, context);
+    const CGRect view{{0, 0}, placement.viewSize};
+    const bool isDimmed = options.offCanvas == OffCanvas::dimmed;
+    if (!isDimmed || !isShown(scene.size(), placement)) fill(view, options.backdrop, context);
     if (!isShown(scene.size(), placement)) return std::nullopt;
+    if (isDimmed) fillBy(RasterContext::Compositing::clear, view, options.backdrop, context);
 
     const EvaluatedFrame frame = evaluateFrame(scene, playhead);
     const CGRect inView = frameInView(scene.size(), placement);
@@ -155,7 +167,10 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
     videos.endPainting();
     if (options.images) options.images->endPainting();
 
-    if (options.offCanvas == OffCanvas::dimmed) paintVeil(inView, placement.viewSize, context);
+    if (isDimmed) { // The veil dims the layers; the backdrop keeps its colour, and comes last therefore.
+        paintVeil(inView, placement.viewSize, context);
+        fillBy(RasterContext::Compositing::under, view, options.backdrop, context);
+    }
     paintOutline(inView, options.outline, context);
     paintRings(frame, placement, context);
     return hasSpinner(frame.layers) ? std::optional(secondsToNextSpoke(options.now)) : std::nullopt;

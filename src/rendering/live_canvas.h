@@ -23,7 +23,7 @@ struct Placement {
     bool operator==(const Placement&) const = default;
 };
 
-/// What lies beyond the scene's frame: dimmed, or not shown at all.
+/// What layers show beyond the scene's frame: it is dimmed under a black veil, or not shown at all. The backdrop is the same.
 enum class OffCanvas { dimmed, hidden };
 
 struct Options {

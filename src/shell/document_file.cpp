@@ -2,8 +2,10 @@
 
 #include "platform/file_io.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -33,7 +35,7 @@ DocumentFile DocumentFile::open(const std::string& path)
     DocumentFile file(std::move(decoded.document));
     file.path_ = path;
     file.diagnostics_ = std::move(decoded.diagnostics);
-    if (!file.diagnostics_.empty()) file.repairedBytes_ = std::move(bytes);
+    if (!file.diagnostics_.empty()) file.repairedBytes_ = Bytes(std::move(bytes));
     return file;
 }
 
@@ -42,23 +44,45 @@ std::string DocumentFile::displayName() const
     return path_.empty() ? "Untitled" : std::filesystem::path(path_).stem().string();
 }
 
-std::optional<std::string> DocumentFile::save(const TweenDocument& document, const std::string& path)
+void DocumentWriting::write()
 {
     const std::vector<std::uint8_t> bytes = encodedData(document);
-    const std::optional<std::string> kept = keepRepairedBytes(path);
+    if (!repairedBytes.empty()) {
+        const std::string beside = freeNameBeside(path);
+        replaceFileAtomically(beside, repairedBytes.view());
+        kept = beside;
+    }
     replaceFileAtomically(path, bytes);
-    path_ = path;
-    saved_ = document;
+    isWritten = true;
+}
+
+std::optional<std::string> DocumentFile::save(const TweenDocument& document, const std::string& path)
+{
+    DocumentWriting saving = writing(document, path);
+    try {
+        saving.write();
+    } catch (...) {
+        note(std::move(saving));
+        throw;
+    }
+    std::optional<std::string> kept = saving.kept;
+    note(std::move(saving));
     return kept;
 }
 
-std::optional<std::string> DocumentFile::keepRepairedBytes(const std::string& path)
+DocumentWriting DocumentFile::writing(TweenDocument document, const std::string& path) const
 {
-    if (path != path_ || repairedBytes_.empty()) return std::nullopt;
-    const std::string beside = freeNameBeside(path);
-    replaceFileAtomically(beside, repairedBytes_);
-    repairedBytes_ = {};
-    return beside;
+    DocumentWriting saving{.document = std::move(document), .path = path};
+    if (path == path_) saving.repairedBytes = repairedBytes_;
+    return saving;
+}
+
+void DocumentFile::note(DocumentWriting writing)
+{
+    if (writing.kept) repairedBytes_ = {};
+    if (!writing.isWritten) return;
+    path_ = std::move(writing.path);
+    saved_ = std::move(writing.document);
 }
 
 } // namespace larkspool

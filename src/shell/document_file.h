@@ -1,13 +1,24 @@
 #pragma once
 
 #include "document/file_format.h"
+#include "foundation/shared_bytes.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace larkspool {
+
+/// A document on its way into its file. It is apart from the DocumentFile that it comes from, so that any one thread may write it.
+struct DocumentWriting {
+    TweenDocument document;
+    std::string path;
+    Bytes repairedBytes{};             ///< What is kept beside the file before it is written over; none for nothing.
+    std::optional<std::string> kept{}; ///< Where that lies, once it does.
+    bool isWritten = false;
+
+    /// Throws as DocumentFile::save does; what was kept by then stays.
+    void write();
+};
 
 /// The file that an editor's document lives in, and whether the document has changed since it was read or written.
 class DocumentFile {
@@ -42,13 +53,18 @@ public:
     /// nothing has changed then.
     std::optional<std::string> save(const TweenDocument& document, const std::string& path);
 
-private:
-    std::optional<std::string> keepRepairedBytes(const std::string& path);
+    /// @name The two halves of a save whose writing is done elsewhere. One follows the other before the next save begins.
+    /// @{
+    DocumentWriting writing(TweenDocument document, const std::string& path) const;
+    /// Takes in what became of the writing, be it done or failed.
+    void note(DocumentWriting writing);
+    /// @}
 
+private:
     TweenDocument saved_;
     std::string path_;
     Diagnostics diagnostics_;
-    std::vector<std::uint8_t> repairedBytes_; ///< The file as it was opened, while it still is to be kept.
+    Bytes repairedBytes_; ///< The file as it was opened, while it still is to be kept.
 };
 
 } // namespace larkspool

@@ -44,16 +44,30 @@ double audioFadeVolume(const TweenDocument& document, double globalTime)
 void DocumentAudioController::load(const std::string& path)
 {
     unload();
-    player_ = load_(path);
+    loadingPath_ = std::make_shared<const std::string>(path);
+    tasks_.detach([this, path, read = read_, onMain = tasks_.onMain, weak = std::weak_ptr(loadingPath_)] {
+        if (weak.expired()) return; // Another is wanted by now, or none.
+        onMain([this, path, make = read(path), weak] {
+            if (!weak.expired()) take(path, make);
+        });
+    });
+}
+
+void DocumentAudioController::take(const std::string& path, const MakeAudioPlayer& make)
+{
+    loadingPath_.reset();
+    player_ = make ? make() : nullptr;
     if (!player_) return;
     loadedPath_ = path;
     duration_ = player_->duration();
+    if (loaded) loaded();
 }
 
 void DocumentAudioController::unload()
 {
     if (player_) player_->pause();
     player_.reset();
+    loadingPath_.reset();
     loadedPath_.reset();
     duration_ = 0;
 }
@@ -94,12 +108,28 @@ void DocumentAudioController::sync(const std::optional<DocumentAudio>& audio,
 {
     const std::optional<std::string> path = audio ? resolve(*audio) : std::nullopt;
     if (!path) return unload();
-    if (path != loadedPath_) load(*path);
+    const bool isOnTheWay = loadingPath_ && *loadingPath_ == *path;
+    if (path != loadedPath_ && !isOnTheWay) load(*path);
 }
 
 Playback::Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio)
     : editor_(editor), timers_(timers), audio_(audio), followedScene_(editor.state().document.activeSceneIndex)
-{}
+{
+    audio_.loaded = [this] { soundLoaded(); };
+}
+
+Playback::~Playback()
+{
+    audio_.loaded = nullptr;
+}
+
+/// Music that comes late is heard from where the scene plays.
+void Playback::soundLoaded()
+{
+    if (!isPlaying_) return;
+    matchVolume();
+    audio_.play(globalTime());
+}
 
 double Playback::globalTime() const
 {

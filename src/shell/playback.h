@@ -4,6 +4,7 @@
 #include "platform/audio_player.h"
 #include "platform/timers.h"
 #include "shell/editor_view.h"
+#include "shell/tasks.h"
 
 #include <cstdint>
 #include <functional>
@@ -27,16 +28,21 @@ double globalPlayheadTime(const TweenDocument& document, double playhead);
 /// How loud the document's sound is then, 0 or more: its volume, which fades out in a line over the last second of the document.
 double audioFadeVolume(const TweenDocument& document, double globalTime);
 
-/// The player of a document's sound. Without a sound that loads, nothing happens.
+/// The player of a document's sound, whose file is read on another thread. Until it is, and without a sound that loads, nothing
+/// happens.
 class DocumentAudioController {
 public:
-    explicit DocumentAudioController(LoadAudioPlayer load) : load_(std::move(load)) {}
+    DocumentAudioController(ReadForAudioPlayer read, Tasks tasks) : read_(std::move(read)), tasks_(std::move(tasks)) {}
+    DocumentAudioController(const DocumentAudioController&) = delete;
+    DocumentAudioController& operator=(const DocumentAudioController&) = delete;
+
+    std::function<void()> loaded; ///< Called when there is a player that there was not before. May be absent.
 
     const std::optional<std::string>& loadedPath() const { return loadedPath_; }
     double duration() const { return duration_; } ///< Seconds; 0 without a player.
     AudioPlayer* player() { return player_.get(); } ///< Null without one.
 
-    /// Stops what plays and makes a player for the file.
+    /// Stops what plays and has a player made for the file. Nothing comes of files that were to be loaded before it.
     void load(const std::string& path);
     void unload();
     /// Plays from there on, or from shortly before the end. At the end it pauses.
@@ -53,7 +59,11 @@ public:
               const std::function<std::optional<std::string>(const DocumentAudio& audio)>& resolve);
 
 private:
-    LoadAudioPlayer load_;
+    void take(const std::string& path, const MakeAudioPlayer& make);
+
+    ReadForAudioPlayer read_;
+    Tasks tasks_;
+    std::shared_ptr<const std::string> loadingPath_; ///< Of the file that is being read, if one is.
     std::unique_ptr<AudioPlayer> player_;
     std::optional<std::string> loadedPath_;
     double duration_ = 0;
@@ -66,6 +76,9 @@ public:
     static constexpr double step = 0.016666666666666666; ///< Seconds.
 
     Playback(EditorView& editor, Timers& timers, DocumentAudioController& audio);
+    ~Playback();
+    Playback(const Playback&) = delete;
+    Playback& operator=(const Playback&) = delete;
 
     bool isPlaying() const { return isPlaying_; }
     void setPlaying(bool isPlaying);
@@ -82,6 +95,7 @@ public:
     void tick();
 
 private:
+    void soundLoaded();
     void endScene(PlayMode mode);
     void matchVolume();
     double globalTime() const;

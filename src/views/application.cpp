@@ -93,8 +93,20 @@ WelcomeWindow* Application::welcomeWindow() const
 
 void Application::launch(const std::vector<std::string>& paths)
 {
-    const auto isOpen = [this](const std::string& path) { return opener_.openAtOnce(path); };
-    if (std::ranges::count_if(paths, isOpen) > 0) return;
+    launchFrom(paths, /*next=*/0, /*isAnyOpen=*/false);
+}
+
+/// In their order, so that the last one lies in front.
+void Application::launchFrom(const std::vector<std::string>& paths, std::size_t next, bool isAnyOpen)
+{
+    if (next < paths.size())
+        return opener_.open(paths[next],
+                            [this, paths, next, isAnyOpen](bool isOpen) { launchFrom(paths, next + 1, isAnyOpen || isOpen); });
+    if (!isAnyOpen) greet();
+}
+
+void Application::greet()
+{
     if (launchWindow(workspace_.defaults) == LaunchWindow::welcome)
         showWelcome();
     else
@@ -162,9 +174,11 @@ void Application::showSettings()
     present(*settings_);
 }
 
-/// Unless a window stays, for it has changes that a person wants to keep.
+/// Unless a window stays, for it has changes that a person wants to keep. One that is being saved is waited for.
 void Application::quit()
 {
+    for (EditorWindow* editor : editorWindows())
+        if (!editor->closeThen([this] { quit(); })) return;
     QApplication::closeAllWindows();
     const QList<QWidget*> windows = QApplication::topLevelWidgets();
     if (std::ranges::none_of(windows, [](const QWidget* window) { return window->isVisible(); })) QApplication::quit();

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QString>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -32,8 +33,8 @@ public:
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    /// Shows a window for each of the documents. If there is none then, it shows the welcome window or, where that is not wanted,
-    /// an empty document.
+    /// Opens the documents one after the other. If there is no window of any then, it shows the welcome window or, where that is
+    /// not wanted, an empty document; without documents it does so at once.
     void launch(const std::vector<std::string>& paths);
 
     /// What needs no window of a document.
@@ -45,6 +46,8 @@ public:
     WelcomeWindow* welcomeWindow() const; ///< Null while there is none.
 
 private:
+    void launchFrom(const std::vector<std::string>& paths, std::size_t next, bool isAnyOpen);
+    void greet();
     void openNew();
     bool showAgain(const std::string& path) const;
     void show(DocumentFile file);

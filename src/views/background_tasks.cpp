@@ -1,5 +1,7 @@
 #include "views/background_tasks.h"
 
+#include "platform/worker_thread.h"
+
 #include <utility>
 
 namespace larkspool {
@@ -7,6 +9,7 @@ namespace larkspool {
 BackgroundTasks::~BackgroundTasks()
 {
     for (Worker& worker : workers_) worker.thread.join();
+    WorkerThread::waitForEnded();
 }
 
 Tasks BackgroundTasks::tasks()

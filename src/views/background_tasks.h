@@ -11,7 +11,7 @@
 namespace larkspool {
 
 /// Long work on threads of its own, for all windows of the program. Lives on the main thread, longer than every window, and goes
-/// when all its threads have come to their end: whoever has work running asks it to stop before.
+/// when all its threads, and those that have outlasted their canvases, have come to their end: whoever has work running asks it to stop before.
 class BackgroundTasks {
 public:
     BackgroundTasks() = default;

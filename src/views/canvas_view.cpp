@@ -34,14 +34,6 @@ constexpr double zoomStep = 1.25;
 constexpr double leastMagnification = 0.01; ///< Of a pinch, from 1.
 constexpr std::chrono::milliseconds zoomHUDTime{1500}, zoomHUDFadeTime{200};
 constexpr int zoomHUDInset = 12;
-constexpr float seenThroughVeil = 0.65F; ///< Of what lies beyond the scene's frame, while it is dimmed.
-
-/// The colour that a veil turns into `color`, so that the backdrop is the theme's under it too.
-QColor underVeil(const QColor& color)
-{
-    return QColor::fromRgbF(std::min(1.0F, color.redF() / seenThroughVeil), std::min(1.0F, color.greenF() / seenThroughVeil),
-                            std::min(1.0F, color.blueF() / seenThroughVeil));
-}
 
 RasterColor asRasterColor(const QColor& color)
 {
@@ -470,7 +462,7 @@ const QImage* CanvasView::picture()
         .offCanvas = now.hidesOffCanvas ? CanvasRenderer::OffCanvas::hidden : CanvasRenderer::OffCanvas::dimmed,
         .scenePlaying = now.isPlaying,
         .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
-        .backdrop = asRasterColor(now.hidesOffCanvas ? theme().backdrop : underVeil(theme().backdrop)),
+        .backdrop = asRasterColor(theme().backdrop),
         .outline = asRasterColor(theme().text),
         .videos = &videos_,
         .images = &pictures_};

@@ -46,12 +46,6 @@ void DocumentOpener::open(const std::string& path, Ended ended)
     });
 }
 
-bool DocumentOpener::openAtOnce(const std::string& path)
-{
-    const std::string file = RecentDocuments::notedPath(path);
-    return services_.showAgain(file) || finish(file, read(file));
-}
-
 bool DocumentOpener::finish(const std::string& path, Outcome outcome)
 {
     if (!outcome.file) {

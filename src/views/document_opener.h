@@ -32,8 +32,6 @@ public:
 
     /// Opens the document soon, or shows its window at once. Relative paths are completed. `ended` may be absent.
     void open(const std::string& path, Ended ended = {});
-    /// The same before this returns, for a program that has no window yet.
-    bool openAtOnce(const std::string& path);
 
     bool isReading() const { return !reading_.empty(); }
 

@@ -3,6 +3,7 @@
 #include "shell/commands.h"
 #include "shell/editor_view.h"
 #include "shell/playback.h"
+#include "shell/tasks.h"
 
 #include <functional>
 #include <string>
@@ -18,6 +19,7 @@ struct EditorContext {
     std::function<void(Command command)> perform; ///< Carries a command out in this window, as its menu item would.
     std::function<void()> sceneCreated{}; ///< Tells that a person has added a scene. May be absent.
     std::function<std::string()> documentFolder = [] { return std::string(); }; ///< Empty for a document without a file.
+    Tasks tasks{}; ///< For what may take long.
 };
 
 } // namespace larkspool

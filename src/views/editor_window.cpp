@@ -95,6 +95,12 @@ QWidget* editedText()
     return isText ? focus : nullptr;
 }
 
+/// Whether a person has a dialog or a menu open, or drags something: what has begun it must not go before it ends.
+bool isInTheMidst()
+{
+    return QApplication::activeModalWidget() || QApplication::activePopupWidget() || QApplication::mouseButtons() != Qt::NoButton;
+}
+
 /// Whether the key presses the button that the keyboard has come to, before any menu answers it.
 bool pressesButton(const QKeyEvent& key)
 {
@@ -105,7 +111,7 @@ bool pressesButton(const QKeyEvent& key)
 } // namespace
 
 EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
-    : file_(std::move(file)), workspace_(workspace), timers_([this] { refresh(); })
+    : file_(std::make_shared<DocumentFile>(std::move(file))), workspace_(workspace), timers_([this] { refresh(); })
 {
     setAttribute(Qt::WA_DeleteOnClose);
     Interpolation::invalidate();
@@ -113,7 +119,7 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     // Never wider or taller than the screen: Export stands at the right edge.
     resize(defaultSize.boundedTo(screen()->availableSize()).expandedTo(smallestSize));
     editor_ = std::make_unique<EditorView>(
-        file_.saved(), EditorView::Services{.defaults = workspace_.defaults,
+        file_->saved(), EditorView::Services{.defaults = workspace_.defaults,
                                             .timers = timers_,
                                             .steps = layerUpkeep(),
                                             .beep = [] { QApplication::beep(); },
@@ -135,15 +141,15 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
     exports_ = std::make_unique<ExportFlow>(
         *this, ExportFlow::Services{.defaults = workspace_.defaults,
                                     .tasks = workspace_.background.tasks(),
-                                    .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
-                                    .documentName = [this] { return file_.displayName(); },
+                                    .document = [this] { return withMediaBeside(editor_->state().document, file_->path()); },
+                                    .documentName = [this] { return file_->displayName(); },
                                     .documentFolder = [this] { return documentFolder(); },
                                     .sheetsChanged = [this] { refresh(); }});
     quickRenders_ = std::make_unique<QuickRenderFlow>(
         *this, QuickRenderFlow::Services{.editor = *editor_,
                                          .playback = *playback_,
                                          .tasks = workspace_.background.tasks(),
-                                         .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
+                                         .document = [this] { return withMediaBeside(editor_->state().document, file_->path()); },
                                          .sheetChanged = [this] { refresh(); }});
     timelineSheets_ = std::make_unique<TimelineSheets>(
         *this, TimelineSheets::Services{.editor = *editor_, .playback = *playback_, .changed = [this] { refresh(); }});
@@ -151,7 +157,7 @@ EditorWindow::EditorWindow(DocumentFile file, Workspace& workspace)
         *this, LayerSheets::Services{.editor = *editor_,
                                      .playback = *playback_,
                                      .tasks = workspace_.background.tasks(),
-                                     .document = [this] { return withMediaBeside(editor_->state().document, file_.path()); },
+                                     .document = [this] { return withMediaBeside(editor_->state().document, file_->path()); },
                                      .videos = [this] { return canvas_->videos(); },
                                      .changed = [this] { refresh(); }});
     buildLayout();
@@ -175,9 +181,9 @@ void EditorWindow::buildLayout()
 {
     const EditorContext context{*editor_, *playback_, [this] { refresh(); }, [this](Command command) { perform(command); },
                                 [this] { workspace_.center.post(EditorNotification::sceneCreated); },
-                                [this] { return documentFolder(); }};
+                                [this] { return documentFolder(); }, workspace_.background.tasks()};
     canvas_ = new CanvasView(context, this);
-    toast_ = new Toast(canvas_, [this] { return editor_->rippleToastMessage(); });
+    toast_ = new Toast(canvas_, [this] { return waitsToClose_ ? "Saving…" : editor_->rippleToastMessage(); });
     layers_ = new LayerPanelView(context, this);
     inspector_ = new InspectorView(context, this);
     inspectorTabs_ = new InspectorTabs(inspector_, workspace_.defaults, this);
@@ -223,7 +229,7 @@ void EditorWindow::buildLayout()
     auto* column = stacked(whole, Qt::Vertical);
     column->addWidget(topBar_);
     column->addWidget(hairline(Qt::Horizontal, whole));
-    if (const std::optional<RepairNotice> notice = repairNotice(file_.diagnostics())) column->addWidget(new NoticeBar(*notice, whole));
+    if (const std::optional<RepairNotice> notice = repairNotice(file_->diagnostics())) column->addWidget(new NoticeBar(*notice, whole));
     column->addWidget(inspectorSplitter_, 1);
     setCentralWidget(whole);
     setTabOrder(topBar_, layers_);
@@ -250,7 +256,7 @@ void EditorWindow::buildMedia()
 
 std::string EditorWindow::documentFolder() const
 {
-    return std::filesystem::path(file_.path()).parent_path().string();
+    return std::filesystem::path(file_->path()).parent_path().string();
 }
 
 void EditorWindow::buildAssistant()
@@ -436,7 +442,7 @@ void EditorWindow::syncDocumentAudio()
     syncedAudio_ = audio;
     TweenDocument sound;
     sound.audio = audio;
-    audio_.sync(withMediaBeside(sound, file_.path()).audio, [](const DocumentAudio& found) -> std::optional<std::string> {
+    audio_.sync(withMediaBeside(sound, file_->path()).audio, [](const DocumentAudio& found) -> std::optional<std::string> {
         const std::string path = pathFromURLOrPath(found.urlString);
         return Exporter::fileExists(path) ? std::optional(path) : std::nullopt;
     });
@@ -480,7 +486,7 @@ void EditorWindow::showPanels()
 
 void EditorWindow::showTitle(bool isEdited)
 {
-    const QString shown = QString::fromStdString(file_.displayName());
+    const QString shown = QString::fromStdString(file_->displayName());
     topBar_->showName(shown, isEdited);
     setWindowModified(isEdited);
     setWindowTitle(shown + "[*] — Larkspool");
@@ -488,31 +494,44 @@ void EditorWindow::showTitle(bool isEdited)
 
 bool EditorWindow::save()
 {
-    return file_.path().empty() ? saveAs() : write(file_.path());
+    const std::string path = workspace_.saver.pathToBe(*file_);
+    if (path.empty()) return saveAs();
+    write(path);
+    return true;
 }
 
 bool EditorWindow::saveAs()
 {
-    QFileDialog dialog(this, "Save As", folderOfDocument(file_.path()), documentFilter);
+    QFileDialog dialog(this, "Save As", folderOfDocument(file_->path()), documentFilter);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix("larkspool"); // Before the dialog looks whether there is such a file.
-    dialog.selectFile(QString::fromStdString(file_.displayName() + ".larkspool"));
+    dialog.selectFile(QString::fromStdString(file_->displayName() + ".larkspool"));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
-    return write(dialog.selectedFiles().front().toStdString());
+    write(dialog.selectedFiles().front().toStdString());
+    return true;
 }
 
-bool EditorWindow::write(const std::string& path)
+void EditorWindow::write(const std::string& path)
 {
     editor_->commit().confirmNumericUndoGate();
-    try {
-        file_.save(editor_->state().document, path);
-    } catch (const std::exception& error) {
-        QMessageBox::critical(this, "Larkspool", QString("The document could not be saved.\n\n%1").arg(error.what()));
-        return false;
+    workspace_.saver.save(file_, editor_->state().document, path,
+                          [window = QPointer<EditorWindow>(this)](const std::string& written, const std::optional<std::string>& failure) {
+                              if (window) window->endSave(written, failure);
+                          });
+    refresh();
+}
+
+void EditorWindow::endSave(const std::string& path, const std::optional<std::string>& failure)
+{
+    if (failure) {
+        stay();
+        QMessageBox::critical(this, "Larkspool",
+                              QString("The document could not be saved.\n\n%1").arg(QString::fromStdString(*failure)));
+        return;
     }
     workspace_.recents.note(path);
     refresh();
-    return true;
+    if (waitsToClose_ && !isSaving()) closeAfterSaving();
 }
 
 bool EditorWindow::revert()
@@ -520,7 +539,7 @@ bool EditorWindow::revert()
     if (!hasChanges()) return false;
     const auto answer = QMessageBox::question(this, "Larkspool", "Go back to the document as it was last saved?\n\nThis can be undone.");
     if (answer != QMessageBox::Yes) return false;
-    editor_->replaceDocument("Revert", file_.saved());
+    editor_->replaceDocument("Revert", file_->saved());
     refresh();
     return true;
 }
@@ -529,7 +548,7 @@ bool EditorWindow::mayLoseChanges()
 {
     if (!hasChanges()) return true;
     QMessageBox box(QMessageBox::NoIcon, "Larkspool",
-                    QString("Do you want to save the changes to “%1”?").arg(QString::fromStdString(file_.displayName())),
+                    QString("Do you want to save the changes to “%1”?").arg(QString::fromStdString(file_->displayName())),
                     QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, this);
     box.setInformativeText("They are lost if you do not save them.");
     box.setDefaultButton(QMessageBox::Save);
@@ -540,12 +559,46 @@ bool EditorWindow::mayLoseChanges()
     }
 }
 
+/// A window whose document is being saved waits for that, and closes by itself then.
+bool EditorWindow::mayClose()
+{
+    if (!isSaving() && !mayLoseChanges()) return false;
+    waitsToClose_ = isSaving();
+    toast_->refresh();
+    return !waitsToClose_;
+}
+
+bool EditorWindow::closeThen(std::function<void()> then)
+{
+    closed_ = std::move(then);
+    const bool isClosed = close();
+    if (!waitsToClose_) closed_ = nullptr;
+    return isClosed;
+}
+
+void EditorWindow::closeAfterSaving()
+{
+    if (isInTheMidst()) return stay();
+    waitsToClose_ = false;
+    const bool isClosed = close();
+    if (waitsToClose_) return; // For what was edited meanwhile.
+    const std::function<void()> then = std::exchange(closed_, nullptr);
+    if (isClosed && then) then();
+}
+
+void EditorWindow::stay()
+{
+    waitsToClose_ = false;
+    closed_ = nullptr;
+    toast_->refresh();
+}
+
 void EditorWindow::closeEvent(QCloseEvent* event)
 {
     quickRenders_->close();
     timelineSheets_->close();
     layerSheets_->close();
-    if (!mayLoseChanges()) return event->ignore();
+    if (!mayClose()) return event->ignore();
     playback_->setPlaying(false);
     rememberWindow();
     workspace_.center.post(EditorNotification::editorWindowClosing, instanceID_);
@@ -558,7 +611,7 @@ void EditorWindow::showEvent(QShowEvent* event)
     if (std::exchange(isShown_, true)) return;
     sizePanels();
     canvas_->fit(CanvasView::FitTo::scene);
-    if (!file_.path().empty()) media_->reconnect();
+    if (!file_->path().empty()) media_->reconnect();
 }
 
 void EditorWindow::recallWindow()

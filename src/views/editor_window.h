@@ -14,7 +14,10 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace larkspool {
 
@@ -44,15 +47,20 @@ public:
     CanvasView& canvas() { return *canvas_; }
     Playback& playback() { return *playback_; }
     const UUID& instanceID() const { return instanceID_; }
-    const DocumentFile& file() const { return file_; }
+    const DocumentFile& file() const { return *file_; }
 
-    /// @name What the menus of files do. Each tells whether it came about: a person may think better of it. Reverting brings all
-    /// scenes back, as one step to undo.
+    /// @name What the menus of files do. Each tells whether it came about: a person may think better of it. A save goes on beside
+    /// the window, which tells if it fails. Reverting brings all scenes back, as one step to undo.
     /// @{
     bool save();
     bool saveAs();
     bool revert();
     /// @}
+    bool isSaving() const { return workspace_.saver.isSaving(*file_); }
+
+    /// Closes the window, as `close` does. If it has to wait for a save, `then` is called when it has closed after all. Returns
+    /// whether it is closed now.
+    bool closeThen(std::function<void()> then);
 
     /// Carries a command out as its menu item would.
     void perform(Command command);
@@ -86,9 +94,13 @@ private:
     void rememberWindow() const;
     /// At the first showing: as they were in the last window, or as the window's size asks.
     void sizePanels();
-    bool write(const std::string& path);
-    bool hasChanges() const { return file_.isEdited(editor_->state().document); }
+    void write(const std::string& path);
+    void endSave(const std::string& path, const std::optional<std::string>& failure);
+    bool hasChanges() const { return file_->isEdited(editor_->state().document); }
     bool mayLoseChanges();
+    bool mayClose();
+    void closeAfterSaving();
+    void stay();
     void showTitle(bool isEdited);
     void buildAssistant();
     void buildMedia();
@@ -98,12 +110,12 @@ private:
     /// Has the sound of the document at hand, if its file is there.
     void syncDocumentAudio();
 
-    DocumentFile file_;
+    std::shared_ptr<DocumentFile> file_; ///< Shared with the saves of it that go on.
     Workspace& workspace_;
     UUID instanceID_ = UUID::random();
     EventLoopTimers timers_;
     std::unique_ptr<EditorView> editor_;
-    DocumentAudioController audio_{loadSinkAudioPlayer};
+    DocumentAudioController audio_{readForSinkAudioPlayer, workspace_.background.tasks()};
     std::unique_ptr<Playback> playback_;
     std::unique_ptr<EditorCommandReceiver> receiver_;
     EventLoop eventLoop_;
@@ -133,6 +145,8 @@ private:
     PanelSplitter* timelineSplitter_ = nullptr;
     PanelSplitter* layersSplitter_ = nullptr; ///< The layers beside the canvas.
     bool isShown_ = false;
+    bool waitsToClose_ = false;    ///< Until its document is saved.
+    std::function<void()> closed_; ///< What comes then.
     QTimer settingsChanged_;
     Observation settings_;
 };

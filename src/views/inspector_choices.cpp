@@ -249,6 +249,11 @@ void MenuField::open()
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->setMinimumWidth(width());
     fill(*menu);
+    for (QAction* choice : menu->actions()) {
+        if (choice->text() != words_) continue;
+        choice->setCheckable(true);
+        choice->setChecked(true);
+    }
     menu->popup(mapToGlobal(QPoint(0, fieldHeight + 2)));
 }
 

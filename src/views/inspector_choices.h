@@ -86,7 +86,7 @@ public:
     MenuField(const QString& name, HasDiamond hasDiamond, QWidget* parent);
 
     void showWords(const QString& words);
-    /// Fills the menu each time that it opens.
+    /// Fills the menu each time that it opens. The choice whose words the field shows is then marked.
     std::function<void(QMenu&)> fill{};
 
 protected:

@@ -20,6 +20,7 @@ namespace {
 using Property = Keyframe::AnimatableProperty;
 
 constexpr int textHeight = 64;
+constexpr double textInset = 8; ///< As in the other fields.
 
 /// The text of text layers. A visit to it is one undo step, as with numbers.
 class TextField final : public QPlainTextEdit {
@@ -33,6 +34,7 @@ public:
         setAccessibleName("Text");
         viewport()->setAutoFillBackground(false);
         setContentsMargins(0, 0, 0, 0);
+        document()->setDocumentMargin(textInset);
     }
 
 protected:

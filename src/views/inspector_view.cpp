@@ -604,7 +604,7 @@ void InspectorView::buildSceneTiming()
     addHalfRow(rows, "End Pause", seconds("End Pause", &TweenScene::endPause, Inspector::keptEndPause));
     addHalfRow(rows, "FPS",
                sceneField(
-                   "FPS", {}, [](const TweenScene& scene) { return static_cast<double>(scene.fps); },
+                   "FPS", {.name = {}, .suffix = " fps"}, [](const TweenScene& scene) { return static_cast<double>(scene.fps); },
                    [](const TweenScene&, double typed) -> SharedCommit::Work {
                        const std::optional<std::int64_t> kept = Inspector::keptFps(typed);
                        if (!kept) return nullptr;

@@ -163,7 +163,8 @@ QWidget* PreferencesWindow::addPage()
 {
     auto* page = new QWidget(pages_);
     auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(padding, padding, padding, padding / 3); // The fullest page ends just above.
+    const int right = padding - Switch::ringRoom; // What is drawn of a switch then ends where all the rest does.
+    column->setContentsMargins(padding, padding, right, padding / 3); // The fullest page ends just above.
     column->setSpacing(rowGap);
     column->setAlignment(Qt::AlignTop);
     pages_->addWidget(page);
@@ -211,10 +212,14 @@ void PreferencesWindow::buildAssistant()
     Switch* toggle = addSwitch(page, PreferencesView::enableAssistantLabel, {});
     keepShown([this, toggle] { toggle->setChecked(defaults_.boolean(DefaultsKey::assistantEnabled)); });
     connect(toggle, &QCheckBox::clicked, this, [this](bool isOn) { defaults_.set(DefaultsKey::assistantEnabled, isOn); });
-    column->addWidget(hairline(Qt::Horizontal, page));
+    auto* line = new QHBoxLayout;
+    line->setContentsMargins(0, 0, Switch::ringRoom, 0);
+    line->addWidget(hairline(Qt::Horizontal, page));
+    column->addLayout(line);
 
     const auto addRow = [page, column](std::string_view text, QWidget* field) {
         auto* row = new QHBoxLayout;
+        row->setContentsMargins(0, 0, Switch::ringRoom, 0);
         row->setSpacing(16);
         QLabel* name = label(words(text), TextStyle::dialogBody, LabelTone::secondary, page);
         name->setFixedWidth(labelColumn);
@@ -244,7 +249,9 @@ void PreferencesWindow::buildAssistant()
             [this](int row) { PreferencesView::chooseModelRow(defaults_, static_cast<std::size_t>(row)); });
     addRow(PreferencesView::modelLabel, model);
 
-    column->addWidget(paragraph(words(PreferencesView::apiKeyNote), TextStyle::caption, LabelTone::secondary, page));
+    QLabel* note = paragraph(words(PreferencesView::apiKeyNote), TextStyle::caption, LabelTone::secondary, page);
+    note->setContentsMargins(0, 0, Switch::ringRoom, 0);
+    column->addWidget(note);
 }
 
 void PreferencesWindow::keepShown(std::function<void()> show)

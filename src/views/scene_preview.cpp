@@ -78,7 +78,8 @@ void ScenePreview::draw()
         .now = std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(),
         .backdrop = asRasterColor(theme().backdrop),
         .outline = asRasterColor(theme().text),
-        .videos = source_.videos};
+        .videos = source_.videos,
+        .images = &images_};
     // What is kept of the layers' evaluation is of the document's, which have the same ids.
     Interpolation::invalidate();
     const std::unique_ptr<RasterContext> context = makeRasterContext(*pixels_);

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "document/tween_scene.h"
-#include "rendering/drawing_style.h"
+#include "rendering/canvas_pictures.h"
+#include "views/main_thread.h"
 
 #include <QImage>
 #include <QWidget>
@@ -13,7 +14,8 @@ namespace larkspool {
 
 class PixelBuffer;
 
-/// A scene at a moment, as the canvas shows it, fitted into the widget.
+/// A scene at a moment, as the canvas shows it, fitted into the widget. It never waits for pictures that are not decoded yet; they
+/// are drawn when they are.
 class ScenePreview final : public QWidget {
 public:
     /// What is to be seen. It is asked for when it is painted, once after each `changed`, on the main thread.
@@ -42,6 +44,8 @@ private:
     std::unique_ptr<PixelBuffer> pixels_;
     QImage picture_;
     bool isStale_ = true;
+    EventLoop eventLoop_;
+    CanvasPictures images_{eventLoop_, [this] { changed(); }};
 };
 
 } // namespace larkspool

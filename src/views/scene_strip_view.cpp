@@ -1,7 +1,6 @@
 #include "views/scene_strip_view.h"
 
 #include "editing/scene_lookup.h"
-#include "rendering/frame_composition.h"
 #include "shell/scene_strip.h"
 #include "views/icons.h"
 #include "views/picture.h"
@@ -27,7 +26,7 @@ namespace {
 
 constexpr int chipHeight = 36, transitionHeight = 24, musicHeight = 28, padding = 12, gap = 8;
 constexpr QSize thumbnailSize(46, 26);
-/// Pictures are made one by one when nothing has been changed for a moment, so that neither a drag nor opening waits for them.
+/// Pictures are asked for when nothing has been changed for a moment, so that a drag does not make them over and over.
 constexpr std::chrono::milliseconds firstThumbnail{10}, changedThumbnail{250};
 
 QString words(std::string_view text)
@@ -43,15 +42,15 @@ int advance(TextStyle style, const QString& text)
 } // namespace
 
 SceneStripView::SceneStripView(EditorContext context, QWidget* parent)
-    : Surface(theme().window, parent), context_(std::move(context))
+    : Surface(theme().window, parent), context_(std::move(context)), thumbnails_(context_.tasks, [this] { update(); })
 {
     setAccessibleName("Scenes");
     setMouseTracking(true);
     setFocusPolicy(Qt::TabFocus); // A click leaves the keyboard where it is.
     nameField_ = new NameField(this);
     nameField_->ended = [this](NameField::End end) { finishRename(end); };
-    nextThumbnail_.setSingleShot(true);
-    connect(&nextThumbnail_, &QTimer::timeout, this, [this] { takeNextThumbnail(); });
+    thumbnailsWanted_.setSingleShot(true);
+    connect(&thumbnailsWanted_, &QTimer::timeout, this, [this] { thumbnails_.update(document_.scenes, thumbnailPixels()); });
 }
 
 SceneStripView::~SceneStripView()
@@ -174,8 +173,8 @@ void SceneStripView::paintScene(QPainter& painter, const Item& item)
     QPainterPath corners;
     corners.addRoundedRect(picture, 4, 4);
     painter.setClipPath(corners);
-    if (const QPixmap& shown = thumbnail(scene); !shown.isNull())
-        painter.drawPixmap(picture, shown);
+    if (const QImage shown = thumbnail(scene); !shown.isNull())
+        painter.drawImage(picture, shown);
     else
         painter.fillRect(picture, t.field);
     painter.restore();
@@ -215,47 +214,18 @@ void SceneStripView::paintWords(QPainter& painter, const Item& item, const QStri
     painter.drawText(place, Qt::AlignVCenter | Qt::AlignLeft, painter.fontMetrics().elidedText(text, Qt::ElideMiddle, place.width()));
 }
 
+CGSize SceneStripView::thumbnailPixels() const
+{
+    const QSizeF pixels = QSizeF(thumbnailSize) * devicePixelRatioF();
+    return {pixels.width(), pixels.height()};
+}
+
 /// A picture of the scene's middle, as it was when the scene had settled last.
-const QPixmap& SceneStripView::thumbnail(const TweenScene& scene)
+QImage SceneStripView::thumbnail(const TweenScene& scene)
 {
-    const Thumbnail& known = thumbnails_[scene.id];
-    if (known.picture.isNull())
-        nextThumbnail_.start(firstThumbnail);
-    else if (!(known.scene == scene))
-        nextThumbnail_.start(changedThumbnail);
-    return known.picture;
-}
-
-void SceneStripView::takeNextThumbnail()
-{
-    images_.beginPainting();
-    const auto next = std::ranges::find_if(document_.scenes, [this](const TweenScene& scene) {
-        const Thumbnail& known = thumbnails_[scene.id];
-        return (known.picture.isNull() || !(known.scene == scene)) && hasItsImages(scene);
-    });
-    images_.endPainting();
-    if (next == document_.scenes.end()) return;
-
-    Thumbnail& known = thumbnails_[next->id];
-    const double ratio = devicePixelRatioF();
-    known.scene = *next;
-    known.picture = QPixmap(thumbnailSize * ratio);
-    known.picture.fill(Qt::black);
-    const CGSize size{thumbnailSize.width() * ratio, thumbnailSize.height() * ratio};
-    if (const auto pixels = Exporter::renderSceneToImage(*next, next->duration * 0.5, size))
-        known.picture = QPixmap::fromImage(seenInPlace(*pixels).copy());
-    known.picture.setDevicePixelRatio(ratio);
-    update();
-}
-
-/// Whether nobody waits for the images of a scene to be decoded. Those that are not are sent for.
-bool SceneStripView::hasItsImages(const TweenScene& scene)
-{
-    bool all = true;
-    walkLayers(scene.layers, [&](const Layer& layer) {
-        if (layer.kind == Layer::Kind::image && !images_.isAtHand(layer)) all = false;
-    });
-    return all;
+    const ImageRef known = thumbnails_.picture(scene.id);
+    if (!thumbnails_.isUpToDate(scene, thumbnailPixels())) thumbnailsWanted_.start(known ? changedThumbnail : firstThumbnail);
+    return known ? asQImage(*known) : QImage();
 }
 
 void SceneStripView::editDocument(const std::function<void(TweenDocument&)>& work)

@@ -1,17 +1,15 @@
 #pragma once
 
-#include "rendering/canvas_pictures.h"
+#include "shell/scene_pictures.h"
 #include "views/accessible_items.h"
 #include "views/controls.h"
 #include "views/editor_context.h"
-#include "views/main_thread.h"
 #include "views/name_field.h"
 
-#include <QPixmap>
+#include <QImage>
 #include <QPointer>
 #include <QTimer>
 
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -64,12 +62,11 @@ private:
     /// What a click or Return does. A scene is chosen, all else opens its menu.
     void press(std::size_t index);
     void showSceneMenu(std::int64_t index, QPoint position);
-    void takeNextThumbnail();
-    bool hasItsImages(const TweenScene& scene);
     const Item* itemAt(QPoint position) const;
     void paintScene(QPainter& painter, const Item& item);
     void paintWords(QPainter& painter, const Item& item, const QString& icon, const QString& words) const;
-    const QPixmap& thumbnail(const TweenScene& scene);
+    QImage thumbnail(const TweenScene& scene);
+    CGSize thumbnailPixels() const;
     void choose(std::int64_t index);
     void beginDrag();
     void scrollAtEdges();
@@ -99,14 +96,8 @@ private:
     NameField* nameField_ = nullptr;
     std::size_t cursor_ = 0; ///< Where the keyboard is among the items.
 
-    struct Thumbnail {
-        TweenScene scene{};
-        QPixmap picture{};
-    };
-    std::map<UUID, Thumbnail> thumbnails_;
-    EventLoop eventLoop_;
-    CanvasPictures images_{eventLoop_, [this] { nextThumbnail_.start(0); }};
-    QTimer nextThumbnail_; ///< Runs while a scene's picture is not up to date.
+    ScenePictures thumbnails_;
+    QTimer thumbnailsWanted_; ///< Runs from a change on, until a scene's picture is asked for.
 };
 
 } // namespace larkspool

@@ -78,9 +78,9 @@ private:
 
 class SinkAudioPlayer final : public AudioPlayer {
 public:
-    SinkAudioPlayer(std::unique_ptr<AudioReader> reader, OpenSoundDevice openDevice)
+    SinkAudioPlayer(std::shared_ptr<AudioReader> reader, double duration, OpenSoundDevice openDevice)
         : reader_(std::move(reader)),
-          duration_(reader_->duration(longestSound)),
+          duration_(duration),
           sound_(*reader_),
           openDevice_(std::move(openDevice)),
           device_(openDevice_())
@@ -138,7 +138,7 @@ private:
         device_.reset();
     }
 
-    std::unique_ptr<AudioReader> reader_;
+    std::shared_ptr<AudioReader> reader_;
     double duration_;
     SoundFrom sound_;
     OpenSoundDevice openDevice_;
@@ -148,6 +148,18 @@ private:
     bool isPlaying_ = false;
     mutable QElapsedTimer clock_;
 };
+
+MakeAudioPlayer readForPlayerOn(const std::string& path, OpenSoundDevice openDevice)
+{
+    try {
+        const std::shared_ptr<AudioReader> reader = AudioReader::open(path);
+        return [reader, duration = reader->duration(longestSound), openDevice = std::move(openDevice)] {
+            return std::make_unique<SinkAudioPlayer>(reader, duration, openDevice);
+        };
+    } catch (const AudioError&) {
+        return nullptr;
+    }
+}
 
 } // namespace
 
@@ -167,13 +179,15 @@ std::unique_ptr<AudioPlayer> loadSinkAudioPlayer(const std::string& path)
     return loadAudioPlayerOn(path, openDesktopSoundDevice);
 }
 
+MakeAudioPlayer readForSinkAudioPlayer(const std::string& path)
+{
+    return readForPlayerOn(path, openDesktopSoundDevice);
+}
+
 std::unique_ptr<AudioPlayer> loadAudioPlayerOn(const std::string& path, OpenSoundDevice openDevice)
 {
-    try {
-        return std::make_unique<SinkAudioPlayer>(AudioReader::open(path), std::move(openDevice));
-    } catch (const AudioError&) {
-        return nullptr;
-    }
+    const MakeAudioPlayer make = readForPlayerOn(path, std::move(openDevice));
+    return make ? make() : nullptr;
 }
 
 } // namespace larkspool

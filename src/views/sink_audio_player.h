@@ -32,7 +32,10 @@ std::unique_ptr<SoundDevice> openDesktopSoundDevice();
 /// read.
 std::unique_ptr<AudioPlayer> loadSinkAudioPlayer(const std::string& path);
 
-/// The same on devices from elsewhere.
+/// The same in two steps, the first of them for any thread.
+MakeAudioPlayer readForSinkAudioPlayer(const std::string& path);
+
+/// A player on devices from elsewhere.
 std::unique_ptr<AudioPlayer> loadAudioPlayerOn(const std::string& path, OpenSoundDevice openDevice);
 
 } // namespace larkspool

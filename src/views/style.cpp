@@ -9,6 +9,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QLayout>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPushButton>
@@ -63,6 +64,13 @@ QColor buttonFill(const QStyleOption& option, const QWidget* widget)
     const bool isFlat = option.state & QStyle::State_AutoRaise;
     if (isHovered) return t.hover;
     return isFlat ? QColor(Qt::transparent) : t.field;
+}
+
+/// What floats: its ground in a line of one pixel, the same on all sides whatever the scale of the screen.
+void fillFloating(QPainter& painter, const QRect& rect, const QColor& ground)
+{
+    painter.fillRect(rect, theme().hairlineStrong);
+    painter.fillRect(rect.adjusted(1, 1, -1, -1), ground);
 }
 
 void drawMenuItem(const QStyleOptionMenuItem& item, QPainter& painter)
@@ -187,9 +195,10 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, 
         return;
     case PE_FrameMenu:
     case PE_PanelMenu:
-        painter->fillRect(option->rect, t.raised);
-        painter->setPen(t.hairlineStrong);
-        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        fillFloating(*painter, option->rect, t.raised);
+        return;
+    case PE_PanelTipLabel:
+        fillFloating(*painter, option->rect, t.overlay);
         return;
     case PE_PanelMenuBar:
     case PE_FrameTabBarBase:
@@ -202,6 +211,8 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
 {
     const Theme& t = theme();
     if (element == CE_MenuItem) {
+        // Unlike a menu, the list of a field has the ground of a panel.
+        if (!qobject_cast<const QMenu*>(widget)) painter->fillRect(option->rect, t.raised);
         if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) return drawMenuItem(*item, *painter);
     }
     if (element == CE_MenuBarEmptyArea) return painter->fillRect(option->rect, t.window);
@@ -272,6 +283,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
     case PM_MenuVMargin: return 4;
     case PM_MenuBarItemSpacing: return 0;
     case PM_ScrollBarExtent: return 8;
+    case PM_ToolTipLabelFrameWidth: return 6;
     case PM_ButtonShiftHorizontal:
     case PM_ButtonShiftVertical: return 0;
     case PM_SmallIconSize:

@@ -269,8 +269,7 @@ std::optional<TimelineLayout::Hit> TimelineLayout::hitMarker(const TimelineRow& 
             nearest = &mark;
             nearestWay = way;
         }
-        const bool hasTail = isKeyframes && row.layer && mark.times.end > mark.times.start;
-        if (hasTail && point.x > x && point.x <= mapping_.x(mark.times.end) + waitHandleReach) tail = &mark;
+        if (hasWaitTail(row, mark) && point.x > x && point.x <= mapping_.x(mark.times.end) + waitHandleReach) tail = &mark;
     }
     if (nearest) return Hit{&row, nearest, DragHandle::body};
     if (tail) return Hit{&row, tail, DragHandle::rightEdge, true};
@@ -288,6 +287,11 @@ std::optional<ItemTimes> TimelineLayout::selectedTimes(const TimelineRow& row, c
                       : ItemTimes{mark.times.start, end};
     }
     return times;
+}
+
+bool hasWaitTail(const TimelineRow& row, const TimelineMark& mark)
+{
+    return row.kind == TimelineRow::Kind::keyframes && row.layer && mark.times.end > mark.times.start;
 }
 
 bool isSelected(const TimelineMark& mark, const TimelineSelection& selection)

@@ -133,6 +133,9 @@ private:
     double height_ = 0;
 };
 
+/// Whether a tail for the wait stands behind the mark, which is taken hold of apart from it.
+bool hasWaitTail(const TimelineRow& row, const TimelineMark& mark);
+
 /// Whether the mark counts as selected: all that it stands for is.
 bool isSelected(const TimelineMark& mark, const TimelineSelection& selection);
 

@@ -59,6 +59,8 @@ private:
         QPointF center; ///< In the rows.
     };
 
+    enum class EndOfRows { first, last };
+
     double bodyBottom() const;
     double scrolled() const;
     CGPoint inRows(QPointF position) const;
@@ -86,7 +88,8 @@ private:
     QPointF selectedPlace() const;
     QString helpAt(QPointF position) const;
     void tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers);
-    void choose(const TimelineRow& row, const TimelineMark& mark, Modifiers modifiers);
+    void choose(const TimelineLayout::Hit& item, Modifiers modifiers);
+    std::optional<TimelineLayout::Hit> selectedItem(EndOfRows end) const;
     bool stepSelection(int key, Modifiers modifiers);
     bool stepControl(int key);
     void focusControl(const TimelineRow& row, const GutterControl* control);
@@ -96,7 +99,7 @@ private:
     void shiftMarquee(const std::optional<TimelineViewport>& before);
     void awaitPills();
     AccessibleItem accessibleControl(const TimelineRow& row, const GutterControl& control) const;
-    AccessibleItem accessibleMark(const TimelineRow& row, const TimelineMark& mark) const;
+    AccessibleItem accessibleMark(const TimelineLayout::Hit& shown) const;
 
     EditorContext context_;
     TimelineLayout layout_;

@@ -48,6 +48,29 @@ QString ownerName(const TimelineRow& row)
     return row.layer ? QString::fromStdString(row.layer->name.string()) : QString("All layers");
 }
 
+/// What the keys reach in a row, from left to right: behind a keyframe that waits lies the tail of its wait.
+std::vector<TimelineLayout::Hit> itemsOf(const TimelineRow& row)
+{
+    std::vector<TimelineLayout::Hit> items;
+    for (const TimelineMark& mark : row.marks) {
+        items.push_back({&row, &mark});
+        if (hasWaitTail(row, mark)) items.push_back({&row, &mark, DragHandle::rightEdge, /*isWaitTail=*/true});
+    }
+    return items;
+}
+
+bool isSelected(const TimelineLayout::Hit& item, const TimelineSelection& selection)
+{
+    const std::vector<TimelineItemRef> members = item.members();
+    return !selection.empty() &&
+           std::ranges::all_of(members, [&](const TimelineItemRef& ref) { return selection.contains(ref); });
+}
+
+double timeOf(const TimelineLayout::Hit& item)
+{
+    return item.isWaitTail ? item.mark->times.end : item.mark->times.start;
+}
+
 bool isPress(const QKeyEvent& event)
 {
     return event.key() == Qt::Key_Space || event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
@@ -70,7 +93,7 @@ std::vector<AccessibleItem> TimelineTracks::accessibleItems() const
     for (const TimelineRow& row : layout_.rows()) {
         for (const GutterControl& control : TimelineGutter::controls(layout_, row))
             items.push_back(accessibleControl(row, control));
-        for (const TimelineMark& mark : row.marks) items.push_back(accessibleMark(row, mark));
+        for (const TimelineLayout::Hit& item : itemsOf(row)) items.push_back(accessibleMark(item));
     }
     return items;
 }
@@ -90,23 +113,24 @@ AccessibleItem TimelineTracks::accessibleControl(const TimelineRow& row, const G
     return item;
 }
 
-AccessibleItem TimelineTracks::accessibleMark(const TimelineRow& row, const TimelineMark& mark) const
+AccessibleItem TimelineTracks::accessibleMark(const TimelineLayout::Hit& shown) const
 {
+    const TimelineRow& row = *shown.row;
+    const TimelineMark& mark = *shown.mark;
     const QRectF seen(leftGutter, railHeight, width() - leftGutter, bodyBottom() - railHeight);
     const bool isMoment = mark.times.start == mark.times.end;
     const double start = layout_.mapping().x(mark.times.start), end = layout_.mapping().x(mark.times.end);
-    const QRectF place(start - markerReach, row.laneTop(mark) + railHeight - scrolled(), end - start + 2 * markerReach,
-                       rowHeight);
-    QString name = rowName(row) + ", " + ownerName(row) + ", " + seconds(mark.times.start);
+    const double left = shown.isWaitTail ? start + markerReach : start - markerReach;
+    const QRectF place(left, row.laneTop(mark) + railHeight - scrolled(), end + markerReach - left, rowHeight);
+    QString name = rowName(row) + (shown.isWaitTail ? " wait, " : ", ") + ownerName(row) + ", " + seconds(mark.times.start);
     if (!isMoment) name += " to " + seconds(mark.times.end);
     if (mark.members.size() > 1) name += QString(", %1 items").arg(mark.members.size());
-    const bool isChosen = isSelected(mark, context_.editor.state().timelineSelection);
-    return {
-        .name = name,
-        .rect = place.intersected(seen).toAlignedRect(),
-        .isSelected = isChosen,
-        .hasKeyboard = isChosen && !gutterFocus_,
-        .press = [tracks = const_cast<TimelineTracks*>(this), members = std::vector(mark.members)] { tracks->tap(members, {}); }};
+    const bool isChosen = isSelected(shown, context_.editor.state().timelineSelection);
+    return {.name = name,
+            .rect = place.intersected(seen).toAlignedRect(),
+            .isSelected = isChosen,
+            .hasKeyboard = isChosen && !gutterFocus_,
+            .press = [tracks = const_cast<TimelineTracks*>(this), members = shown.members()] { tracks->tap(members, {}); }};
 }
 
 void TimelineTracks::tap(const std::vector<TimelineItemRef>& members, Modifiers modifiers)
@@ -208,7 +232,7 @@ bool TimelineTracks::stepControl(int key)
             focusControl(*row, &*next);
         } else if (!row->marks.empty()) {
             gutterFocus_.reset();
-            choose(*row, row->marks.front(), {});
+            choose({row, &row->marks.front()}, {});
         }
         return true;
     case Qt::Key_Up:
@@ -228,13 +252,24 @@ bool TimelineTracks::stepControl(int key)
     }
 }
 
-/// Selects the mark, as a tap does. One that is selected already stays so.
-void TimelineTracks::choose(const TimelineRow& row, const TimelineMark& mark, Modifiers modifiers)
+/// Selects the item, as a tap does. One that is selected already stays so.
+void TimelineTracks::choose(const TimelineLayout::Hit& item, Modifiers modifiers)
 {
-    reveal(row.laneTop(mark));
+    reveal(item.row->laneTop(*item.mark));
     const TimelineSelection& selection = context_.editor.state().timelineSelection;
-    if (isSelected(mark, selection) && selection.size() == mark.members.size()) return context_.changed();
-    tap(std::vector(mark.members), modifiers);
+    const std::vector<TimelineItemRef> members = item.members();
+    if (isSelected(item, selection) && selection.size() == members.size()) return context_.changed();
+    tap(members, modifiers);
+}
+
+/// The first selected item of the rows, or the last one.
+std::optional<TimelineLayout::Hit> TimelineTracks::selectedItem(EndOfRows end) const
+{
+    std::optional<TimelineLayout::Hit> found;
+    for (const TimelineRow& row : layout_.rows())
+        for (const TimelineLayout::Hit& item : itemsOf(row))
+            if (isSelected(item, context_.editor.state().timelineSelection) && (!found || end == EndOfRows::last)) found = item;
+    return found;
 }
 
 /// Selects the item beside the selected one, or the nearest one of the next row that has any. To the left of the first one lies the
@@ -245,37 +280,30 @@ bool TimelineTracks::stepSelection(int key, Modifiers modifiers)
     const int down = key == Qt::Key_Down ? 1 : key == Qt::Key_Up ? -1 : 0;
     if (sideways == 0 && down == 0) return false;
     const std::span<const TimelineRow> rows = layout_.rows();
-    const TimelineSelection& selection = context_.editor.state().timelineSelection;
-    const TimelineRow* row = nullptr;
-    const TimelineMark* from = nullptr;
-    for (const TimelineRow& candidate : rows)
-        for (const TimelineMark& mark : candidate.marks)
-            if (isSelected(mark, selection) && (!from || sideways > 0 || down > 0)) {
-                row = &candidate;
-                from = &mark;
-            }
+    const std::optional<TimelineLayout::Hit> from = selectedItem(sideways > 0 || down > 0 ? EndOfRows::last : EndOfRows::first);
     if (!from) {
         const auto first = std::ranges::find_if(rows, [](const TimelineRow& candidate) { return !candidate.marks.empty(); });
         if (first != rows.end() && sideways >= 0)
-            choose(*first, first->marks.front(), modifiers);
+            choose({&*first, &first->marks.front()}, modifiers);
         else if (!rows.empty())
             focusLastControl(rows.front());
         return true;
     }
-    const TimelineMark* to = nullptr;
     if (sideways != 0) {
-        const std::ptrdiff_t next = (from - row->marks.data()) + sideways;
-        if (next < 0) focusLastControl(*row);
-        if (next >= 0 && next < std::ssize(row->marks)) to = &row->marks[static_cast<std::size_t>(next)];
-    } else {
-        for (std::ptrdiff_t i = (row - rows.data()) + down; i >= 0 && i < std::ssize(rows) && !to; i += down) {
-            row = &rows[static_cast<std::size_t>(i)];
-            for (const TimelineMark& mark : row->marks)
-                if (!to || std::abs(mark.times.start - from->times.start) < std::abs(to->times.start - from->times.start))
-                    to = &mark;
-        }
+        const std::vector<TimelineLayout::Hit> items = itemsOf(*from->row);
+        const auto here = std::ranges::find(items, from->members(), &TimelineLayout::Hit::members);
+        const std::ptrdiff_t next = (here - items.begin()) + sideways;
+        if (next < 0) focusLastControl(*from->row);
+        if (next >= 0 && next < std::ssize(items)) choose(items[static_cast<std::size_t>(next)], modifiers);
+        return true;
     }
-    if (to) choose(*row, *to, modifiers);
+    for (std::ptrdiff_t i = (from->row - rows.data()) + down; i >= 0 && i < std::ssize(rows); i += down) {
+        const TimelineRow& row = rows[static_cast<std::size_t>(i)];
+        if (row.marks.empty()) continue;
+        const auto way = [time = timeOf(*from)](const TimelineMark& mark) { return std::abs(mark.times.start - time); };
+        choose({&row, &*std::ranges::min_element(row.marks, {}, way)}, modifiers);
+        return true;
+    }
     return true;
 }
 

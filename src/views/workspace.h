@@ -5,6 +5,7 @@
 #include "platform/pasteboard.h"
 #include "platform/user_defaults.h"
 #include "shell/command_routing.h"
+#include "shell/document_saver.h"
 #include "shell/media_flow.h"
 #include "shell/welcome.h"
 #include "views/background_tasks.h"
@@ -23,6 +24,7 @@ struct Workspace {
     LayerStyleClipboard styles{};
     RecentDocuments recents{};
     BackgroundTasks background{};
+    DocumentSaver saver{background.tasks()};
     std::string windowStatePath{}; ///< The file that keeps how large windows and their panels are; empty for none.
 
     /// @name What people are asked about media with. The windows' own, where none are given.

@@ -102,6 +102,51 @@ TEST(RasterContext, AlphaMultipliesEachPaint)
     EXPECT_NEAR(storedPixelAt(pixels, 0, 0).a, 0.36 * 255, 1);
 }
 
+TEST(RasterContext, AFillMeetsWhatIsThereByItsCompositing)
+{
+    using Compositing = RasterContext::Compositing;
+    // Half of white on the first pixel, nothing on the second, then half of black on both: stored white and alpha of 255.
+    struct Case { const char* what; Compositing compositing; StoredPixel onHalf, onNothing; };
+    for (const Case& c : {Case{"over: 1/2 * 1/2 of white, alpha 3/4", Compositing::over, {64, 64, 64, 191}, {0, 0, 0, 128}},
+                          Case{"clear", Compositing::clear, {0, 0, 0, 0}, {0, 0, 0, 0}},
+                          Case{"atop: alpha stays", Compositing::atop, {64, 64, 64, 128}, {0, 0, 0, 0}},
+                          Case{"under: white stays", Compositing::under, {128, 128, 128, 191}, {0, 0, 0, 128}}}) {
+        SCOPED_TRACE(c.what);
+        const PixelBuffer pixels = drawn(2, 1, [&](RasterContext& context) {
+            context.setFillColor({1, 1, 1, 0.5});
+            context.fillRect({{0, 0}, {1, 1}});
+            SavedState saved(context);
+            context.setFillCompositing(c.compositing);
+            context.setFillColor({0, 0, 0, 0.5});
+            context.fillRect({{0, 0}, {2, 1}});
+        });
+        for (const auto& [x, expected] : {std::pair{0, c.onHalf}, {1, c.onNothing}}) {
+            const StoredPixel found = storedPixelAt(pixels, x, 0);
+            EXPECT_NEAR(found.r, expected.r, 1);
+            EXPECT_NEAR(found.a, expected.a, 1);
+        }
+    }
+}
+
+TEST(RasterContext, TheCompositingOfFillsIsSavedAndLeavesOtherPaintsAlone)
+{
+    const PixelBuffer pixels = drawn(3, 1, [](RasterContext& context) {
+        {
+            SavedState saved(context);
+            context.setFillCompositing(RasterContext::Compositing::clear);
+            context.setLineWidth(1);
+            context.setStrokeColor({0, 0, 0, 1});
+            Path line;
+            line.moveTo({1, 0.5});
+            line.lineTo({2, 0.5});
+            context.strokePath(line);
+        }
+        context.fillRect({{2, 0}, {1, 1}});
+    });
+    EXPECT_EQ(storedPixelAt(pixels, 1, 0).a, 255);
+    EXPECT_EQ(storedPixelAt(pixels, 2, 0).a, 255);
+}
+
 TEST(RasterContext, StepsOfTheTransformApplyToWhatIsDrawnLater)
 {
     const PixelBuffer pixels = drawn(6, 2, [](RasterContext& context) {

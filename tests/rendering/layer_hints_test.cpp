@@ -31,6 +31,7 @@ public:
     void setLineCap(LineCap cap) override { context_.setLineCap(cap); }
     void setLineJoin(LineJoin join) override { context_.setLineJoin(join); }
     void setShadow(const std::optional<RasterShadow>& shadow) override { context_.setShadow(shadow); }
+    void setFillCompositing(Compositing compositing) override { context_.setFillCompositing(compositing); }
     void fillRect(const CGRect& rect) override { context_.fillRect(rect); }
     void fillPath(const Path& path, FillRule rule) override { context_.fillPath(path, rule); }
     void strokePath(const Path& path) override { context_.strokePath(path); }

@@ -87,10 +87,20 @@ Look inTheMiddle(OffCanvas offCanvas)
 TEST(LiveCanvas, DimsWhatLiesBeyondTheFrame)
 {
     const PixelBuffer picture = paintedCanvas(overhanging(), inTheMiddle(OffCanvas::dimmed));
-    expectNear(pixelAt(picture, 2, 2), {66, 66, 66, 255});    // 0.4 * 0.65
+    EXPECT_EQ(pixelAt(picture, 2, 2), (Pixel{102, 102, 102, 255})); // The backdrop, 0.4.
     expectNear(pixelAt(picture, 6, 20), {166, 0, 0, 255});    // 0.65
     EXPECT_EQ(pixelAt(picture, 12, 20), redPixel);
     EXPECT_EQ(pixelAt(picture, 25, 25), whitePixel);
+}
+
+TEST(LiveCanvas, AWhiteLayerBeyondTheFrameIsSeenOnALightBackdrop)
+{
+    Look look = inTheMiddle(OffCanvas::dimmed);
+    look.options.backdrop = {0.8, 0.8, 0.8, 1};
+    const TweenScene scene = sceneWith({20, 20}, {solidLayer(ColorRGBA::white, {{-5, 5}, {10, 10}})});
+    const PixelBuffer picture = paintedCanvas(scene, look);
+    EXPECT_EQ(pixelAt(picture, 2, 2), (Pixel{204, 204, 204, 255}));
+    expectNear(pixelAt(picture, 6, 20), {166, 166, 166, 255}); // 0.65
 }
 
 TEST(LiveCanvas, CutsLayersAtTheFrameIfTheyAreHiddenBeyond)

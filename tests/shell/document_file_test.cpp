@@ -78,6 +78,20 @@ TEST(DocumentFile, KeepsTheBytesOfARepairedFileBeforeItWritesOverIt)
     EXPECT_EQ(file.save(file.saved(), path), std::nullopt) << "only the first time";
 }
 
+TEST(DocumentFile, WhatWasKeptIsNotKeptAgainThoughTheSaveFailed)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path("Old.larkspool");
+    replaceFileAtomically(path, bytesOf(R"({"scenes": 3})"));
+    DocumentFile file = DocumentFile::open(path);
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_THROW(file.save(file.saved(), path), FileError);
+    std::filesystem::remove(path);
+    EXPECT_EQ(file.save(file.saved(), path), std::nullopt);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"Old (as opened).larkspool", "Old.larkspool"}));
+}
+
 TEST(DocumentFile, SavingElsewhereLeavesTheRepairedFileAlone)
 {
     const TemporaryFolder folder;

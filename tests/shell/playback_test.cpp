@@ -1,5 +1,6 @@
 #include "shell/playback.h"
 
+#include "shell/hand_run_tasks.h"
 #include "support/fake_timers.h"
 #include "support/memory_user_defaults.h"
 
@@ -62,15 +63,22 @@ protected:
     {
         editor.emplace(std::move(document), EditorView::Services{.defaults = defaults, .timers = timers});
         playback.emplace(*editor, timers, audio);
-        audio.load("bed.wav");
+        load("bed.wav");
         played.calls.clear();
+    }
+    void load(const std::string& path)
+    {
+        audio.load(path);
+        tasks.workAndDrain();
     }
     double playhead() const { return editor->state().playhead; }
 
     MemoryUserDefaults defaults;
     FakeTimers timers;
     Played played;
-    DocumentAudioController audio{[this](const std::string&) { return std::make_unique<RecordingPlayer>(played); }};
+    HandRunTasks tasks;
+    DocumentAudioController audio{
+        [this](const std::string&) { return [this] { return std::make_unique<RecordingPlayer>(played); }; }, tasks.tasks()};
     std::optional<EditorView> editor;
     std::optional<Playback> playback;
 };
@@ -256,33 +264,107 @@ TEST_F(PlaybackTest, TheSoundFollowsTheDocument)
     const auto there = [](const DocumentAudio& bed) { return std::optional<std::string>(bed.urlString); };
     const auto gone = [](const DocumentAudio&) { return std::optional<std::string>(); };
     audio.sync(DocumentAudio{.urlString = "a.wav"}, there);
+    tasks.workAndDrain();
     EXPECT_EQ(audio.loadedPath(), "a.wav");
     audio.sync(DocumentAudio{.urlString = "a.wav"}, gone);
     EXPECT_EQ(audio.loadedPath(), std::nullopt);
     audio.sync(DocumentAudio{.urlString = "b.wav"}, there);
     audio.sync(std::nullopt, there);
+    tasks.workAndDrain();
     EXPECT_EQ(audio.player(), nullptr);
 }
 
 TEST_F(PlaybackTest, ASoundIsLoadedOnceAndOneThatWillNotLoadLeavesNoPlayer)
 {
     std::vector<std::string> loads;
-    DocumentAudioController controller([&](const std::string& path) -> std::unique_ptr<AudioPlayer> {
-        loads.push_back(path);
-        if (path == "broken.wav") return nullptr;
-        return std::make_unique<RecordingPlayer>(played);
-    });
+    DocumentAudioController controller(
+        [&](const std::string& path) -> MakeAudioPlayer {
+            loads.push_back(path);
+            if (path == "broken.wav") return nullptr;
+            return [this] { return std::make_unique<RecordingPlayer>(played); };
+        },
+        tasks.tasks());
     const auto there = [](const DocumentAudio& bed) { return std::optional<std::string>(bed.urlString); };
     controller.sync(DocumentAudio{.urlString = "a.wav"}, there);
     controller.sync(DocumentAudio{.urlString = "a.wav", .volume = 0.5}, there);
+    tasks.workAndDrain();
+    controller.sync(DocumentAudio{.urlString = "a.wav", .volume = 0.7}, there);
+    EXPECT_EQ(tasks.waitingWork(), 0u);
     EXPECT_EQ(loads, std::vector<std::string>{"a.wav"});
     EXPECT_EQ(controller.duration(), 100);
     controller.play(3);
     controller.load("broken.wav");
+    tasks.workAndDrain();
     EXPECT_FALSE(played.isPlaying) << "the one before is stopped";
     EXPECT_EQ(controller.player(), nullptr);
     EXPECT_EQ(controller.duration(), 0);
     EXPECT_EQ(controller.loadedPath(), std::nullopt);
+}
+
+TEST_F(PlaybackTest, ASoundIsReadOnAnotherThreadWhileTheSceneGoesOn)
+{
+    open(documentOf({5}));
+    audio.load("long.mp3");
+    EXPECT_EQ(audio.player(), nullptr) << "the one before is silent, and nobody waits for this one";
+    playback->setPlaying(true);
+    timers.pass(1);
+    EXPECT_NEAR(playhead(), 1, 0.02);
+    played.calls.clear();
+    tasks.work();
+    EXPECT_EQ(audio.player(), nullptr) << "players are made on the main thread alone";
+    tasks.drain();
+    EXPECT_EQ(audio.loadedPath(), "long.mp3");
+    EXPECT_TRUE(played.isPlaying) << "the music comes in where the scene plays";
+    EXPECT_NEAR(played.time, 1, 0.02);
+    EXPECT_EQ(played.volume, 1);
+}
+
+TEST_F(PlaybackTest, ASoundThatComesWhileTheSceneStandsStillIsNotHeard)
+{
+    open(documentOf({5}));
+    load("other.wav");
+    EXPECT_FALSE(played.isPlaying);
+    playback->setPlaying(true);
+    EXPECT_TRUE(played.isPlaying);
+}
+
+TEST_F(PlaybackTest, OfSeveralSoundsTheOneWantedLastIsLoaded)
+{
+    open(documentOf({5}));
+    std::vector<std::string> read;
+    DocumentAudioController controller(
+        [&](const std::string& path) {
+            read.push_back(path);
+            return [this] { return std::make_unique<RecordingPlayer>(played); };
+        },
+        tasks.tasks());
+    controller.load("a.wav");
+    tasks.work();
+    controller.load("b.wav");
+    controller.load("c.wav");
+    tasks.drain();
+    EXPECT_EQ(controller.player(), nullptr) << "the answer for the first comes too late";
+    tasks.workAndDrain();
+    tasks.workAndDrain();
+    EXPECT_EQ(controller.loadedPath(), "c.wav");
+    EXPECT_EQ(read, (std::vector<std::string>{"a.wav", "c.wav"})) << "one that is not wanted any more is not read";
+}
+
+TEST_F(PlaybackTest, NothingComesOfASoundWhoseDocumentIsClosed)
+{
+    int made = 0;
+    const auto read = [&](const std::string&) {
+        return [this, &made] {
+            ++made;
+            return std::make_unique<RecordingPlayer>(played);
+        };
+    };
+    auto controller = std::make_unique<DocumentAudioController>(read, tasks.tasks());
+    controller->load("a.wav");
+    tasks.work();
+    controller.reset();
+    tasks.drain();
+    EXPECT_EQ(made, 0);
 }
 
 TEST_F(PlaybackTest, StepsByFramesOfTheSceneAndStaysWithinIt)

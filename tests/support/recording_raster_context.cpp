@@ -88,6 +88,16 @@ struct Text {
     {
         return operation.join == RasterContext::LineJoin::round ? "setLineJoin round" : "setLineJoin miter";
     }
+    std::string operator()(const SetFillCompositing& operation) const
+    {
+        switch (operation.compositing) {
+        case RasterContext::Compositing::over: return "setFillCompositing over";
+        case RasterContext::Compositing::clear: return "setFillCompositing clear";
+        case RasterContext::Compositing::atop: return "setFillCompositing atop";
+        case RasterContext::Compositing::under: return "setFillCompositing under";
+        }
+        return "setFillCompositing";
+    }
     std::string operator()(const SetShadow& operation) const
     {
         if (!operation.shadow) return "setShadow none";
@@ -229,6 +239,11 @@ void RecordingRasterContext::setLineCap(LineCap cap)
 void RecordingRasterContext::setLineJoin(LineJoin join)
 {
     operations_.push_back(SetLineJoin{join});
+}
+
+void RecordingRasterContext::setFillCompositing(Compositing compositing)
+{
+    operations_.push_back(SetFillCompositing{compositing});
 }
 
 void RecordingRasterContext::setShadow(const std::optional<RasterShadow>& shadow)

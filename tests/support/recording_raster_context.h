@@ -54,6 +54,10 @@ struct SetLineJoin {
     RasterContext::LineJoin join = RasterContext::LineJoin::miter;
     bool operator==(const SetLineJoin&) const = default;
 };
+struct SetFillCompositing {
+    RasterContext::Compositing compositing = RasterContext::Compositing::over;
+    bool operator==(const SetFillCompositing&) const = default;
+};
 struct SetShadow {
     std::optional<RasterShadow> shadow;
     bool operator==(const SetShadow&) const = default;
@@ -98,8 +102,8 @@ struct EndTransparencyLayer {
 };
 
 using Any = std::variant<SaveGState, RestoreGState, ConcatCTM, TranslateCTM, ScaleCTM, SetAlpha, SetFillColor, SetStrokeColor,
-                         SetLineWidth, SetLineCap, SetLineJoin, SetShadow, FillRect, FillPath, StrokePath, ClipToPath,
-                         DrawImage, DrawText, BeginTransparencyLayer, EndTransparencyLayer>;
+                         SetLineWidth, SetLineCap, SetLineJoin, SetShadow, SetFillCompositing, FillRect, FillPath, StrokePath,
+                         ClipToPath, DrawImage, DrawText, BeginTransparencyLayer, EndTransparencyLayer>;
 
 /// One line, such as `fillPath box(0 0 100 50 r8) evenOdd`.
 std::string text(const Any& operation);
@@ -139,6 +143,7 @@ public:
     void setLineCap(LineCap cap) override;
     void setLineJoin(LineJoin join) override;
     void setShadow(const std::optional<RasterShadow>& shadow) override;
+    void setFillCompositing(Compositing compositing) override;
     void fillRect(const CGRect& rect) override;
     void fillPath(const Path& path, FillRule rule) override;
     void strokePath(const Path& path) override;

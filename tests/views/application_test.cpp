@@ -16,7 +16,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <optional>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace larkspool {
 namespace {
@@ -36,6 +38,17 @@ protected:
         DocumentFile(TweenDocument()).save(made, folder.path(name));
         return folder.path(name);
     }
+    /// Until the documents are there.
+    void launch(const std::vector<std::string>& paths)
+    {
+        application.launch(paths);
+        ASSERT_TRUE(QTest::qWaitFor([this] { return !application.documents().isReading(); }, 10'000));
+    }
+    static void edit(EditorWindow& window, double endPause)
+    {
+        window.editor().mutate("Edit", [endPause](TweenScene& scene) { scene.endPause = endPause; });
+    }
+    double savedPause(const char* name) const { return DocumentFile::open(folder.path(name)).saved().scene().endPause; }
     /// The sizes of the scenes in the windows.
     std::vector<CGSize> sizes()
     {
@@ -80,7 +93,7 @@ TEST_F(ApplicationTest, WithTheWelcomeSuppressedALaunchShowsOneEmptyDocument)
 
 TEST_F(ApplicationTest, ALaunchWithDocumentsShowsThemAndGreetsNobody)
 {
-    application.launch({document("a.larkspool", 100), document("b.larkspool", 200), folder.path("nowhere.larkspool")});
+    launch({document("a.larkspool", 100), document("b.larkspool", 200), folder.path("nowhere.larkspool")});
     EXPECT_FALSE(greets());
     EXPECT_EQ(application.editorWindows().size(), 2u);
     EXPECT_THAT(failed, ElementsAre(folder.path("nowhere.larkspool")));
@@ -89,7 +102,7 @@ TEST_F(ApplicationTest, ALaunchWithDocumentsShowsThemAndGreetsNobody)
 
 TEST_F(ApplicationTest, ALaunchWithoutAnyGoodDocumentGreets)
 {
-    application.launch({folder.path("nowhere.larkspool")});
+    launch({folder.path("nowhere.larkspool")});
     EXPECT_TRUE(greets());
     EXPECT_THAT(sizes(), IsEmpty());
 }
@@ -142,7 +155,7 @@ TEST_F(ApplicationTest, ADocumentHasOneWindowByWhateverNameItIsAskedFor)
 {
     const std::string path = document("board.larkspool");
     std::filesystem::create_symlink(path, folder.path("link.larkspool"));
-    application.launch({path, folder.path("link.larkspool"), folder.path("./board.larkspool")});
+    launch({path, folder.path("link.larkspool"), folder.path("./board.larkspool")});
     ASSERT_EQ(application.editorWindows().size(), 1u);
     application.workspace().openDocument(folder.path("link.larkspool"));
     QTest::qWait(50);
@@ -156,7 +169,7 @@ TEST_F(ApplicationTest, ADocumentHasOneWindowByWhateverNameItIsAskedFor)
 
 TEST_F(ApplicationTest, OpenBeginsBesideTheLastDocument)
 {
-    application.launch({document("board.larkspool")});
+    launch({document("board.larkspool")});
     QString looksIn;
     QTimer::singleShot(0, application.editorWindows()[0], [&] {
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
@@ -168,26 +181,86 @@ TEST_F(ApplicationTest, OpenBeginsBesideTheLastDocument)
     EXPECT_EQ(looksIn.toStdString(), std::filesystem::path(folder.path("x")).parent_path().string());
 }
 
+/// Answers the message that comes next, and keeps its words.
+std::shared_ptr<QString> answer(QMessageBox::StandardButton button)
+{
+    auto words = std::make_shared<QString>();
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, words, button] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box) return;
+        timer->deleteLater();
+        timer->stop();
+        *words = box->text();
+        box->button(button)->click();
+    });
+    timer->start(1);
+    return words;
+}
+
 TEST_F(ApplicationTest, QuitAsksForChangesAndStaysIfTheyAreToBeKept)
 {
-    application.launch({document("a.larkspool"), document("b.larkspool")});
+    launch({document("a.larkspool"), document("b.larkspool")});
     EditorWindow* edited = application.editorWindows()[1];
-    edited->editor().mutate("Edit", [](TweenScene& scene) { scene.endPause = 2; });
-    const auto answer = [](QMessageBox::StandardButton button) {
-        QTimer::singleShot(0, qApp, [button] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            ASSERT_NE(box, nullptr);
-            box->button(button)->click();
-        });
-    };
+    edit(*edited, 2);
     answer(QMessageBox::Cancel);
     application.perform(Command::quit);
     EXPECT_TRUE(edited->isVisible());
     answer(QMessageBox::Save);
     application.perform(Command::quit);
-    EXPECT_THAT(application.editorWindows(), IsEmpty());
-    EXPECT_EQ(DocumentFile::open(folder.path("b.larkspool")).saved().scene().endPause, 2);
-    EXPECT_EQ(DocumentFile::open(folder.path("a.larkspool")).saved().scene().endPause, TweenScene().endPause);
+    EXPECT_TRUE(edited->isVisible()) << "until it is saved";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return application.editorWindows().empty(); }, 10'000));
+    EXPECT_EQ(savedPause("b.larkspool"), 2);
+    EXPECT_EQ(savedPause("a.larkspool"), TweenScene().endPause);
+}
+
+TEST_F(ApplicationTest, QuitWaitsForASaveAndThenClosesTheOtherWindowsToo)
+{
+    launch({document("a.larkspool"), document("b.larkspool")});
+    EditorWindow* saving = application.editorWindows()[0];
+    edit(*saving, 2);
+    EXPECT_TRUE(saving->save());
+    application.perform(Command::quit);
+    EXPECT_EQ(application.editorWindows().size(), 2u);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return application.editorWindows().empty(); }, 10'000));
+    EXPECT_EQ(savedPause("a.larkspool"), 2);
+}
+
+TEST_F(ApplicationTest, QuitGoesOnThoughOneMoreSaveIsNeeded)
+{
+    launch({document("a.larkspool"), document("b.larkspool")});
+    EditorWindow* saving = application.editorWindows()[0];
+    edit(*saving, 2);
+    EXPECT_TRUE(saving->save());
+    edit(*saving, 3);
+    application.perform(Command::quit);
+    const auto asked = answer(QMessageBox::Save);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return application.editorWindows().empty(); }, 10'000));
+    EXPECT_EQ(*asked, "Do you want to save the changes to “a”?");
+    EXPECT_EQ(savedPause("a.larkspool"), 3);
+}
+
+TEST_F(ApplicationTest, ASaveThatFailsEndsTheQuit)
+{
+    launch({document("a.larkspool"), document("b.larkspool")});
+    EditorWindow* saving = application.editorWindows()[0];
+    edit(*saving, 2);
+    std::filesystem::remove(folder.path("a.larkspool"));
+    std::filesystem::create_directory(folder.path("a.larkspool"));
+    EXPECT_TRUE(saving->save());
+    application.perform(Command::quit);
+    const auto told = answer(QMessageBox::Ok);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !told->isEmpty() && !QApplication::activeModalWidget(); }, 10'000));
+    EXPECT_TRUE(told->startsWith("The document could not be saved.\n\n")) << told->toStdString();
+    QTest::qWait(20);
+    EXPECT_EQ(application.editorWindows().size(), 2u);
+
+    std::filesystem::remove(folder.path("a.larkspool"));
+    EXPECT_TRUE(saving->save());
+    saving->close();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return application.editorWindows().size() == 1; }, 10'000));
+    QTest::qWait(20);
+    EXPECT_EQ(application.editorWindows().size(), 1u) << "the quit is forgotten";
 }
 
 } // namespace

@@ -226,6 +226,7 @@ TEST_F(EditorWindowTest, SaveAsBeginsInTheDocumentsFolder)
     open(DocumentFile::open(folder.path("made.larkspool")));
     const auto made = answerFileDialog(*window, "other");
     EXPECT_TRUE(window->saveAs());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !window->isSaving(); }, 10'000));
     EXPECT_EQ(made->folder.toStdString(), QFileInfo(QString::fromStdString(folder.path("x"))).absolutePath().toStdString());
     EXPECT_EQ(made->name, "made.larkspool");
     EXPECT_EQ(window->file().path(), folder.path("other.larkspool"));

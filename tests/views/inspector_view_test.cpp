@@ -202,6 +202,31 @@ TEST_F(InspectorViewTest, WithNothingSelectedItIsAboutTheScene)
     EXPECT_EQ(scene().duration, 4.5);
 }
 
+TEST_F(InspectorViewTest, TheRateOfAFilmIsShownWithItsUnitAndTypedWithOrWithoutIt)
+{
+    open({layerOf(1, Layer::Kind::rectangle)});
+    select(LayerIDs{});
+    enter("FPS", "30");
+    EXPECT_EQ(scene().fps, 30);
+    EXPECT_EQ(findControl<QLineEdit>(*view_, "FPS")->text(), "30 fps");
+    enter("FPS", "24 fps");
+    EXPECT_EQ(scene().fps, 24);
+}
+
+TEST_F(InspectorViewTest, AListMarksTheChoiceThatHolds)
+{
+    open({layerOf(1, Layer::Kind::group)});
+    select({idOf(1)});
+    auto* field = findControl<MenuField>(*view_, "Layout");
+    ASSERT_NE(field, nullptr);
+    QTest::keyClick(field, Qt::Key_Space);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    for (const QAction* choice : menu->actions()) EXPECT_EQ(choice->isChecked(), choice->text() == "Freeform") << choice->text().toStdString();
+    EXPECT_EQ(menu->actions().size(), 3);
+    menu->close();
+}
+
 TEST_F(InspectorViewTest, WhatIsTypedIsOneStep)
 {
     open({layerOf(1, Layer::Kind::rectangle)});

@@ -182,6 +182,33 @@ TEST_F(MixMatchViewTest, ThePreviewShowsTheDealAndTheDocumentStaysAsItIsUntilRet
     expectOneStep("Mix & Match");
 }
 
+/// The same scene with a picture that nobody has decoded, and that takes a while.
+TweenScene sceneWithFreshPicture()
+{
+    constexpr int side = 3000;
+    TweenScene scene = smallScene();
+    Layer& picture = scene.layers.edit()[3];
+    picture.imageData = Bytes(pngBytes({.width = side, .height = side, .samples = std::vector<std::uint8_t>(side * side * 3, 90)}));
+    return scene;
+}
+
+class MixMatchPictureTest : public MixMatchViewTest {
+protected:
+    MixMatchPictureTest() : MixMatchViewTest(sceneWithFreshPicture()) {}
+};
+
+TEST_F(MixMatchPictureTest, APictureIsDecodedOnAnotherThreadAndDrawnWhenItIsThere)
+{
+    open(Command::mixAndMatch, {tileA, tileB});
+    EXPECT_EQ(previewAt({160, 5}), QColor(Qt::white)) << "nobody waits for it";
+    EXPECT_EQ(previewAt({20, 20}), QColor(Qt::blue)) << "the rest is there";
+    EXPECT_TRUE(QTest::qWaitFor([this] { return previewAt({160, 5}) == QColor(90, 90, 90); }, 20'000));
+    press(Qt::Key_Space);
+    EXPECT_EQ(previewAt({160, 5}), QColor(90, 90, 90)) << "it stays while the deal changes";
+    press(Qt::Key_Escape);
+    expectNoTrace();
+}
+
 TEST_F(MixMatchViewTest, EscapeRestoresExactlyWhatWasAndForgetsTheChoices)
 {
     open(Command::mixAndMatch, {tileA, tileB});

@@ -40,6 +40,18 @@ TEST_F(PreferencesWindowTest, ArrowsGoFromPageToPage)
     EXPECT_EQ(focusName(*window), "Enable AI assistant (Experimental)");
 }
 
+TEST_F(PreferencesWindowTest, SwitchesEndWhereTheFieldsBelowThemDo)
+{
+    window->choose(Tab::assistant);
+    QTest::qWait(50); // The page is laid out.
+    const auto rightOf = [&](const QWidget& control) { return control.mapTo(window, QPoint(control.width(), 0)).x(); };
+    const auto* toggle = findControl<Switch>(*window, "Enable AI assistant (Experimental)");
+    const auto* model = findControl<ChoiceField>(*window, "Model");
+    ASSERT_TRUE(toggle && model);
+    EXPECT_EQ(rightOf(*toggle) - Switch::ringRoom, rightOf(*model));
+    EXPECT_EQ(rightOf(*model), window->width() - 24);
+}
+
 TEST_F(PreferencesWindowTest, SwitchesHoldAtOnce)
 {
     struct Case {

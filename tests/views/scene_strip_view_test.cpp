@@ -3,6 +3,7 @@
 #include "shell/scene_strip.h"
 #include "views/find_control.h"
 #include "views/menu_test.h"
+#include "views/theme.h"
 #include "views/transition_popover.h"
 #include "views/window_test.h"
 
@@ -104,6 +105,28 @@ TEST_F(SceneStripViewTest, AnotherChipBeginsItsSceneAtRestWithNothingSelected)
     EXPECT_EQ(world.editor->state().playhead, 0);
     EXPECT_FALSE(world.playback->isPlaying());
     EXPECT_TRUE(world.editor->state().selectedLayerIDs.empty());
+}
+
+TEST_F(SceneStripViewTest, ASceneShowsItsPictureAndKeepsItUntilANewerOneIsDrawn)
+{
+    giveScenes({"A", "B"});
+    const auto thumbnail = [this] {
+        const QPoint inIt = placeOf("A").topLeft() + QPoint(28, 20);
+        const QPixmap seen = strip->grab();
+        return seen.toImage().pixelColor(inIt * seen.devicePixelRatio());
+    };
+    const auto paper = [this](ColorRGBA color) {
+        world.editor->editDocument([&](TweenDocument& d) { d.scenes.edit()[0].background = color; });
+        strip->refresh();
+    };
+    paper({0, 1, 0, 1});
+    EXPECT_EQ(thumbnail(), theme().field) << "nobody waits for it";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return thumbnail() == QColor(Qt::green); }, 20'000));
+    paper({1, 0, 0, 1});
+    EXPECT_EQ(thumbnail(), QColor(Qt::green));
+    QColor seen;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return (seen = thumbnail()) != QColor(Qt::green); }, 20'000));
+    EXPECT_EQ(seen, QColor(Qt::red)) << "one follows the other with nothing in between";
 }
 
 TEST_F(SceneStripViewTest, AClickOnTheActiveChipChangesNothing)

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <thread>
 #include <vector>
 
 namespace larkspool {
@@ -41,6 +42,20 @@ TEST(SinkAudioPlayer, AFileWithoutSoundHasNone)
     makeMedia(folder.path("silent.mkv"), "-f lavfi -i testsrc=s=16x16:r=10:d=1 -c:v ffv1");
     EXPECT_EQ(loadSinkAudioPlayer(folder.path("silent.mkv")), nullptr);
     EXPECT_EQ(loadSinkAudioPlayer(folder.path("missing.wav")), nullptr);
+}
+
+TEST(SinkAudioPlayer, IsReadOnAnyThreadAndMadeOnThisOne)
+{
+    const TemporaryFolder folder;
+    makeMedia(folder.path("tone.wav"), "-f lavfi -i sine=frequency=440:duration=2 -f wav");
+    MakeAudioPlayer make, none;
+    std::thread([&] {
+        make = readForSinkAudioPlayer(folder.path("tone.wav"));
+        none = readForSinkAudioPlayer(folder.path("missing.wav"));
+    }).join();
+    EXPECT_EQ(none, nullptr);
+    ASSERT_NE(make, nullptr);
+    EXPECT_NEAR(make()->duration(), 2, 0.01);
 }
 
 /// What has become of a device that a test holds in its hands.

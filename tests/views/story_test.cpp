@@ -378,6 +378,7 @@ TEST_F(StoryTest, AFilmFromNothing)
     EXPECT_TRUE(window->isWindowModified());
     answerWithPath(path);
     hand->key(Qt::Key_S, Qt::ControlModifier);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !window->isSaving(); }, 10'000));
     ASSERT_TRUE(std::filesystem::exists(path));
     EXPECT_FALSE(window->isWindowModified());
     TweenDocument whole;

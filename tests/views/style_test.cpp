@@ -9,6 +9,8 @@
 #include <QBoxLayout>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPainter>
+#include <QStyleOption>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +51,54 @@ std::pair<int, int> extent(const QImage& picture, const QColor& color)
             last = std::max(last, x);
         }
     return {first, last};
+}
+
+TEST(Style, WhatFloatsHasAQuietLineOfTheSameWidthOnAllSides)
+{
+    struct Case {
+        const char* what;
+        QStyle::PrimitiveElement element;
+        QColor Theme::* ground;
+    };
+    for (const Theme::Scheme scheme : {Theme::Scheme::dark, Theme::Scheme::light})
+        for (const Case& c : {Case{"a tooltip", QStyle::PE_PanelTipLabel, &Theme::overlay}, Case{"a menu", QStyle::PE_PanelMenu, &Theme::raised},
+                              Case{"its frame", QStyle::PE_FrameMenu, &Theme::raised}}) {
+            SCOPED_TRACE(c.what);
+            const InScheme in(scheme);
+            const Style ours;
+            const QStyle& style = ours;
+            QImage picture(80, 40, QImage::Format_RGB32); // 40 by 20 on a screen of twice the pixels.
+            picture.setDevicePixelRatio(2);
+            QPainter painter(&picture);
+            QStyleOptionFrame option;
+            option.rect = {0, 0, 40, 20};
+            style.drawPrimitive(c.element, &option, &painter);
+            painter.end();
+            for (const QPoint edge : {QPoint(1, 20), QPoint(78, 20), QPoint(40, 1), QPoint(40, 38)})
+                EXPECT_EQ(picture.pixelColor(edge), theme().hairlineStrong);
+            for (const QPoint inside : {QPoint(2, 20), QPoint(77, 20), QPoint(40, 2), QPoint(40, 37)})
+                EXPECT_EQ(picture.pixelColor(inside), theme().*c.ground);
+        }
+}
+
+TEST(Style, TheListOfAFieldHasTheGroundOfAMenuThroughout)
+{
+    for (const Theme::Scheme scheme : {Theme::Scheme::dark, Theme::Scheme::light}) {
+        const InScheme in(scheme);
+        const Style ours;
+        const QStyle& style = ours;
+        QImage picture(160, 26, QImage::Format_RGB32);
+        picture.fill(theme().panel);
+        QPainter painter(&picture);
+        QStyleOptionMenuItem item;
+        item.menuItemType = QStyleOptionMenuItem::Normal;
+        item.rect = picture.rect();
+        item.text = "Board";
+        style.drawControl(QStyle::CE_MenuItem, &item, &painter);
+        painter.end();
+        for (const QPoint corner : {QPoint(0, 0), QPoint(159, 0), QPoint(0, 25), QPoint(159, 25)})
+            EXPECT_EQ(picture.pixelColor(corner), theme().raised);
+    }
 }
 
 TEST(Style, AnIconOfAMainActionIsSeenWhetherOrNotItIsEnabled)

@@ -66,7 +66,7 @@ TEST_F(TimelineKeysTest, ALayerIsFoldedAndPinnedByTheKeyboard)
     const std::size_t all = items().size();
     hand().key(Qt::Key_Enter);
     EXPECT_EQ(keyboardItem(), "Show All Rows, Layer");
-    EXPECT_EQ(items().size(), all - 5) << "the pulse, two keyframes, and what adds more of them";
+    EXPECT_EQ(items().size(), all - 6) << "the pulse, two keyframes, the wait of one, and what adds more of them";
     hand().key(Qt::Key_Left);
     EXPECT_EQ(keyboardItem(), "Show All Rows, Layer") << "there is nothing farther to the left";
     hand().key(Qt::Key_Space);
@@ -99,6 +99,31 @@ TEST_F(TimelineKeysTest, ToTheRightOfTheGutterLieTheItems)
     EXPECT_EQ(state().timelineSelection, TimelineSelection{firstSpan});
     hand().key(Qt::Key_Right);
     EXPECT_EQ(state().timelineSelection, TimelineSelection{secondSpan});
+}
+
+TEST_F(TimelineKeysTest, TheTailOfAWaitLiesBetweenItsKeyframeAndTheNext)
+{
+    showLayer();
+    hand().click({xOf(2), keyframesY}).key(Qt::Key_Right);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{tail});
+    EXPECT_EQ(keyboardItem(), "X keyframe wait, Layer, 2.00s to 3.00s");
+    hand().key(Qt::Key_Right);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{TimelineItemRef::keyframe(layerID, idOf(15))});
+    hand().key(Qt::Key_Left);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{tail});
+    hand().key(Qt::Key_Left);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{keyframe});
+    hand().key(Qt::Key_Left);
+    EXPECT_EQ(keyboardItem(), "Add X keyframe at playhead, Layer");
+}
+
+TEST_F(TimelineKeysTest, UpwardFromATailIsWhatIsNearestToItsEnd)
+{
+    showLayer();
+    hand().click({xOf(3) - 10, keyframesY}).key(Qt::Key_Up);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{pulse});
+    hand().key(Qt::Key_Down);
+    EXPECT_EQ(state().timelineSelection, TimelineSelection{keyframe}) << "at 2, which is nearer to 4 than that at 8";
 }
 
 TEST_F(TimelineKeysTest, ALayerWithoutItemsIsReachedToo)

@@ -4,6 +4,7 @@
 #include "shell/playback.h"
 #include "support/fake_timers.h"
 #include "support/memory_user_defaults.h"
+#include "views/background_tasks.h"
 #include "views/editor_context.h"
 #include "views/main_loop_watchdog.h"
 #include "views/style.h"
@@ -57,12 +58,15 @@ public:
 
     EditorContext context(std::function<void()> changed)
     {
-        return {*editor, *playback, std::move(changed), [this](Command command) { performed.push_back(command); }};
+        EditorContext result{*editor, *playback, std::move(changed), [this](Command command) { performed.push_back(command); }};
+        result.tasks = background.tasks();
+        return result;
     }
 
+    BackgroundTasks background;
     MemoryUserDefaults defaults;
     FakeTimers timers;
-    DocumentAudioController audio{[](const std::string&) { return nullptr; }};
+    DocumentAudioController audio{[](const std::string&) { return nullptr; }, {}};
     std::unique_ptr<EditorView> editor;
     std::unique_ptr<Playback> playback;
     std::vector<Command> performed; ///< What the views have asked the window for.
