@@ -1,5 +1,5 @@
 // Exports documents and prints the time of each as a ratio to the encoder alone on the very same pictures, held in memory. Both
-// are medians of runs that take turns.
+// are medians of runs that take turns, each in a process of its own, so that none finds memory as another left it.
 //
 //     bench_export_ratio [--exporter cpu|gpu] [--runs N] [--workers N] [--memory] [NAME ...]
 //
@@ -19,11 +19,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -121,41 +121,44 @@ PlanarFilm capturedFilm(const TweenDocument& document, const Way& way)
     return film;
 }
 
-double secondsOf(const std::function<void()>& work)
+struct Times {
+    double wallSeconds = 0;
+    double processorSeconds = 0; ///< Of all threads.
+};
+
+double seconds(const timeval& time)
 {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
 }
 
-/// Of the whole process, all threads.
-double processorSecondsOf(const std::function<void()>& work)
+/// How long `work` takes in a process of its own.
+Times timesOf(const std::function<void()>& work)
 {
-    const std::clock_t start = std::clock();
-    work();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    int channel[2] = {};
+    if (pipe(channel) != 0) throw std::runtime_error("there is no pipe");
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        _exit(write(channel[1], &wall, sizeof wall) == sizeof wall ? 0 : 1);
+    }
+    close(channel[1]);
+    Times times;
+    const bool isTold = read(channel[0], &times.wallSeconds, sizeof times.wallSeconds) == sizeof times.wallSeconds;
+    close(channel[0]);
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    if (!isTold) throw std::runtime_error("a run failed");
+    times.processorSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    return times;
 }
 
 double median(std::vector<double> values)
 {
     std::ranges::sort(values);
     return values[values.size() / 2];
-}
-
-struct Times {
-    double wallSeconds = 0, processorSeconds = 0;
-};
-
-/// Exports and calls `look` with the path of the film before it goes.
-Times exportTimes(const TweenDocument& document, const Way& way, const std::function<void(const std::string&)>& look = {})
-{
-    const std::string path = temporaryFilm();
-    Times times;
-    times.processorSeconds = processorSecondsOf(
-        [&] { times.wallSeconds = secondsOf([&] { exportDocument(document, path, way); }); });
-    if (look) look(path);
-    std::filesystem::remove(path);
-    return times;
 }
 
 void printQuality(std::string_view name, const FilmQuality& exported, const FilmQuality& onePass)
@@ -170,18 +173,14 @@ void printRatio(const BenchDocument& bench, int runs, const Way& way)
     const TweenDocument document = bench.make();
     const PlanarFilm film = capturedFilm(document, way);
     std::vector<double> floors, exports, processorFloors, processorExports;
-    FilmQuality exported, onePass;
+    const std::string path = temporaryFilm();
     for (int run = 0; run < runs; ++run) {
-        const bool isLast = run + 1 == runs;
-        const EncoderFloor floor = encodeAlone(film);
+        const Times floor = timesOf([&] { encodeAlone(film); });
         floors.push_back(floor.wallSeconds);
-        processorFloors.push_back(floor.cpuSeconds);
-        const Times times = exportTimes(document, way, [&](const std::string& path) {
-            if (isLast) exported = qualityOf(path, film);
-        });
-        exports.push_back(times.wallSeconds);
-        processorExports.push_back(times.processorSeconds);
-        if (isLast) onePass = qualityOf(floor.film, film);
+        processorFloors.push_back(floor.processorSeconds);
+        const Times exported = timesOf([&] { exportDocument(document, path, way); });
+        exports.push_back(exported.wallSeconds);
+        processorExports.push_back(exported.processorSeconds);
     }
     std::printf("%-8s %5lld frames, %4lld of them distinct   encoder alone %6.2f s   export %6.2f s   ratio %.3f\n",
                 std::string(bench.name).c_str(), static_cast<long long>(film.frameCount()),
@@ -189,7 +188,8 @@ void printRatio(const BenchDocument& bench, int runs, const Way& way)
     std::printf("%-8s processor time, all threads             encoder alone %6.2f s   export %6.2f s   ratio %.3f\n",
                 std::string(bench.name).c_str(), median(processorFloors), median(processorExports),
                 median(processorExports) / median(processorFloors));
-    printQuality(bench.name, exported, onePass);
+    printQuality(bench.name, qualityOf(path, film), qualityOf(encodeAlone(film).film, film));
+    std::filesystem::remove(path);
     std::fflush(stdout);
 }
 
@@ -220,7 +220,9 @@ void printMemory(const BenchDocument& bench, const Way& way)
             while (film.frameCount() < frames) film.appendRepeat();
             encodeAlone(film);
         });
-        const double peak = peakMegabytes([&] { exportTimes(document, way); });
+        const std::string path = temporaryFilm();
+        const double peak = peakMegabytes([&] { exportDocument(document, path, way); });
+        std::filesystem::remove(path);
         std::printf("%-8s %6.1f s of film   encoder alone %6.1f MB   export %6.1f MB   above it %6.1f MB\n", std::string(bench.name).c_str(),
                     document.totalDuration(), floor, peak, peak - floor);
         std::fflush(stdout);

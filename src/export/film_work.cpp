@@ -22,7 +22,10 @@ constexpr std::int64_t chunksAhead = 2;
 /// After a cancel, frames that an encoder holds are worth waiting for so long.
 constexpr std::chrono::milliseconds patience{200};
 
-/// Memory of a worker, in bytes for a pixel of the film: its encoder, which looks 40 frames ahead, and its picture.
+/// Processors that one worker keeps busy, by drawing and by the threads of its encoder, and when its pictures are the mean of several.
+constexpr int processorsOfWorker = 4, processorsOfBlurringWorker = 1;
+
+/// Memory of a worker, in bytes for a pixel of the film: its encoder, which looks 40 frames ahead, and its pictures.
 constexpr std::int64_t bytesPerPixel = 240;
 
 /// The part of the available memory that workers may take.
@@ -34,6 +37,16 @@ constexpr std::int64_t keptPictures = 8;
 std::int64_t pictureBytes(const Exporter::FilmPlan& plan)
 {
     return plan.width * plan.height * 4;
+}
+
+bool isBlurred(const Exporter::ExportOptions& options)
+{
+    return options.motionBlurSamples > 1 || options.motionBlurSamples < -1;
+}
+
+FilmGrid gridOf(const Exporter::FilmPlan& plan, const Exporter::ExportOptions& options)
+{
+    return FilmGrid(Exporter::frameCount(plan), isBlurred(options));
 }
 
 /// Does a step towards the film's frame `frame`.
@@ -70,21 +83,21 @@ struct FilmWork::Worker {
     std::int64_t toldFrames = 0; ///< Of the chunk.
 };
 
-int workerCount(const Exporter::FilmPlan& plan, int wanted, const Machine& machine)
+int workerCount(const Exporter::FilmPlan& plan, const Exporter::ExportOptions& options, const Machine& machine)
 {
-    const FilmGrid grid(Exporter::frameCount(plan));
-    std::int64_t count = wanted;
-    if (wanted <= 0) {
+    std::int64_t count = options.workers;
+    if (count <= 0) {
+        const int processors = isBlurred(options) ? processorsOfBlurringWorker : processorsOfWorker;
         const std::int64_t affordable = machine.availableBytes / memoryShare / (plan.width * plan.height * bytesPerPixel);
-        count = std::min<std::int64_t>(machine.processors, affordable);
+        count = std::min<std::int64_t>((machine.processors + processors - 1) / processors, affordable);
     }
-    return static_cast<int>(std::clamp<std::int64_t>(count, 1, grid.chunks()));
+    return static_cast<int>(std::clamp<std::int64_t>(count, 1, gridOf(plan, options).chunks()));
 }
 
 FilmWork::FilmWork(const Exporter::FilmPlan& plan, const Exporter::MakeFilmFrames& makeFrames, AssetWriter& writer,
                    const Exporter::ExportOptions& options)
-    : makeFrames_(makeFrames), writer_(writer), options_(options), grid_(Exporter::frameCount(plan)),
-      workers_(workerCount(plan, options.workers, Machine::current())),
+    : makeFrames_(makeFrames), writer_(writer), options_(options), grid_(gridOf(plan, options)),
+      workers_(workerCount(plan, options, Machine::current())),
       progress_(grid_, options, makeFrames, static_cast<std::size_t>(pictureBytes(plan) * keptPictures * workers_))
 {
 }

@@ -18,7 +18,7 @@
 namespace larkspool {
 
 /// The making of a film by several workers. Each takes a chunk after the other, draws its frames one by one into a picture of its
-/// own and encodes them, on a thread of its own; what is finished is joined in order.
+/// own, on a thread of its own, and has them encoded meanwhile; what is finished is joined in order.
 ///
 /// Each chunk is made by itself, so that the film is the same however many work on it.
 class FilmWork {
@@ -81,8 +81,8 @@ private:
     bool isWriterIntact_ = true;
 };
 
-/// How many workers are of use for the film of a plan: as many as asked for, or if that is 0 as there are processors, but no more
-/// than there are chunks; without having been asked for, no more than there is memory for either. At least 1.
-int workerCount(const Exporter::FilmPlan& plan, int wanted, const Machine& machine);
+/// How many workers are of use for the film of a plan: as many as asked for, but no more than there are chunks. Where that is left
+/// open, as many as the processors can be kept busy by, and no more than there is memory for. At least 1.
+int workerCount(const Exporter::FilmPlan& plan, const Exporter::ExportOptions& options, const Machine& machine);
 
 } // namespace larkspool

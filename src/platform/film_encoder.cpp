@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
-#include <span>
 #include <utility>
 
 #include <fmt/format.h>
@@ -21,15 +20,16 @@ namespace {
 
 constexpr std::int64_t maximumFps = std::numeric_limits<int>::max();
 
-/// Repeats of its first and of its last picture that lead a chunk in and out. Measured on the films of the benchmark in chunks of
-/// 150 to 240 frames against one pass of the encoder: without any, up to 1.1 dB are lost; with these, 0.2 dB, and no film grows
-/// by more than 4 percent. Those behind the last picture are looked at, but mostly not coded.
+/// Repeats of its first and of its last picture that lead a chunk in and out; the first chunk of a film begins as one pass of the
+/// encoder does. Measured on the films of the benchmark in chunks of 150 to 240 frames against that pass: without any, up to 1.1 dB
+/// are lost; with these, 0.2 dB, and no film grows by more than 4 percent. Those behind the last picture are looked at, but mostly
+/// not coded.
 constexpr std::int64_t leadInFrames = 3;
 constexpr std::int64_t leadOutFrames = 8;
 
-/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Three keep two cores busy
-/// to the last chunk of a film, though it is the only one left, and take as much time altogether as one.
-constexpr int encoderThreads = 3;
+/// Threads of one encoder. What it makes depends on their number, so that it is the same on every machine. Four keep two cores busy
+/// with a single chunk.
+constexpr int encoderThreads = 4;
 
 [[noreturn]] void refuse(std::string words)
 {
@@ -85,13 +85,16 @@ void setColour(AVCodecContext& codec)
     if (pixels.log2_chroma_w > 0 && pixels.log2_chroma_h > 0) codec.chroma_sample_location = AVCHROMA_LOC_CENTER;
 }
 
-/// By its instructions of 512 bits libx264 looks behind the end of its rows of blocks, at whatever is there, so that a film would
-/// come out differently every time. It is told of all others that such a machine has, which takes it 2 percent longer.
-void avoidChance(FFmpegOptions& options)
+/// By its instructions of 512 bits libx264 takes eight blocks of a row at a time in one place, and where the row's number of blocks
+/// is no multiple of that, looks at whatever stands behind it, so that a film would come out differently every time. There it is
+/// told of all others that such a machine has, which takes it 5 percent longer.
+void avoidChance(FFmpegOptions& options, std::int64_t width)
 {
 #if defined(__x86_64__)
+    constexpr std::int64_t blockSide = 16, blocksAtATime = 8;
     static const bool isTempted = __builtin_cpu_supports("avx512f") != 0;
-    if (isTempted) options.addPart("x264-params", "asm=sse2fast,lzcnt,avx2,fma3,bmi1,bmi2");
+    const std::int64_t blocks = (width + blockSide - 1) / blockSide;
+    if (isTempted && blocks % blocksAtATime != 0) options.addPart("x264-params", "asm=sse2fast,lzcnt,avx2,fma3,bmi1,bmi2");
 #endif
 }
 
@@ -114,7 +117,7 @@ FFmpegPointer<AVCodecContext> openCodec(const FilmSettings& settings)
     if (container->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
 
     FFmpegOptions options(format.codecOptions);
-    if (format.codec == "libx264") avoidChance(options);
+    if (format.codec == "libx264") avoidChance(options, settings.width);
     takeFFmpegComplaint();
     const int status = avcodec_open2(codec.get(), encoder, options.get());
     if (status == AVERROR(ENOMEM)) failOfMemory(settings);
@@ -139,22 +142,6 @@ FFmpegPointer<AVCodecContext> openChecked(const FilmSettings& settings)
     return openCodec(settings);
 }
 
-/// What stands in front of the picture itself in H.264, each part of which begins with two zeros, a one and its kind.
-std::vector<std::uint8_t> messagesBefore(std::span<const std::uint8_t> picture)
-{
-    constexpr int lastKindOfPicture = 5, kindBits = 0x1f;
-    const std::uint8_t startCode[] = {0, 0, 1};
-    for (auto at = picture.begin();;) {
-        at = std::search(at, picture.end(), std::begin(startCode), std::end(startCode));
-        if (picture.end() - at <= 3) return {};
-        if ((at[3] & kindBits) <= lastKindOfPicture) {
-            const bool isLong = at != picture.begin() && at[-1] == 0; // A further zero belongs to the start as well.
-            return {picture.begin(), isLong ? at - 1 : at};
-        }
-        at += 3;
-    }
-}
-
 } // namespace
 
 bool isKnown(const FilmFormat& format)
@@ -170,70 +157,123 @@ bool isKnown(const FilmFormat& format)
 }
 
 FilmEncoder::FilmEncoder(const FilmSettings& settings)
-    : settings_(settings), codec_(openChecked(settings)), picture_(*codec_, settings.format.keepsAlpha), packet_(av_packet_alloc())
+    : settings_(settings), codec_(openChecked(settings)), packet_(av_packet_alloc())
 {
     if (!packet_) failOfMemory(settings);
+    pictures_.reserve(pictureCount);
+    while (pictures_.size() < pictureCount)
+        pictures_.push_back({.picture = PlanarPicture(*codec_, settings.format.keepsAlpha), .stale = {}});
 }
 
-FilmEncoder::~FilmEncoder() = default;
+/// What the feeder still takes would miss the encoder.
+FilmEncoder::~FilmEncoder()
+{
+    waitForFeeder();
+}
 
 void FilmEncoder::beginChunk(std::int64_t firstFrame, std::int64_t frames)
 {
+    settle();
     if (isUsed_) codec_.reset();
     if (!codec_) codec_ = openCodec(settings_);
     isUsed_ = true;
     isDraining_ = false;
     frames_ = frames;
     framesTaken_ = 0;
-    messages_.clear();
+    codedFrames_ = 0;
     chunk_ = {.firstFrame = firstFrame};
 }
 
-void FilmEncoder::setPicture(const PixelBuffer& picture, const PixelRect& changed)
+void FilmEncoder::checkFits(const PixelBuffer& picture) const
 {
     if (picture.width() != settings_.width || picture.height() != settings_.height)
         refuse(fmt::format("A picture of {} x {} pixels does not fit a film of {} x {}", picture.width(), picture.height(),
                            settings_.width, settings_.height));
-    picture_.set(picture, changed);
+}
+
+/// Those that wait to be taken stay as they are.
+void FilmEncoder::setPicture(const PixelBuffer& picture, const PixelRect& changed)
+{
+    checkFits(picture);
+    for (Staged& staged : pictures_) staged.stale = unionOf(staged.stale, changed);
+    shown_ = (shown_ + 1) % pictures_.size();
+    Staged& shown = pictures_[shown_];
+    shown.picture.set(picture, std::exchange(shown.stale, {}));
 }
 
 void FilmEncoder::encodeFrame()
 {
     if (isDraining_ || framesTaken_ == frames_)
         refuse(fmt::format("There is no room for a frame behind frame {}", chunk_.firstFrame + framesTaken_ - 1));
-    if (framesTaken_ == 0 && looksAround(codec_->codec_id)) leadIn();
+    if (framesTaken_ == 0 && chunk_.firstFrame > 0 && looksAround(codec_->codec_id)) leadIn();
     const bool isLast = framesTaken_ + 1 == frames_;
-    AVFrame& frame = picture_.frame();
-    frame.pict_type = framesTaken_ == 0 ? AV_PICTURE_TYPE_I : isLast ? AV_PICTURE_TYPE_P : AV_PICTURE_TYPE_NONE;
-    frame.pts = chunk_.firstFrame + framesTaken_;
-    send(&frame);
+    hand(framesTaken_ == 0 ? AV_PICTURE_TYPE_I : isLast ? AV_PICTURE_TYPE_P : AV_PICTURE_TYPE_NONE,
+         chunk_.firstFrame + framesTaken_);
     ++framesTaken_;
 }
 
 /// Each repeat is told to refer to the one before, so that the encoder learns what it costs to keep the picture up.
 void FilmEncoder::leadIn()
 {
-    AVFrame& frame = picture_.frame();
-    for (std::int64_t i = 0; i < leadInFrames; ++i) {
-        frame.pict_type = i == 0 ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_P;
-        frame.pts = chunk_.firstFrame - leadInFrames + i;
-        send(&frame);
-    }
+    for (std::int64_t i = 0; i < leadInFrames; ++i)
+        hand(i == 0 ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_P, chunk_.firstFrame - leadInFrames + i);
 }
 
 void FilmEncoder::leadOut()
 {
-    AVFrame& frame = picture_.frame();
-    frame.pict_type = AV_PICTURE_TYPE_NONE;
-    for (std::int64_t i = 0; i < leadOutFrames; ++i) {
-        frame.pts = chunk_.firstFrame + frames_ + i;
-        send(&frame);
+    for (std::int64_t i = 0; i < leadOutFrames; ++i) hand(AV_PICTURE_TYPE_NONE, chunk_.firstFrame + frames_ + i);
+    settle();
+}
+
+/// Has the picture last set taken as frame `frame` of the film, once there is room.
+void FilmEncoder::hand(AVPictureType type, std::int64_t frame)
+{
+    std::shared_ptr<AVFrame> picture(av_frame_clone(&pictures_[shown_].picture.frame()), FFmpegDelete{});
+    if (!picture) failOfMemory(settings_);
+    picture->pict_type = type;
+    picture->pts = frame;
+    {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return handed_ < framesAhead; });
+        if (failure_) std::rethrow_exception(failure_);
+        ++handed_;
     }
+    feeder_.add([this, picture = std::move(picture)]() mutable { take(std::move(picture)); });
+}
+
+/// Nothing is taken any more after a failure.
+void FilmEncoder::take(std::shared_ptr<AVFrame> frame)
+{
+    std::exception_ptr failure;
+    try {
+        if (!failure_) send(frame.get());
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    frame.reset(); // Its memory may be drawn into again as soon as there is room.
+    const std::scoped_lock lock(mutex_);
+    if (failure) failure_ = failure;
+    --handed_;
+    changed_.notify_one();
+}
+
+void FilmEncoder::waitForFeeder()
+{
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return handed_ == 0; });
+}
+
+/// Waits until all frames have been taken. The encoder is the caller's then.
+void FilmEncoder::settle()
+{
+    waitForFeeder();
+    if (failure_) std::rethrow_exception(failure_);
 }
 
 bool FilmEncoder::codeHeldFrame()
 {
     const std::int64_t before = codedFrames();
+    settle();
     if (!isDraining_) drain();
     while (codedFrames() == before && codedFrames() < framesTaken_)
         if (!receive()) return false;
@@ -250,11 +290,12 @@ void FilmEncoder::drain()
 
 std::int64_t FilmEncoder::codedFrames() const
 {
-    return static_cast<std::int64_t>(chunk_.pictures.size());
+    return codedFrames_;
 }
 
 FilmChunk FilmEncoder::takeChunk()
 {
+    settle();
     std::int64_t last = -1, whole = 0;
     for (std::int64_t i = 0; i < codedFrames(); ++i) {
         last = std::max(last, chunk_.pictures[static_cast<std::size_t>(i)].frame - chunk_.firstFrame);
@@ -283,23 +324,15 @@ bool FilmEncoder::receive()
     return true;
 }
 
-/// The repeats around a chunk are dropped, but not what the encoder says of itself in the first of them, for the film.
+/// The repeats around a chunk are dropped.
 void FilmEncoder::keep(const AVPacket& packet)
 {
-    const std::span bytes(packet.data, static_cast<std::size_t>(packet.size));
-    const bool isFirstOfFilm = chunk_.firstFrame == 0 && chunk_.pictures.empty();
-    if (packet.pts < chunk_.firstFrame) {
-        if (isFirstOfFilm && messages_.empty()) messages_ = messagesBefore(bytes);
-        return;
-    }
-    if (packet.pts >= chunk_.firstFrame + frames_) return;
+    if (packet.pts < chunk_.firstFrame || packet.pts >= chunk_.firstFrame + frames_) return;
     CodedPicture& picture = chunk_.pictures.emplace_back();
-    picture.bytes.reserve(messages_.size() + bytes.size());
-    picture.bytes.assign(messages_.begin(), messages_.end());
-    picture.bytes.insert(picture.bytes.end(), bytes.begin(), bytes.end());
+    picture.bytes.assign(packet.data, packet.data + packet.size);
     picture.frame = packet.pts;
     picture.isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
-    messages_.clear();
+    codedFrames_ = static_cast<std::int64_t>(chunk_.pictures.size());
 }
 
 } // namespace larkspool

@@ -172,7 +172,7 @@ TEST(FilmWork, TheFilmHasEveryFrameInItsPlace)
 {
     const TemporaryFolder folder;
     struct Case { std::int64_t frames, step; };
-    for (const Case& c : {Case{1, 1}, Case{2, 1}, Case{250, 1}, Case{251, 1}, Case{501, 7}, Case{760, 1}, Case{600, 600}}) {
+    for (const Case& c : {Case{1, 1}, Case{2, 1}, Case{600, 1}, Case{601, 1}, Case{1201, 7}, Case{1820, 1}, Case{1440, 1440}}) {
         SCOPED_TRACE(testing::Message() << c.frames << " frames, each " << c.step << " times");
         Script script{.step = c.step};
         Exporter::writeFilm(planOf(c.frames), framesOf(script), folder.path("film.mp4"), {.workers = 3});
@@ -187,7 +187,7 @@ TEST(FilmWork, TheFileIsTheSameWithAnyNumberOfWorkersAndEveryTime)
     const TemporaryFolder folder;
     Script script{.step = 2};
     const auto film = [&](int workers) {
-        Exporter::writeFilm(planOf(1010), framesOf(script), folder.path("film.mp4"), {.workers = workers});
+        Exporter::writeFilm(planOf(2420), framesOf(script), folder.path("film.mp4"), {.workers = workers});
         return fileBytes(folder.path("film.mp4"));
     };
     const std::vector<std::uint8_t> one = film(1);
@@ -205,20 +205,20 @@ TEST(FilmWork, AWorkerHasOnePictureAndMakesItsFramesOnce)
         const std::scoped_lock lock(mutex);
         pictures.insert(&picture);
     };
-    Exporter::writeFilm(planOf(1500), framesOf(script), folder.path("film.mp4"), writingTo(log, 2));
+    Exporter::writeFilm(planOf(3600), framesOf(script), folder.path("film.mp4"), writingTo(log, 2));
     EXPECT_LE(pictures.size(), 2u);
     EXPECT_LE(script.made, 2);
-    EXPECT_EQ(log.appended, upTo(1500));
+    EXPECT_EQ(log.appended, upTo(3600));
 }
 
 TEST(FilmWork, AChunkBeginsWithAPictureOfItsOwn)
 {
     const TemporaryFolder folder;
     WriterLog log;
-    Script script{.step = 1000};
-    Exporter::writeFilm(planOf(600), framesOf(script), folder.path("film.mp4"), writingTo(log, 1));
-    EXPECT_EQ(log.encoded, (std::vector<std::int64_t>{0, 200, 400}));
-    EXPECT_EQ(log.repeated.size(), 597u);
+    Script script{.step = 2000};
+    Exporter::writeFilm(planOf(1440), framesOf(script), folder.path("film.mp4"), writingTo(log, 1));
+    EXPECT_EQ(log.encoded, (std::vector<std::int64_t>{0, 480, 960}));
+    EXPECT_EQ(log.repeated.size(), 1437u);
 }
 
 TEST(FilmWork, ChunksThatAreFinishedEarlyWaitAndAreFew)
@@ -228,7 +228,7 @@ TEST(FilmWork, ChunksThatAreFinishedEarlyWaitAndAreFew)
     Script script;
     Gate lastThatMayBeMade;
     std::atomic<std::int64_t> furthest{0};
-    const FilmGrid grid(5000);
+    const FilmGrid grid(5000, false);
     script.onAdvance = [&](std::int64_t index) {
         std::int64_t before = furthest;
         while (before < index && !furthest.compare_exchange_weak(before, index)) continue;
@@ -262,9 +262,9 @@ TEST(FilmWork, ProgressRisesFrameByFrameToOneAndCallsNeverMeet)
         ExportOptions options = writingTo(log, 4);
         options.progress = [&](double part) { alone([&] { told.push_back(part); }); };
         options.previewFrame = [&](const PixelBuffer&) { alone([] {}); };
-        Exporter::writeFilm(planOf(1000), framesOf(script), folder.path("film.mp4"), options);
-        ASSERT_EQ(told.size(), 1000u);
-        for (std::size_t i = 0; i < told.size(); ++i) ASSERT_DOUBLE_EQ(told[i], static_cast<double>(i + 1) / 1000);
+        Exporter::writeFilm(planOf(2400), framesOf(script), folder.path("film.mp4"), options);
+        ASSERT_EQ(told.size(), 2400u);
+        for (std::size_t i = 0; i < told.size(); ++i) ASSERT_DOUBLE_EQ(told[i], static_cast<double>(i + 1) / 2400);
         EXPECT_EQ(told.back(), 1.0);
     }
 }
@@ -279,7 +279,7 @@ TEST(FilmWork, PreviewsComeInTheOrderOfTheFilmThoughItIsNotDrawnSo)
         Script script;
         Gate secondChunkIsDrawn;
         script.onAdvance = [&](std::int64_t index) {
-            if (index == 250) secondChunkIsDrawn.open(); // The first frame of the third.
+            if (index == 1200) secondChunkIsDrawn.open(); // The first frame of the third.
             if (index == 0) {
                 EXPECT_TRUE(secondChunkIsDrawn.wait());
             }
@@ -305,10 +305,10 @@ TEST(FilmWork, PreviewsComeInTheOrderOfTheFilmThoughItIsNotDrawnSo)
                 ASSERT_EQ(std::memcmp(picture.row(y), expected.row(y), static_cast<std::size_t>(picture.width()) * 4), 0);
             shown.push_back(number);
         };
-        Exporter::writeFilm(planOf(375 * 2, markWidth, 64), framesOf(script), folder.path("film.mp4"), options);
-        EXPECT_EQ(shown, upTo(750, 6));
+        Exporter::writeFilm(planOf(1800, markWidth, 64), framesOf(script), folder.path("film.mp4"), options);
+        EXPECT_EQ(shown, upTo(1800, 6));
         if (!c.isNoise) {
-            EXPECT_EQ(painted, 750);
+            EXPECT_EQ(painted, 1800);
         }
     }
 }
@@ -320,15 +320,15 @@ TEST(FilmWork, WithoutAWishForPreviewsNothingIsPaintedTwice)
     Script script;
     std::atomic<int> painted{0};
     script.paint = [&](std::int64_t, PixelBuffer&) { ++painted; };
-    Exporter::writeFilm(planOf(1000), framesOf(script), folder.path("film.mp4"), writingTo(log, 4));
-    EXPECT_EQ(painted, 1000);
+    Exporter::writeFilm(planOf(2400), framesOf(script), folder.path("film.mp4"), writingTo(log, 4));
+    EXPECT_EQ(painted, 2400);
 }
 
 TEST(FilmWork, ACancelAtAnyFrameLeavesAPlayableFilm)
 {
     const TemporaryFolder folder;
     for (const int workers : {1, 3})
-        for (const int cancelledAt : {1, 2, 45, 249, 251, 400, 599, 600}) {
+        for (const int cancelledAt : {1, 2, 45, 479, 481, 960, 1439, 1440}) {
             SCOPED_TRACE(testing::Message() << workers << " workers, cancelled at frame " << cancelledAt);
             const std::ptrdiff_t threadsBefore = runningThreads();
             const std::string path = folder.path("film.mp4");
@@ -340,7 +340,7 @@ TEST(FilmWork, ACancelAtAnyFrameLeavesAPlayableFilm)
             options.progress = [&](double) {
                 if (++told == cancelledAt) cancel.cancel();
             };
-            EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(600), framesOf(script), path, options); }), "Export cancelled.");
+            EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(1440), framesOf(script), path, options); }), "Export cancelled.");
             EXPECT_EQ(script.alive, 0);
             EXPECT_TRUE(areThreadsBackTo(threadsBefore));
             EXPECT_THAT(folder.names(), testing::ElementsAre("film.mp4"));
@@ -361,14 +361,14 @@ TEST(FilmWork, ACancelKeepsWhatIsFinishedFromTheStartOnAndNothingBehindAGap)
     Exporter::ExportCancelFlag cancel;
     Gate secondChunkIsMade;
     script.onAdvance = [&](std::int64_t index) {
-        if (index == 400) secondChunkIsMade.open(); // The first frame of the third.
+        if (index == 960) secondChunkIsMade.open(); // The first frame of the third.
         if (index != 120) return;
         EXPECT_TRUE(secondChunkIsMade.wait());
         cancel.cancel();
     };
     ExportOptions options = writingTo(log, 2);
     options.cancel = &cancel;
-    EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(600), framesOf(script), folder.path("film.mp4"), options); }),
+    EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(1440), framesOf(script), folder.path("film.mp4"), options); }),
               "Export cancelled.");
     EXPECT_THAT(log.appended.size(), testing::AnyOf(121u, 120u));
     EXPECT_EQ(log.appended, upTo(static_cast<std::int64_t>(log.appended.size())));
@@ -431,8 +431,8 @@ TEST(FilmWork, AFailureAnywhereIsToldOnceAllHaveStopped)
     for (const Case& c :
          {Case{"an encoder", [](auto& log, auto&, auto&) { log.encodingFailsAt = 777; },
                "Export failed: append failed at frame 777: It broke — (Fake #-5)"},
-          Case{"the file", [](auto& log, auto&, auto&) { log.appendFailsAt = 500; },
-               "Export failed: append failed at frame 500: It broke — (Fake #-5)"},
+          Case{"the file", [](auto& log, auto&, auto&) { log.appendFailsAt = 1200; },
+               "Export failed: append failed at frame 1200: It broke — (Fake #-5)"},
           Case{"memory for a picture", [](auto& log, auto&, auto&) { log.bufferFails = true; },
                "Export failed: Pixel buffer alloc failed: -5"},
           Case{"drawing",
@@ -465,7 +465,7 @@ TEST(FilmWork, AFailureAnywhereIsToldOnceAllHaveStopped)
             Script script;
             ExportOptions options = writingTo(log, workers);
             c.arrange(log, script, options);
-            EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(1000), framesOf(script), folder.path("film.mp4"), options); }),
+            EXPECT_EQ(failureOf([&] { Exporter::writeFilm(planOf(2400), framesOf(script), folder.path("film.mp4"), options); }),
                       c.words);
             EXPECT_EQ(script.alive, 0);
             EXPECT_TRUE(areThreadsBackTo(threadsBefore));
@@ -527,24 +527,33 @@ TEST(WorkerCount, FollowsTheMachineTheMemoryAndTheFilm)
 {
     constexpr std::int64_t gibibyte = std::int64_t{1} << 30, unlimited = std::numeric_limits<std::int64_t>::max();
     constexpr CGSize hd{1920, 1080}, ultra{7680, 4320};
-    struct Case { const char* what; CGSize size; std::int64_t frames; int wanted; Machine machine; int workers; };
-    for (const Case& c : {Case{"as many as processors", hd, 5000, 0, {4, unlimited}, 4},
-                          Case{"no more than chunks", hd, 600, 0, {16, unlimited}, 3},
-                          Case{"one chunk", hd, 250, 0, {16, unlimited}, 1},
-                          Case{"as asked for", hd, 5000, 7, {2, unlimited}, 7},
-                          Case{"as asked for, but for the chunks", hd, 300, 7, {2, unlimited}, 2},
+    struct Case { const char* what; CGSize size; std::int64_t frames; int wanted, samples; Machine machine; int workers; };
+    for (const Case& c : {Case{"one keeps four processors busy", hd, 5000, 0, 1, {4, unlimited}, 1},
+                          Case{"more than four", hd, 5000, 0, 1, {5, unlimited}, 2},
+                          Case{"many processors", hd, 5000, 0, 1, {16, unlimited}, 4},
+                          Case{"blurred, one for each processor", hd, 5000, 0, 8, {4, unlimited}, 4},
+                          Case{"blurred at half size", hd, 5000, 0, -8, {4, unlimited}, 4},
+                          Case{"the least number of samples", hd, 5000, 0, std::numeric_limits<int>::min(), {4, unlimited}, 4},
+                          Case{"no more than chunks", hd, 1440, 0, 1, {16, unlimited}, 3},
+                          Case{"one chunk", hd, 600, 0, 1, {16, unlimited}, 1},
+                          Case{"no more than blurred chunks", hd, 600, 0, 4, {16, unlimited}, 3},
+                          Case{"as asked for", hd, 5000, 7, 1, {2, unlimited}, 7},
+                          Case{"as asked for, but for the chunks", hd, 720, 7, 1, {2, unlimited}, 2},
                           // A worker takes half a gigabyte, and half of the memory is for them.
-                          Case{"little memory", hd, 5000, 0, {16, 4 * gibibyte}, 4},
-                          Case{"hardly any memory", hd, 5000, 0, {16, gibibyte / 4}, 1},
-                          Case{"no memory", hd, 5000, 0, {16, 0}, 1},
-                          Case{"asked for in spite of memory", hd, 5000, 3, {16, 0}, 3},
-                          Case{"large pictures", ultra, 5000, 0, {16, 40 * gibibyte}, 2},
-                          Case{"no processors", hd, 5000, 0, {0, unlimited}, 1}}) {
+                          Case{"little memory", hd, 5000, 0, 8, {16, 4 * gibibyte}, 4},
+                          Case{"hardly any memory", hd, 5000, 0, 1, {16, gibibyte / 4}, 1},
+                          Case{"no memory", hd, 5000, 0, 1, {16, 0}, 1},
+                          Case{"asked for in spite of memory", hd, 5000, 3, 1, {16, 0}, 3},
+                          Case{"large pictures", ultra, 5000, 0, 1, {16, 40 * gibibyte}, 2},
+                          Case{"no processors", hd, 5000, 0, 1, {0, unlimited}, 1}}) {
         const FilmPlan plan{.width = static_cast<std::int64_t>(c.size.width),
                             .height = static_cast<std::int64_t>(c.size.height),
                             .fps = 50,
                             .seconds = static_cast<double>(c.frames) / 50};
-        EXPECT_EQ(workerCount(plan, c.wanted, c.machine), c.workers) << c.what;
+        ExportOptions options;
+        options.motionBlurSamples = c.samples;
+        options.workers = c.wanted;
+        EXPECT_EQ(workerCount(plan, options, c.machine), c.workers) << c.what;
     }
 }
 

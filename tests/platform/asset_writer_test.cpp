@@ -267,10 +267,13 @@ TEST(AssetWriter, OnlyWhatIsSaidToHaveChangedIsLookedAt)
                 picture.row(y)[4 * x + 3] = 255;
             }
     };
-    encoder->beginChunk(0, 2);
+    constexpr std::int64_t frameCount = 8; // More than the pictures that an encoder takes in turn, each of which is whole at first.
+    encoder->beginChunk(0, frameCount);
     fill(0);
-    encoder->setPicture(picture, wholeOf(picture));
-    encoder->encodeFrame();
+    for (std::int64_t i = 0; i + 1 < frameCount; ++i) {
+        encoder->setPicture(picture, i == 0 ? wholeOf(picture) : PixelRect{20, 10, 22, 12});
+        encoder->encodeFrame();
+    }
     fill(255);
     encoder->setPicture(picture, {20, 10, 40, 30});
     encoder->encodeFrame();
@@ -279,14 +282,48 @@ TEST(AssetWriter, OnlyWhatIsSaidToHaveChangedIsLookedAt)
     writer->finishWriting();
 
     const std::vector<PixelBuffer> frames = decodedFrames(folder.path("film.mkv"));
-    ASSERT_EQ(frames.size(), 2u);
-    const auto grey = [&](int x, int y) { return static_cast<int>(frames[1].row(y)[4 * x]); };
+    ASSERT_EQ(frames.size(), static_cast<std::size_t>(frameCount));
+    const auto grey = [&](int x, int y) { return static_cast<int>(frames.back().row(y)[4 * x]); };
     EXPECT_GT(grey(20, 10), 250);
     EXPECT_GT(grey(39, 29), 250);
     EXPECT_LT(grey(17, 10), 5);
     EXPECT_LT(grey(42, 29), 5);
     EXPECT_LT(grey(39, 7), 5);
     EXPECT_LT(grey(20, 32), 5);
+}
+
+/// The pictures that frames wait in are used in turn, each brought up to date by what changed since it was used last.
+TEST(AssetWriter, EveryFrameShowsAllThatChangedBeforeIt)
+{
+    const TemporaryFolder folder;
+    FilmSettings settings = settingsFor(64, 48, 25);
+    settings.format = {
+        .container = "matroska", .codec = "ffv1", .pixelFormat = "yuv420p", .maximumSide = 1000, .maximumPixels = 1'000'000};
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mkv"), settings);
+    writer->startWriting();
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    PixelBuffer picture(64, 48);
+    for (int y = 0; y < 48; ++y)
+        for (int x = 0; x < 64; ++x) picture.row(y)[4 * x + 3] = 255;
+
+    // Frame i lights the block of 8 x 8 pixels at column i; every third frame is one more of the same picture.
+    encoder->beginChunk(0, 10);
+    for (int i = 0; i < 8; ++i) {
+        for (int y = 0; y < 8; ++y) std::fill_n(picture.row(y) + 4 * 8 * i, 4 * 8, std::uint8_t{255});
+        encoder->setPicture(picture, i == 0 ? wholeOf(picture) : PixelRect{8 * i, 0, 8 * i + 8, 8});
+        encoder->encodeFrame();
+        if (i % 3 == 2) encoder->encodeFrame();
+    }
+    while (encoder->codeHeldFrame()) {}
+    writer->append(encoder->takeChunk());
+    writer->finishWriting();
+
+    const std::vector<PixelBuffer> frames = decodedFrames(folder.path("film.mkv"));
+    ASSERT_EQ(frames.size(), 10u);
+    const int litBy[] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7};
+    for (std::size_t frame = 0; frame < frames.size(); ++frame)
+        for (int block = 0; block < 8; ++block)
+            EXPECT_EQ(frames[frame].row(4)[4 * (8 * block + 4)] > 128, block <= litBy[frame]) << "frame " << frame << ", block " << block;
 }
 
 TEST(AssetWriter, ChunksMadeInAnyOrderJoinWithoutAGap)
