@@ -1,19 +1,21 @@
 // Exports documents and prints the time of each as a ratio to the encoder alone on the very same pictures, held in memory. Both
 // are medians of runs that take turns, each in a process of its own, so that none finds memory as another left it.
 //
-//     bench_export_ratio [--exporter cpu|gpu] [--runs N] [--workers N] [--memory] [NAME ...]
+//     bench_export_ratio [--exporter cpu|gpu] [--runs N] [--workers N] [--memory | --scaling] [NAME ...]
 //
 // Of documents it takes cards, still and multi, where none is named; of exporters the first.
 //
 // A second line tells the size and the quality of the film against those of one pass of the encoder over the same pictures. As many
-// workers export as there are processors, unless told otherwise.
+// workers export as the machine has use for, unless told otherwise.
 //
 // With --memory it prints instead how much memory an export takes at its peak above that of the encoder alone, each in a process
-// of its own, for the document as it is and drawn out to twelve times its length.
+// of its own, for the document as it is and drawn out to twelve times its length. With --scaling it prints how much less time two
+// workers take than one to draw four chunks of it, repeated as often as that takes, without an encoder.
 #include "bench_scenes.h"
 #include "encoder_floor.h"
 #include "export/exporter.h"
 #include "export/exporter_gpu.h"
+#include "export/film_grid.h"
 
 #include <algorithm>
 #include <chrono>
@@ -229,13 +231,68 @@ void printMemory(const BenchDocument& bench, const Way& way)
     }
 }
 
+/// Takes frames and makes nothing of them.
+class IdleEncoder final : public ChunkEncoder {
+public:
+    void beginChunk(std::int64_t firstFrame, std::int64_t) override { chunk_ = {.firstFrame = firstFrame}; }
+    void setPicture(const PixelBuffer&, const PixelRect&) override {}
+    void encodeFrame() override { chunk_.pictures.push_back({.frame = chunk_.firstFrame + codedFrames()}); }
+    bool codeHeldFrame() override { return false; }
+    std::int64_t codedFrames() const override { return static_cast<std::int64_t>(chunk_.pictures.size()); }
+    FilmChunk takeChunk() override { return std::exchange(chunk_, {}); }
+
+private:
+    FilmChunk chunk_;
+};
+
+class IdleWriter final : public AssetWriter {
+public:
+    IdleWriter(std::string path, const FilmSettings& settings) : path_(std::move(path)), settings_(settings) {}
+
+    void startWriting() override { std::ofstream{path_}; } // An empty file, to take the film's name.
+    std::unique_ptr<ChunkEncoder> makeEncoder() override { return std::make_unique<IdleEncoder>(); }
+    std::unique_ptr<PixelBuffer> makePixelBuffer() override { return std::make_unique<PixelBuffer>(settings_.width, settings_.height); }
+    void append(const FilmChunk&) override {}
+    void finishWriting() override {}
+
+private:
+    std::string path_;
+    FilmSettings settings_;
+};
+
+void printScaling(const BenchDocument& bench, int runs, const Way& way)
+{
+    TweenDocument document = bench.make();
+    const Array<TweenScene> scenes = document.scenes;
+    const double wanted = static_cast<double>(4 * FilmGrid::longestChunk) / static_cast<double>(scenes[0].fps);
+    while (document.totalDuration() < wanted)
+        for (const TweenScene& scene : scenes) document.scenes.edit().push_back(scene);
+    Exporter::ExportOptions options;
+    options.makeWriter = [](const std::string& path, const FilmSettings& settings) {
+        return std::make_unique<IdleWriter>(path, settings);
+    };
+    const std::string path = temporaryFilm();
+    const auto secondsBy = [&](int workers) {
+        return timesOf([&] { exportDocument(document, path, {.composites = way.composites, .workers = workers}, options); }).wallSeconds;
+    };
+    std::vector<double> one, two;
+    for (int run = 0; run < runs; ++run) {
+        one.push_back(secondsBy(1));
+        two.push_back(secondsBy(2));
+    }
+    std::filesystem::remove(path);
+    std::printf("%-8s drawing   one worker %6.2f s   two %6.2f s   ratio %.2f\n", std::string(bench.name).c_str(), median(one), median(two),
+                median(one) / median(two));
+    std::fflush(stdout);
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
     int runs = 3;
     Way way;
-    bool memory = false;
+    bool memory = false, scaling = false;
     std::vector<std::string> names;
     for (int i = 1; i < count; ++i) {
         const std::string argument = arguments[i];
@@ -247,6 +304,8 @@ int main(int count, char** arguments)
             way.composites = std::string(arguments[++i]) == "gpu";
         else if (argument == "--memory")
             memory = true;
+        else if (argument == "--scaling")
+            scaling = true;
         else
             names.push_back(argument);
     }
@@ -256,6 +315,8 @@ int main(int count, char** arguments)
         if (std::ranges::find(names, bench.name) == names.end()) continue;
         if (memory)
             printMemory(bench, way);
+        else if (scaling)
+            printScaling(bench, runs, way);
         else
             printRatio(bench, runs, way);
     }

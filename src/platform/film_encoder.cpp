@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
@@ -232,13 +233,15 @@ void FilmEncoder::hand(AVPictureType type, std::int64_t frame)
     if (!picture) failOfMemory(settings_);
     picture->pict_type = type;
     picture->pts = frame;
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return handed_ < framesAhead; });
-        if (failure_) std::rethrow_exception(failure_);
-        ++handed_;
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return handed_ < framesAhead; });
+    if (failure_) std::rethrow_exception(failure_);
+    try {
+        feeder_.add([this, picture = std::move(picture)]() mutable { take(std::move(picture)); });
+    } catch (const std::system_error& error) {
+        throw PlatformFailure(posixError(error.code().value(), "There is no thread for the encoder"));
     }
-    feeder_.add([this, picture = std::move(picture)]() mutable { take(std::move(picture)); });
+    ++handed_; // Only now: a frame without a thread is not waited for. None is taken before, since that needs the lock.
 }
 
 /// Nothing is taken any more after a failure.

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/worker_thread.h"
 #include "platform/asset_writer.h"
 #include "platform/ffmpeg_support.h"
 #include "platform/planar_picture.h"
+#include "platform/worker_thread.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -99,12 +99,13 @@ WorkerThread::~WorkerThread()
 
 void WorkerThread::add(std::function<void()> job)
 {
+    // First, so that a job for which there is no thread does not wait for the next one's.
+    if (!thread_.joinable()) thread_ = std::thread([jobs = jobs_] { jobs->work(); });
     {
         const std::lock_guard lock(jobs_->mutex);
         jobs_->waiting.push_back(std::move(job));
     }
     jobs_->changed.notify_one();
-    if (!thread_.joinable()) thread_ = std::thread([jobs = jobs_] { jobs->work(); });
 }
 
 void WorkerThread::waitForEnded()

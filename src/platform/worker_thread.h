@@ -17,6 +17,7 @@ public:
     WorkerThread(const WorkerThread&) = delete;
     WorkerThread& operator=(const WorkerThread&) = delete;
 
+    /// Throws std::system_error if the system has no thread to give; the job is never done then.
     void add(std::function<void()> job);
 
     /// Waits for the jobs that go on by themselves: at the end of the program, while all that they need is there.

@@ -2,8 +2,8 @@
 
 #include "foundation/shared_bytes.h"
 #include "platform/run_loop.h"
-#include "rendering/drawing_style.h"
 #include "platform/worker_thread.h"
+#include "rendering/drawing_style.h"
 
 #include <cstdint>
 #include <functional>

@@ -2,9 +2,9 @@
 
 #include "foundation/uuid.h"
 #include "platform/run_loop.h"
+#include "platform/worker_thread.h"
 #include "rendering/drawing_style.h"
 #include "rendering/video_view_logic.h"
-#include "platform/worker_thread.h"
 
 #include <functional>
 #include <map>

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace larkspool::CanvasRenderer {
 
@@ -89,11 +90,38 @@ void paintVeil(const CGRect& frame, CGSize viewSize, RasterContext& context)
     context.fillPath(around, FillRule::evenOdd);
 }
 
-void fillBy(RasterContext::Compositing compositing, const CGRect& rect, const RasterColor& color, RasterContext& context)
+/// The parts of the view whose pixels the frame does not fill, in view points. They are whole pixels and do not overlap.
+std::vector<CGRect> partsAround(const CGRect& frame, const Placement& placement)
+{
+    const double ratio = placement.pixelsPerPoint;
+    const CGSize view = placement.viewSize;
+    const double left = std::max(std::ceil(frame.minX() * ratio) / ratio, 0.0);
+    const double right = std::min(std::floor(frame.maxX() * ratio) / ratio, view.width);
+    const double top = std::max(std::ceil(frame.minY() * ratio) / ratio, 0.0);
+    const double bottom = std::min(std::floor(frame.maxY() * ratio) / ratio, view.height);
+    if (left >= right || top >= bottom) return {{{0, 0}, view}};
+
+    std::vector<CGRect> parts;
+    for (const CGRect& part :
+         {CGRect{{0, 0}, {view.width, top}}, CGRect{{0, bottom}, {view.width, view.height - bottom}},
+          CGRect{{0, top}, {left, bottom - top}}, CGRect{{right, top}, {view.width - right, bottom - top}}})
+        if (part.size.width > 0 && part.size.height > 0) parts.push_back(part);
+    return parts;
+}
+
+/// Where the backdrop may be seen. A pass over the whole view would cost as much as many layers.
+std::vector<CGRect> partsOfBackdrop(const EvaluatedFrame& frame, const CGRect& inView, const Placement& placement)
+{
+    const bool isOpaque = rasterColor(frame.background).a >= 1;
+    return isOpaque ? partsAround(inView, placement) : std::vector<CGRect>{{{0, 0}, placement.viewSize}};
+}
+
+void fillBy(RasterContext::Compositing compositing, const std::vector<CGRect>& rects, const RasterColor& color,
+            RasterContext& context)
 {
     SavedState saved(context);
     context.setFillCompositing(compositing);
-    fill(rect, color, context);
+    for (const CGRect& rect : rects) fill(rect, color, context);
 }
 
 /// The line lies around the frame, and so on none of its pixels.
@@ -152,10 +180,11 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
     const bool isDimmed = options.offCanvas == OffCanvas::dimmed;
     if (!isDimmed || !isShown(scene.size(), placement)) fill(view, options.backdrop, context);
     if (!isShown(scene.size(), placement)) return std::nullopt;
-    if (isDimmed) fillBy(RasterContext::Compositing::clear, view, options.backdrop, context);
 
     const EvaluatedFrame frame = evaluateFrame(scene, playhead);
     const CGRect inView = frameInView(scene.size(), placement);
+    const std::vector<CGRect> backdrop = partsOfBackdrop(frame, inView, placement);
+    if (isDimmed) fillBy(RasterContext::Compositing::clear, backdrop, options.backdrop, context);
     fill(inView, rasterColor(frame.background), context);
     videos.beginPainting(options.scenePlaying, options.now);
     if (options.images) options.images->beginPainting();
@@ -169,7 +198,7 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
 
     if (isDimmed) { // The veil dims the layers; the backdrop keeps its colour, and comes last therefore.
         paintVeil(inView, placement.viewSize, context);
-        fillBy(RasterContext::Compositing::under, view, options.backdrop, context);
+        fillBy(RasterContext::Compositing::under, backdrop, options.backdrop, context);
     }
     paintOutline(inView, options.outline, context);
     paintRings(frame, placement, context);

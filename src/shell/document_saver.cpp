@@ -22,7 +22,7 @@ std::string placeOf(const std::string& path)
 
 struct DocumentSaver::Save {
     std::shared_ptr<DocumentFile> file;
-    DocumentWriting writing; ///< While it runs the worker's alone.
+    DocumentWriting writing; ///< While it runs the worker's alone, but for the document, which neither of them changes.
     std::string path, place;
     Ended ended;
     std::optional<std::string> failure{};
@@ -69,6 +69,12 @@ const std::string& DocumentSaver::pathToBe(const DocumentFile& file) const
     return last ? last->path : file.path();
 }
 
+const TweenDocument& DocumentSaver::savedToBe(const DocumentFile& file) const
+{
+    const Save* last = lastOf(file);
+    return last ? last->writing.document : file.saved();
+}
+
 void DocumentSaver::startFree()
 {
     for (auto save = saves_.begin(); save != saves_.end(); ++save) {
@@ -81,14 +87,19 @@ void DocumentSaver::start(std::shared_ptr<Save> save)
 {
     save->isRunning = true;
     save->writing = save->file->writing(std::move(save->writing.document), save->path);
-    tasks_.detach([this, save = std::move(save), onMain = tasks_.onMain]() mutable {
+    std::function<void()> write = [this, save = std::move(save), onMain = tasks_.onMain]() mutable {
         try {
             save->writing.write();
         } catch (const std::exception& error) {
             save->failure = error.what();
         }
         onMain([this, save = std::move(save)] { finish(save); });
-    });
+    };
+    try {
+        tasks_.detach(write);
+    } catch (const std::system_error&) {
+        write(); // There is no thread to be had. The window stands still, but the document is saved.
+    }
 }
 
 void DocumentSaver::finish(const std::shared_ptr<Save>& save)

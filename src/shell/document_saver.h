@@ -34,6 +34,8 @@ public:
     bool isSaving(const DocumentFile& file) const;
     /// Where the document's file lies when all that was asked for is done.
     const std::string& pathToBe(const DocumentFile& file) const;
+    /// What its file has then.
+    const TweenDocument& savedToBe(const DocumentFile& file) const;
 
 private:
     struct Save;

@@ -140,12 +140,13 @@ void Application::show(DocumentFile file)
     present(*editors_.back());
 }
 
-/// Brings the window of the document to the front, by whatever name its file is asked for. Whether there is one.
+/// Brings the window of the document to the front, by whatever name its file is asked for, also while it is saved there for the
+/// first time. Whether there is one.
 bool Application::showAgain(const std::string& path) const
 {
     for (EditorWindow* editor : editorWindows()) {
         std::error_code unknown;
-        if (!std::filesystem::equivalent(editor->file().path(), path, unknown)) continue;
+        if (!std::filesystem::equivalent(workspace_.saver.pathToBe(editor->file()), path, unknown)) continue;
         if (editor->isMinimized()) editor->showNormal();
         present(*editor);
         return true;

@@ -27,12 +27,14 @@ std::size_t BackgroundTasks::running()
 void BackgroundTasks::start(std::function<void()> work)
 {
     removeEnded();
-    Worker& worker = workers_.emplace_back();
+    std::list<Worker> begun(1); // Apart until it has a thread.
+    Worker& worker = begun.front();
     worker.thread = std::thread([&worker, work = std::move(work)]() mutable {
         work();
         work = nullptr; // What it holds goes before it counts as ended.
         worker.hasEnded = true;
     });
+    workers_.splice(workers_.end(), begun);
 }
 
 void BackgroundTasks::removeEnded()

@@ -494,21 +494,32 @@ void EditorWindow::showTitle(bool isEdited)
 
 bool EditorWindow::save()
 {
-    const std::string path = workspace_.saver.pathToBe(*file_);
-    if (path.empty()) return saveAs();
-    write(path);
-    return true;
+    const std::optional<std::string> path = pathToSave();
+    if (path) write(*path);
+    return path.has_value();
 }
 
 bool EditorWindow::saveAs()
+{
+    const std::optional<std::string> path = askForPath();
+    if (path) write(*path);
+    return path.has_value();
+}
+
+std::optional<std::string> EditorWindow::pathToSave()
+{
+    const std::string& path = workspace_.saver.pathToBe(*file_);
+    return path.empty() ? askForPath() : path;
+}
+
+std::optional<std::string> EditorWindow::askForPath()
 {
     QFileDialog dialog(this, "Save As", folderOfDocument(file_->path()), documentFilter);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix("larkspool"); // Before the dialog looks whether there is such a file.
     dialog.selectFile(QString::fromStdString(file_->displayName() + ".larkspool"));
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return false;
-    write(dialog.selectedFiles().front().toStdString());
-    return true;
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
+    return dialog.selectedFiles().front().toStdString();
 }
 
 void EditorWindow::write(const std::string& path)
@@ -539,13 +550,22 @@ bool EditorWindow::revert()
     if (!hasChanges()) return false;
     const auto answer = QMessageBox::question(this, "Larkspool", "Go back to the document as it was last saved?\n\nThis can be undone.");
     if (answer != QMessageBox::Yes) return false;
-    editor_->replaceDocument("Revert", file_->saved());
+    editor_->replaceDocument("Revert", workspace_.saver.savedToBe(*file_));
     refresh();
     return true;
 }
 
+void EditorWindow::closeSheets()
+{
+    quickRenders_->close();
+    timelineSheets_->close();
+    layerSheets_->close();
+}
+
+/// An open sheet stays as it is until a person agrees.
 bool EditorWindow::mayLoseChanges()
 {
+    timelineSheets_->endEditing(); // It may be a change that is asked about.
     if (!hasChanges()) return true;
     QMessageBox box(QMessageBox::NoIcon, "Larkspool",
                     QString("Do you want to save the changes to “%1”?").arg(QString::fromStdString(file_->displayName())),
@@ -553,10 +573,15 @@ bool EditorWindow::mayLoseChanges()
     box.setInformativeText("They are lost if you do not save them.");
     box.setDefaultButton(QMessageBox::Save);
     switch (box.exec()) {
-    case QMessageBox::Save: return save();
+    case QMessageBox::Save: break;
     case QMessageBox::Discard: return true;
     default: return false;
     }
+    const std::optional<std::string> path = pathToSave();
+    if (!path) return false;
+    closeSheets(); // What one only tries out is not for the file.
+    write(*path);
+    return true;
 }
 
 /// A window whose document is being saved waits for that, and closes by itself then.
@@ -595,10 +620,8 @@ void EditorWindow::stay()
 
 void EditorWindow::closeEvent(QCloseEvent* event)
 {
-    quickRenders_->close();
-    timelineSheets_->close();
-    layerSheets_->close();
     if (!mayClose()) return event->ignore();
+    closeSheets();
     playback_->setPlaying(false);
     rememberWindow();
     workspace_.center.post(EditorNotification::editorWindowClosing, instanceID_);

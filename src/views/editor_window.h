@@ -94,9 +94,13 @@ private:
     void rememberWindow() const;
     /// At the first showing: as they were in the last window, or as the window's size asks.
     void sizePanels();
+    std::optional<std::string> pathToSave(); ///< Asked for if there is none. Nothing if a person thinks better of it.
+    std::optional<std::string> askForPath();
     void write(const std::string& path);
     void endSave(const std::string& path, const std::optional<std::string>& failure);
     bool hasChanges() const { return file_->isEdited(editor_->state().document); }
+    /// Ends what lies over the window as it does by itself when its window goes.
+    void closeSheets();
     bool mayLoseChanges();
     bool mayClose();
     void closeAfterSaving();

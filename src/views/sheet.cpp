@@ -160,13 +160,14 @@ void Sheet::fadeOut()
 
 void Sheet::place()
 {
+    const QRect before = card_->geometry();
     card_->adjustSize();
     // Words that take several lines count for the width that the card has, not for the one that it would like.
     if (const QLayout* layout = card_->layout(); layout && layout->hasHeightForWidth())
         card_->resize(card_->width(), layout->totalHeightForWidth(card_->width()));
     const QSize size = card_->size();
     card_->move((width() - size.width()) / 2, std::max(0, (height() - size.height()) / 2));
-    update();
+    if (card_->geometry() != before) update(); // Words that change ask for a place too, and it would be all of the window.
 }
 
 bool Sheet::event(QEvent* event)
@@ -225,11 +226,16 @@ void Sheet::contextMenuEvent(QContextMenuEvent* event)
     event->accept();
 }
 
-void Sheet::paintEvent(QPaintEvent*)
+void Sheet::paintEvent(QPaintEvent* event)
 {
+    constexpr int round = static_cast<int>(cornerRadius);
+    const QRect card = card_->geometry(), changed = event->rect();
     QPainter painter(this);
     painter.setOpacity(strength_);
-    paintGround(painter, rect(), card_->geometry());
+    const bool isAwayFromCorners =
+        card.adjusted(0, round, 0, -round).contains(changed) || card.adjusted(round, 0, -round, 0).contains(changed);
+    if (strength_ == 1 && isAwayFromCorners) return painter.fillRect(changed, theme().panel); // As when a preview goes on.
+    paintGround(painter, rect(), card);
 }
 
 } // namespace larkspool

@@ -2,6 +2,7 @@
 
 #include "views/move_items_view.h"
 #include "views/retime_sheet_view.h"
+#include "views/retime_table.h"
 #include "views/span_arrange_view.h"
 
 #include <utility>
@@ -58,6 +59,11 @@ bool TimelineSheets::take(Command command)
 void TimelineSheets::refresh()
 {
     if (retime_) retime_->refresh();
+}
+
+void TimelineSheets::endEditing()
+{
+    if (retime_ && !retime_->table().finishEditing()) retime_->table().dropEditing();
 }
 
 void TimelineSheets::close()

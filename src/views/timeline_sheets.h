@@ -39,6 +39,8 @@ public:
     bool take(Command command);
     /// Shows the editor's state in an open sheet.
     void refresh();
+    /// Takes in what is being typed in the table of times, as leaving its cell does.
+    void endEditing();
     /// Ends an open sheet before its window goes: what was done in the table of times stays, the others are cancelled.
     void close();
 

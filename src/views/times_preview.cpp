@@ -32,6 +32,7 @@ QRectF lanesIn(const QRectF& whole)
 TimesPreview::TimesPreview(QWidget* parent) : QWidget(parent)
 {
     setAccessibleName("Preview");
+    setAttribute(Qt::WA_OpaquePaintEvent); // Else all that lies below the sheet is painted with it.
     setFixedHeight(TimesPreview::sizeHint().height());
 }
 
@@ -40,6 +41,10 @@ void TimesPreview::show(std::vector<Item> items, double sceneDuration)
     items_ = std::move(items);
     sceneDuration_ = sceneDuration;
     words_.clear();
+    double seconds = sceneDuration;
+    for (const Item& item : items_)
+        if (std::isfinite(item.newStart)) seconds = std::max(seconds, item.newStart + item.length);
+    shownSeconds_ = std::min(seconds, 10 * std::max(sceneDuration, 1.0)); // What was typed by mistake does not shrink all to nothing.
     update();
 }
 
@@ -62,18 +67,10 @@ void TimesPreview::showWords(const QString& words)
     update();
 }
 
-double TimesPreview::shownSeconds() const
-{
-    double seconds = sceneDuration_;
-    for (const Item& item : items_)
-        if (std::isfinite(item.newStart)) seconds = std::max(seconds, item.newStart + item.length);
-    return std::min(seconds, 10 * std::max(sceneDuration_, 1.0)); // What was typed by mistake does not shrink all to nothing.
-}
-
 void TimesPreview::paintScale(QPainter& painter, const QRectF& lanes) const
 {
     const Theme& t = theme();
-    const double seconds = shownSeconds();
+    const double seconds = shownSeconds_;
     const TrackMapping mapping{lanes.left(), lanes.width(), 0, seconds};
     if (!mapping.isUsable()) return;
 
@@ -99,7 +96,7 @@ void TimesPreview::paintScale(QPainter& painter, const QRectF& lanes) const
 
 void TimesPreview::paintItem(QPainter& painter, const Item& item, const QRectF& lane) const
 {
-    const TrackMapping mapping{lane.left(), lane.width(), 0, shownSeconds()};
+    const TrackMapping mapping{lane.left(), lane.width(), 0, shownSeconds_};
     if (!mapping.isUsable() || !std::isfinite(item.newStart)) return;
     const bool hasMoved = std::abs(item.newStart - item.start) > 1e-6;
     const double way = mapping.x(item.start), place = mapping.x(item.newStart);
@@ -132,13 +129,19 @@ void TimesPreview::paintItem(QPainter& painter, const Item& item, const QRectF& 
 
 void TimesPreview::paintEvent(QPaintEvent*)
 {
-    const Theme& t = theme();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath corners;
+    painter.fillRect(rect(), theme().window);
+    paintContent(painter);
+    QPainterPath corners; // Painted over all: a round clip would slow down each of many items.
+    corners.addRect(rect());
     corners.addRoundedRect(rect(), radius, radius);
-    painter.setClipPath(corners);
-    painter.fillRect(rect(), t.window);
+    painter.fillPath(corners, theme().panel);
+}
+
+void TimesPreview::paintContent(QPainter& painter) const
+{
+    const Theme& t = theme();
     if (!words_.isEmpty()) {
         painter.setFont(textFont(TextStyle::body));
         painter.setPen(t.textSecondary);

@@ -11,7 +11,7 @@
 namespace larkspool {
 
 /// Where items stand and where they would go, each on a line of its own over the time of the scene: what was as an outline, what
-/// would be in its colour. Or words in its place.
+/// would be in its colour. Or words in its place. It lies on a panel.
 class TimesPreview : public QWidget {
 public:
     struct Item {
@@ -37,13 +37,13 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// The seconds from the left edge to the right one.
-    double shownSeconds() const;
+    void paintContent(QPainter& painter) const;
     void paintScale(QPainter& painter, const QRectF& lanes) const;
     void paintItem(QPainter& painter, const Item& item, const QRectF& lane) const;
 
     std::vector<Item> items_;
     double sceneDuration_ = 0;
+    double shownSeconds_ = 0; ///< From the left edge to the right one.
     QString words_;
 };
 

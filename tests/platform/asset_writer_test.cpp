@@ -1,6 +1,7 @@
 #include "platform/asset_writer.h"
 
 #include "support/film_probe.h"
+#include "support/no_threads.h"
 #include "support/running_threads.h"
 #include "support/test_media.h"
 
@@ -620,6 +621,19 @@ TEST(AssetWriter, GoingAwayUnfinishedLeavesNoThreadAndNoOpenFile)
     }
     EXPECT_THROW(probeFilm(folder.path("film.mp4")), std::runtime_error); // It does not pass for a whole film.
 }
+
+TEST(AssetWriter, AFrameForWhichThereIsNoThreadIsRefusedAndNotWaitedFor)
+{
+    const TemporaryFolder folder;
+    const std::unique_ptr<AssetWriter> writer = makeAssetWriter(folder.path("film.mp4"), settingsFor(64, 64));
+    writer->startWriting();
+    const std::unique_ptr<ChunkEncoder> encoder = writer->makeEncoder();
+    const PixelBuffer picture = paintedFrame(64, 64, 0);
+    encoder->beginChunk(0, 2);
+    encoder->setPicture(picture, wholeOf(picture));
+    const NoThreads none;
+    EXPECT_THAT(wordsOf([&] { encoder->encodeFrame(); }), HasSubstr("There is no thread for the encoder"));
+} // Its end would wait for ever for the frame to be taken.
 
 TEST(AssetWriter, WhatComesOutOfTurnIsRefused)
 {

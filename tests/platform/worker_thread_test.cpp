@@ -1,6 +1,7 @@
 #include "platform/worker_thread.h"
 
 #include "support/hand_run_loop.h"
+#include "support/no_threads.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <system_error>
 
 namespace larkspool {
 namespace {
@@ -48,6 +50,23 @@ TEST(WorkerThread, OneWithoutJobsEndsToo)
 {
     { const WorkerThread worker; }
     WorkerThread::waitForEnded();
+}
+
+TEST(WorkerThread, AJobForWhichThereIsNoThreadIsNotDoneLater)
+{
+    WorkerThread worker;
+    std::string done;
+    {
+        const NoThreads none;
+        EXPECT_THROW(worker.add([&] { done += 'a'; }), std::system_error);
+    }
+    std::promise<void> last;
+    worker.add([&] {
+        done += 'b';
+        last.set_value();
+    });
+    last.get_future().wait();
+    EXPECT_EQ(done, "b");
 }
 
 TEST(RunLoopLink, HandsNothingOverOnceItIsClosed)

@@ -130,6 +130,43 @@ TEST(LiveCanvas, AClearBackgroundShowsTheBackdrop)
     EXPECT_EQ(pixelAt(paintedCanvas(sceneWith({20, 20}, {}, ColorRGBA::clear), look), 20, 20), (Pixel{102, 102, 102, 255}));
 }
 
+TEST(LiveCanvas, CoversAllThatWasPaintedBefore)
+{
+    struct Case {
+        const char* where;
+        CGPoint origin;
+        double scale, pixelsPerPoint;
+        ColorRGBA background;
+    };
+    for (const Case& c : {Case{"in the middle", {10, 10}, 1, 1, ColorRGBA::black},
+                          Case{"between pixels", {10.3, 9.6}, 1, 1, ColorRGBA::black},
+                          Case{"in a finer raster", {10.3, 9.6}, 1, 1.25, ColorRGBA::black},
+                          Case{"past the left", {-5.4, 9.6}, 1, 1, ColorRGBA::black},
+                          Case{"past the bottom", {10, 30.5}, 1, 2, ColorRGBA::black},
+                          Case{"within a pixel", {10.2, 10.2}, 0.02, 1, ColorRGBA::black},
+                          Case{"beyond the view", {50, 50}, 1, 1, ColorRGBA::black},
+                          Case{"all over the view", {-10.5, -10.5}, 4, 1, ColorRGBA::black},
+                          Case{"nearly all over it", {-10.5, 0.5}, 4, 1, ColorRGBA::black},
+                          Case{"clear", {10.3, 9.6}, 1, 1, ColorRGBA::clear},
+                          Case{"clear all over the view", {-10.5, -10.5}, 4, 1, ColorRGBA::clear}}) {
+        SCOPED_TRACE(c.where);
+        Look look = inTheMiddle(OffCanvas::dimmed);
+        look.origin = c.origin;
+        look.scale = c.scale;
+        look.pixelsPerPoint = c.pixelsPerPoint;
+        const TweenScene scene = sceneWith({20, 20}, {}, c.background);
+        const PixelBuffer fresh = paintedCanvas(scene, look);
+        PixelBuffer used = paintedCanvas(sceneWith({40, 40}, {solidLayer(red, {{0, 0}, {40, 40}})}),
+                                         {.pixelsPerPoint = c.pixelsPerPoint, .viewSize = CGSize{40, 40}});
+        CanvasRenderer::paint(scene, 0, look.placement(scene), look.options, *makeRasterContext(used));
+        for (int y = 0; y < fresh.height(); ++y)
+            for (int x = 0; x < fresh.width(); ++x) {
+                ASSERT_EQ(pixelAt(used, x, y), pixelAt(fresh, x, y)) << x << ", " << y;
+                ASSERT_EQ(pixelAt(fresh, x, y).a, 255) << x << ", " << y;
+            }
+    }
+}
+
 TEST(LiveCanvas, PutsScenePointsAtOriginPlusScale)
 {
     // A layer at (4, 6) of 2 x 2, at scale 3 and two pixels a point, from 2 * (5 + 12) = 34 across and 2 * (1 + 18) = 38 down.

@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -206,6 +207,44 @@ TEST_F(DocumentSaverTest, ADocumentWhoseWindowIsGoneIsWrittenAllTheSame)
     save(newFile(), 3, "a");
     writeAll();
     EXPECT_EQ(widthIn("a"), 3);
+}
+
+TEST_F(DocumentSaverTest, WithoutAThreadTheDocumentIsSavedAllTheSame)
+{
+    DocumentSaver alone{Tasks{.detach =
+                                  [](const std::function<void()>&) {
+                                      throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+                                  },
+                              .onMain = [this](std::function<void()> one) { steps.push_back(std::move(one)); }}};
+    int endings = 0;
+    const auto note = [&](const std::string&, const std::optional<std::string>& failure) {
+        EXPECT_FALSE(failure);
+        ++endings;
+    };
+    alone.save(file, documentOf(2), folder.path("a"), note);
+    alone.save(file, documentOf(3), folder.path("b"), note);
+    EXPECT_EQ(widthIn("a"), 2);
+    EXPECT_EQ(endings, 0) << "whoever saves is told later, as always";
+    while (!steps.empty()) turn();
+    EXPECT_EQ(widthIn("b"), 3);
+    EXPECT_EQ(endings, 2);
+    EXPECT_FALSE(alone.isSaving(*file));
+    EXPECT_EQ(file->path(), folder.path("b"));
+}
+
+TEST_F(DocumentSaverTest, WhatItsFileIsToHaveIsWhatWasAskedForLast)
+{
+    const auto widthToBe = [this] { return saver.savedToBe(*file).scene().width; };
+    EXPECT_EQ(widthToBe(), 1);
+    save(2);
+    EXPECT_EQ(widthToBe(), 2) << "while it is written";
+    save(3, "nowhere/b");
+    EXPECT_EQ(widthToBe(), 3) << "while it waits";
+    write();
+    turn();
+    EXPECT_EQ(widthToBe(), 3);
+    writeAll();
+    EXPECT_EQ(widthToBe(), 2) << "the other one failed";
 }
 
 TEST_F(DocumentSaverTest, ARepairedFileIsKeptOnceHoweverManySavesThereAre)

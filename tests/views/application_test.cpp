@@ -167,6 +167,24 @@ TEST_F(ApplicationTest, ADocumentHasOneWindowByWhateverNameItIsAskedFor)
     EXPECT_TRUE(QTest::qWaitFor([&] { return application.editorWindows().size() == 1; }, 10'000)) << "anew, once it was closed";
 }
 
+TEST_F(ApplicationTest, AFileThatAWindowIsBeingSavedToIsNotOpenedBesideIt)
+{
+    launch({document("a.larkspool", 100)});
+    const std::string other = document("b.larkspool", 200);
+    EditorWindow* window = application.editorWindows()[0];
+    QTimer::singleShot(0, window, [&] {
+        auto& dialog = dynamic_cast<QFileDialog&>(*QApplication::activeModalWidget());
+        dialog.selectFile("b.larkspool");
+        static_cast<QDialog&>(dialog).done(QDialog::Accepted);
+    });
+    EXPECT_TRUE(window->saveAs());
+    ASSERT_TRUE(window->isSaving());
+    application.workspace().openDocument(other);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window->isSaving() && !application.documents().isReading(); }, 10'000));
+    EXPECT_EQ(application.editorWindows().size(), 1u);
+    EXPECT_EQ(window->file().path(), other);
+}
+
 TEST_F(ApplicationTest, OpenBeginsBesideTheLastDocument)
 {
     launch({document("board.larkspool")});

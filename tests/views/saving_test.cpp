@@ -127,6 +127,23 @@ TEST_F(SavingTest, ASecondSaveWritesWhatIsNewer)
     EXPECT_FALSE(window->isWindowModified());
 }
 
+TEST_F(SavingTest, RevertingDuringASaveGoesBackToWhatIsBeingSaved)
+{
+    edit(2);
+    EXPECT_TRUE(window->save());
+    edit(3);
+    // Answered before the loop turns, so that the save goes on.
+    QTimer::singleShot(0, window, [] {
+        dynamic_cast<QMessageBox&>(*QApplication::activeModalWidget()).button(QMessageBox::Yes)->click();
+    });
+    EXPECT_TRUE(window->revert());
+    EXPECT_EQ(window->editor().scene().endPause, 2);
+    ASSERT_TRUE(waitForSaves());
+    EXPECT_FALSE(window->isWindowModified());
+    window->perform(Command::undo);
+    EXPECT_EQ(window->editor().scene().endPause, 3);
+}
+
 TEST_F(SavingTest, SaveAsDuringASaveTakesTheDocumentThere)
 {
     edit(2);
