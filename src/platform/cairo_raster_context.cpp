@@ -65,7 +65,7 @@ cairo_operator_t cairoOperator(RasterContext::Compositing compositing)
 {
     switch (compositing) {
     case RasterContext::Compositing::over: return CAIRO_OPERATOR_OVER;
-    case RasterContext::Compositing::clear: return CAIRO_OPERATOR_DEST_OUT;
+    case RasterContext::Compositing::clear: return CAIRO_OPERATOR_CLEAR;
     case RasterContext::Compositing::atop: return CAIRO_OPERATOR_ATOP;
     case RasterContext::Compositing::under: return CAIRO_OPERATOR_DEST_OVER;
     }

@@ -80,14 +80,22 @@ void paintLayers(const EvaluatedFrame& frame, const Placement& placement, const 
     for (const EvaluatedViewport& viewport : frame.viewports) painter.paintWithRingsAndGlow(viewport, frame);
 }
 
-void paintVeil(const CGRect& frame, CGSize viewSize, RasterContext& context)
+void paintVeil(const CGRect& frame, CGSize viewSize, RasterContext::Compositing compositing, RasterContext& context)
 {
     Path around = Path::rect({{0, 0}, viewSize});
     around.add(Path::rect(frame));
     SavedState saved(context);
-    context.setFillCompositing(RasterContext::Compositing::atop);
+    context.setFillCompositing(compositing);
     context.setFillColor({0, 0, 0, veilAlpha});
     context.fillPath(around, FillRule::evenOdd);
+}
+
+/// The colour that the veil turns into `color`; none where it would have to be brighter than white.
+std::optional<RasterColor> underVeil(const RasterColor& color)
+{
+    constexpr auto seen = 1 - veilAlpha;
+    if (color.a < 1 || std::max({color.r, color.g, color.b}) > seen) return std::nullopt;
+    return RasterColor{color.r / seen, color.g / seen, color.b / seen, 1};
 }
 
 /// The parts of the view whose pixels the frame does not fill, in view points. They are whole pixels and do not overlap.
@@ -178,13 +186,20 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
     context.scaleCTM(placement.pixelsPerPoint, placement.pixelsPerPoint);
     const CGRect view{{0, 0}, placement.viewSize};
     const bool isDimmed = options.offCanvas == OffCanvas::dimmed;
-    if (!isDimmed || !isShown(scene.size(), placement)) fill(view, options.backdrop, context);
-    if (!isShown(scene.size(), placement)) return std::nullopt;
+    if (!isShown(scene.size(), placement)) {
+        fill(view, options.backdrop, context);
+        return std::nullopt;
+    }
+    // A bright backdrop cannot lie under the veil: it comes behind the layers afterwards, at the price of passes over all around them.
+    const std::optional<RasterColor> veiledBackdrop = isDimmed ? underVeil(options.backdrop) : options.backdrop;
+    if (veiledBackdrop) fill(view, *veiledBackdrop, context);
 
     const EvaluatedFrame frame = evaluateFrame(scene, playhead);
     const CGRect inView = frameInView(scene.size(), placement);
-    const std::vector<CGRect> backdrop = partsOfBackdrop(frame, inView, placement);
-    if (isDimmed) fillBy(RasterContext::Compositing::clear, backdrop, options.backdrop, context);
+    const std::vector<CGRect> backdrop =
+        veiledBackdrop ? std::vector<CGRect>() : partsOfBackdrop(frame, inView, placement);
+    if (!veiledBackdrop) fillBy(RasterContext::Compositing::clear, backdrop, options.backdrop, context);
+    if (veiledBackdrop && rasterColor(frame.background).a < 1) fill(inView, options.backdrop, context); // No veil lies on that.
     fill(inView, rasterColor(frame.background), context);
     videos.beginPainting(options.scenePlaying, options.now);
     if (options.images) options.images->beginPainting();
@@ -196,10 +211,9 @@ std::optional<double> paint(const TweenScene& scene, double playhead, const Plac
     videos.endPainting();
     if (options.images) options.images->endPainting();
 
-    if (isDimmed) { // The veil dims the layers; the backdrop keeps its colour, and comes last therefore.
-        paintVeil(inView, placement.viewSize, context);
-        fillBy(RasterContext::Compositing::under, backdrop, options.backdrop, context);
-    }
+    using Compositing = RasterContext::Compositing;
+    if (isDimmed) paintVeil(inView, placement.viewSize, veiledBackdrop ? Compositing::over : Compositing::atop, context);
+    if (!veiledBackdrop) fillBy(Compositing::under, backdrop, options.backdrop, context);
     paintOutline(inView, options.outline, context);
     paintRings(frame, placement, context);
     return hasSpinner(frame.layers) ? std::optional(secondsToNextSpoke(options.now)) : std::nullopt;
