@@ -65,15 +65,18 @@ private:
     FilmChunk chunk_;
 };
 
-class CapturingWriter final : public AssetWriter {
+/// Gives what it is asked to encode to encoders of another kind, and writes nothing.
+class IdleWriter final : public AssetWriter {
 public:
-    CapturingWriter(std::string path, const FilmSettings& settings, PlanarFilm& film)
-        : path_(std::move(path)), settings_(settings), film_(film)
+    using MakeEncoder = std::function<std::unique_ptr<ChunkEncoder>()>;
+
+    IdleWriter(std::string path, const FilmSettings& settings, MakeEncoder makeEncoder)
+        : path_(std::move(path)), settings_(settings), makeEncoder_(std::move(makeEncoder))
     {
     }
 
     void startWriting() override { std::ofstream{path_}; } // An empty file, to take the film's name.
-    std::unique_ptr<ChunkEncoder> makeEncoder() override { return std::make_unique<CapturingEncoder>(film_); }
+    std::unique_ptr<ChunkEncoder> makeEncoder() override { return makeEncoder_(); }
     std::unique_ptr<PixelBuffer> makePixelBuffer() override { return std::make_unique<PixelBuffer>(settings_.width, settings_.height); }
     void append(const FilmChunk&) override {}
     void finishWriting() override {}
@@ -81,7 +84,7 @@ public:
 private:
     std::string path_;
     FilmSettings settings_;
-    PlanarFilm& film_;
+    MakeEncoder makeEncoder_;
 };
 
 std::string temporaryFilm()
@@ -115,7 +118,7 @@ PlanarFilm capturedFilm(const TweenDocument& document, const Way& way)
     PlanarFilm film(static_cast<int>(first.width), static_cast<int>(first.height), static_cast<int>(first.fps));
     Exporter::ExportOptions options;
     options.makeWriter = [&film](const std::string& path, const FilmSettings& settings) {
-        return std::make_unique<CapturingWriter>(path, settings, film);
+        return std::make_unique<IdleWriter>(path, settings, [&film] { return std::make_unique<CapturingEncoder>(film); });
     };
     const std::string path = temporaryFilm();
     exportDocument(document, path, {.composites = way.composites, .workers = 1}, options); // One, so that frames come in order.
@@ -245,21 +248,6 @@ private:
     FilmChunk chunk_;
 };
 
-class IdleWriter final : public AssetWriter {
-public:
-    IdleWriter(std::string path, const FilmSettings& settings) : path_(std::move(path)), settings_(settings) {}
-
-    void startWriting() override { std::ofstream{path_}; } // An empty file, to take the film's name.
-    std::unique_ptr<ChunkEncoder> makeEncoder() override { return std::make_unique<IdleEncoder>(); }
-    std::unique_ptr<PixelBuffer> makePixelBuffer() override { return std::make_unique<PixelBuffer>(settings_.width, settings_.height); }
-    void append(const FilmChunk&) override {}
-    void finishWriting() override {}
-
-private:
-    std::string path_;
-    FilmSettings settings_;
-};
-
 void printScaling(const BenchDocument& bench, int runs, const Way& way)
 {
     TweenDocument document = bench.make();
@@ -269,7 +257,7 @@ void printScaling(const BenchDocument& bench, int runs, const Way& way)
         for (const TweenScene& scene : scenes) document.scenes.edit().push_back(scene);
     Exporter::ExportOptions options;
     options.makeWriter = [](const std::string& path, const FilmSettings& settings) {
-        return std::make_unique<IdleWriter>(path, settings);
+        return std::make_unique<IdleWriter>(path, settings, [] { return std::make_unique<IdleEncoder>(); });
     };
     const std::string path = temporaryFilm();
     const auto secondsBy = [&](int workers) {
